@@ -1,0 +1,28 @@
+# Everyday commands over the CMake presets.
+
+PREFIX ?= /usr/local
+PRESETS := release asan-ubsan
+
+.PHONY: all build test test-sanitized demo install clean
+
+all: build
+
+build: build-release
+test: test-release
+test-sanitized: test-asan-ubsan
+
+build-%:
+	@test -e build/$(if $(filter-out release,$*),$*/)build.ninja || cmake --preset $*
+	@cmake --build --preset $*
+
+test-%: build-%
+	@ctest --preset $*
+
+demo: build
+	@cd build/profile && ../kestrix-disp render "$(CURDIR)/examples/demo.xml" --device default --setting local --hex
+
+install: build
+	@cmake --install build --prefix "$(PREFIX)"
+
+clean:
+	rm -rf build
