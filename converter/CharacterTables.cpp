@@ -1,0 +1,135 @@
+#include "CharacterTables.h"
+
+#include "QuickSort.h"
+
+#include <algorithm>
+
+namespace ruvo {
+
+UnicodeCharInfo& CodePointTable::insert(std::uint32_t codePoint)
+{
+    std::uint32_t& start = m_pageStart[codePoint / kPageSize];
+    if (start == 0) {
+        const std::size_t size = m_pages.size();
+        m_pages.resize(size + kPageSize);
+        start = static_cast<std::uint32_t>(size);
+    }
+    UnicodeCharInfo& info = m_pages[start + codePoint % kPageSize];
+    info.listed = 1;
+    return info;
+}
+
+void CodePointTable::setMappings(UnicodeCharInfo& info, std::span<const CharMapping> mappings)
+{
+    const std::size_t first = m_mappings.size();
+    m_mappings.insert(m_mappings.end(), mappings.begin(), mappings.end());
+    info.ulFirstMapping = static_cast<std::uint32_t>(first);
+    info.usMappingCount = static_cast<std::uint16_t>(mappings.size());
+}
+
+// The character is never looked up in the translation tables again, so their mappings may go.
+void CodePointTable::setICSMapping(UnicodeCharInfo& info, CharMapping mapping)
+{
+    setMappings(info, {&mapping, 1});
+    info.ucICSFlag = 1;
+}
+
+void CodePointTable::finish()
+{
+    m_pages.shrink_to_fit();
+    m_mappings.shrink_to_fit();
+    for (std::uint32_t codePoint = 0; codePoint <= 0xFFFF; ++codePoint) {
+        const UnicodeCharInfo& info = (*this)[codePoint];
+        if (info.combiningMark || info.ucICSFlag)
+            continue;
+        for (const CharMapping mapping : mappings(info)) {
+            std::uint16_t& index = m_plainIndex[mapping.ucTableParam];
+            if (index == 0) {
+                m_plainTables.emplace_back();
+                index = static_cast<std::uint16_t>(m_plainTables.size());
+            }
+            m_plainTables[index - std::size_t{1}].insert(codePoint, mapping.ucCode);
+        }
+    }
+    for (PlainTable& table : m_plainTables)
+        table.finish();
+}
+
+std::uint16_t& PlainTable::code(std::uint32_t codePoint)
+{
+    if (codePoint < kFrontSize)
+        return m_front[codePoint];
+    std::uint16_t& page = m_page[codePoint / kPageSize];
+    if (page == 0) {
+        page = static_cast<std::uint16_t>(m_codes.size() / kPageSize);
+        m_codes.resize(m_codes.size() + kPageSize);
+    }
+    return m_codes[page * kPageSize + codePoint % kPageSize];
+}
+
+void PlainTable::insert(std::uint32_t codePoint, std::uint8_t ucCode)
+{
+    std::uint16_t& entry = code(codePoint);
+    if (entry == 0)
+        entry = static_cast<std::uint16_t>(kPlain | ucCode);
+}
+
+void PlainTable::finish()
+{
+    m_codes.shrink_to_fit();
+    int begin = 0;
+    for (int i = 0; i <= 0x80; ++i) {
+        if (i < 0x80 && m_front[static_cast<std::size_t>(i)] == (kPlain | i))
+            continue;
+        if (i - begin > m_identityEnd - m_identityBegin) {
+            m_identityBegin = static_cast<std::uint8_t>(begin);
+            m_identityEnd = static_cast<std::uint8_t>(i);
+        }
+        begin = i + 1;
+    }
+}
+
+void DecompositionTable::append(std::uint32_t composed, std::span<const std::uint32_t> components)
+{
+    const std::size_t start = m_components.size();
+    m_components.insert(m_components.end(), components.begin(), components.end());
+    m_rows.push_back({components.empty() ? 0 : components[0], composed,
+                      static_cast<std::uint32_t>(start),
+                      static_cast<std::uint32_t>(components.size())});
+}
+
+void DecompositionTable::finish(std::uint8_t mappingSize)
+{
+    if (m_rows.size() > 1)
+        quickSort(std::span(m_rows), 0, m_rows.size() - 1,
+                  [](const DecompEntry& row) { return row.firstComponent; });
+    m_rows.shrink_to_fit();
+    m_components.shrink_to_fit();
+
+    if (mappingSize < 2)
+        return;
+    for (const DecompEntry& row : startingWith(0x20)) {
+        if (mappingSize == 2 || component(row, 2) == 0)
+            m_spacingForms.push_back({component(row, 1), row.composed});
+    }
+    std::stable_sort(m_spacingForms.begin(), m_spacingForms.end(),
+                     [](const SpacingForm& a, const SpacingForm& b) { return a.mark < b.mark; });
+}
+
+std::span<const DecompEntry> DecompositionTable::startingWith(std::uint32_t codePoint) const
+{
+    const auto [begin, end] =
+        std::ranges::equal_range(m_rows, codePoint, {}, &DecompEntry::firstComponent);
+    return {begin, end};
+}
+
+bool DecompositionTable::spacingForm(std::uint32_t codePoint, std::uint32_t& composed) const
+{
+    const auto form = std::ranges::lower_bound(m_spacingForms, codePoint, {}, &SpacingForm::mark);
+    if (form == m_spacingForms.end() || form->mark != codePoint)
+        return false;
+    composed = form->composed;
+    return true;
+}
+
+}  // namespace ruvo

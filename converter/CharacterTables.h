@@ -1,0 +1,163 @@
+// What a handle knows of characters: their bytes in the display's tables and sets, their
+// properties, and their decompositions.
+#pragma once
+
+#include <array>
+#include <cstddef>
+#include <cstdint>
+#include <span>
+#include <vector>
+
+namespace ruvo {
+
+inline constexpr std::uint32_t kMaxCodePoint = 0x10FFFF;
+
+struct CharMapping {
+    std::uint8_t ucCode;        // the character's byte
+    std::uint8_t ucTableParam;  // command parameter of its table, or of its internal character set
+};
+
+// One code point of UnicodeData.txt.
+struct UnicodeCharInfo {
+    std::uint32_t ulFirstMapping;  // index of its first CharMapping
+    std::uint16_t usMappingCount;  // translation tables that hold it
+    std::uint8_t ucCombiningClass;
+    std::uint8_t listed : 1;  // UnicodeData.txt has the code point
+    std::uint8_t combiningMark : 1;
+    std::uint8_t ucICSFlag : 1;  // its one mapping is that of an internal character set
+};
+
+// The characters of one translation table that need nothing but their byte while that table is in
+// force: no combining mark, no character of an internal set. By code point up to U+FFFF.
+class PlainTable {
+public:
+    PlainTable() : m_codes(kPageSize) {}
+
+    static constexpr std::uint16_t kPlain = 0x100;  // flag beside the byte; without it, not plain
+
+    // Code points below this one stand in one piece: those of one or two bytes in UTF-8.
+    static constexpr std::uint32_t kFrontSize = 0x800;
+
+    std::uint16_t front(std::uint32_t codePoint) const { return m_front[codePoint]; }
+
+    // Of code points from kFrontSize on.
+    std::uint16_t other(std::uint32_t codePoint) const
+    {
+        return m_codes[m_page[codePoint / kPageSize] * kPageSize + codePoint % kPageSize];
+    }
+
+    // Enters a character, unless it is there already.
+    void insert(std::uint32_t codePoint, std::uint8_t ucCode);
+
+    // Finds the range of ASCII characters whose byte is their code point.
+    void finish();
+    std::uint8_t identityBegin() const { return m_identityBegin; }
+    std::uint8_t identityEnd() const { return m_identityEnd; }  // behind the last one
+
+private:
+    static constexpr std::size_t kPageSize = 256;
+
+    std::uint16_t& code(std::uint32_t codePoint);
+
+    std::array<std::uint16_t, kFrontSize> m_front{};
+    std::array<std::uint16_t, 0x10000 / kPageSize> m_page{};  // 0: a page without characters
+    std::vector<std::uint16_t> m_codes;
+    std::uint8_t m_identityBegin = 0;
+    std::uint8_t m_identityEnd = 0;
+};
+
+// The records by code point. Pages of 256 code points; those without a record share page 0.
+class CodePointTable {
+public:
+    CodePointTable() : m_pages(kPageSize) {}
+
+    // The record of a code point up to U+10FFFF; `listed` is 0 where there is none.
+    const UnicodeCharInfo& operator[](std::uint32_t codePoint) const
+    {
+        return m_pages[m_pageStart[codePoint / kPageSize] + codePoint % kPageSize];
+    }
+
+    // The record of a code point up to U+10FFFF, made when there is none.
+    UnicodeCharInfo& insert(std::uint32_t codePoint);
+
+    std::span<const CharMapping> mappings(const UnicodeCharInfo& info) const
+    {
+        return {m_mappings.data() + info.ulFirstMapping, info.usMappingCount};
+    }
+
+    // The byte and the parameter of a record with ucICSFlag.
+    CharMapping icsMapping(const UnicodeCharInfo& info) const
+    {
+        return m_mappings[info.ulFirstMapping];
+    }
+
+    void setMappings(UnicodeCharInfo& info, std::span<const CharMapping> mappings);
+    void setICSMapping(UnicodeCharInfo& info, CharMapping mapping);
+
+    // Ends the building.
+    void finish();
+
+    // The plain characters of the table with a command parameter; null without such characters.
+    const PlainTable* plainTable(std::uint8_t ucTableParam) const
+    {
+        const std::uint16_t index = m_plainIndex[ucTableParam];
+        return index == 0 ? nullptr : &m_plainTables[index - std::size_t{1}];
+    }
+
+private:
+    static constexpr std::size_t kPageSize = 256;
+
+    std::array<std::uint32_t, (kMaxCodePoint + 1) / kPageSize> m_pageStart{};
+    std::vector<UnicodeCharInfo> m_pages;
+    std::vector<CharMapping> m_mappings;
+    std::array<std::uint16_t, 256> m_plainIndex{};  // by command parameter, from 1
+    std::vector<PlainTable> m_plainTables;
+};
+
+// A row of the decomposition table: the composed character and its components.
+struct DecompEntry {
+    std::uint32_t firstComponent;  // the sort key; 0 when the row has no component
+    std::uint32_t composed;
+    std::uint32_t componentStart;
+    std::uint32_t componentCount;
+};
+
+class DecompositionTable {
+public:
+    void append(std::uint32_t composed, std::span<const std::uint32_t> components);
+
+    // Sorts by first component (Lutm_BrkClsQuickSort) and indexes the spacing forms. mappingSize
+    // is the largest number of components.
+    void finish(std::uint8_t mappingSize);
+
+    std::size_t size() const { return m_rows.size(); }
+
+    // All rows whose first component is the code point, in table order.
+    std::span<const DecompEntry> startingWith(std::uint32_t codePoint) const;
+
+    // Component i, counted from 0; 0 behind the last one.
+    std::uint32_t component(const DecompEntry& row, std::size_t i) const
+    {
+        return i < row.componentCount ? m_components[row.componentStart + i] : 0;
+    }
+
+    // The first row U+0020 + codePoint: true with its composed character.
+    bool spacingForm(std::uint32_t codePoint, std::uint32_t& composed) const;
+
+private:
+    struct SpacingForm {
+        std::uint32_t mark;
+        std::uint32_t composed;
+    };
+
+    std::vector<DecompEntry> m_rows;
+    std::vector<std::uint32_t> m_components;
+    std::vector<SpacingForm> m_spacingForms;  // by mark
+};
+
+struct CharacterTables {
+    CodePointTable unicodeTable;
+    DecompositionTable decompTable;
+};
+
+}  // namespace ruvo

@@ -1,0 +1,102 @@
+#include "Composition.h"
+
+#include <algorithm>
+#include <span>
+
+namespace ruvo {
+
+namespace {
+
+// How a row of the table compares with the working run from the cursor on.
+enum class Match { none, prefix, full };
+
+// `matched` gets the number of run elements that the row's components match. A row ends at its
+// first missing component behind the first, which is the sort key and already equal.
+Match compareRow(const DecompositionTable& table, const DecompEntry& row, std::size_t mappingSize,
+                 std::span<const std::uint32_t> run, std::size_t& matched)
+{
+    for (matched = 1; matched < mappingSize; ++matched) {
+        const std::uint32_t component = table.component(row, matched);
+        if (component == 0)
+            break;
+        if (matched == run.size() || run[matched] != component)
+            return Match::none;
+    }
+    return matched == run.size() ? Match::full : Match::prefix;
+}
+
+// Rows of zeros stand for unused ones and never match.
+bool isUnused(const DecompositionTable& table, const DecompEntry& row)
+{
+    if (row.firstComponent != 0 || row.composed != 0)
+        return false;
+    for (std::size_t i = 1; i < row.componentCount; ++i) {
+        if (table.component(row, i) != 0)
+            return false;
+    }
+    return true;
+}
+
+// Composes the run from left to right: the first matching row replaces what it matches, and its
+// composed character is the cursor from which the rest of the run is tried. False when no row
+// matches, or when rows of one component lead round in a circle.
+bool composeRun(std::span<std::uint32_t> run, const DecompositionTable& table,
+                std::size_t mappingSize, std::uint32_t& composed)
+{
+    // A circle visits no more distinct characters than the table has rows.
+    std::size_t stepsInPlace = 0;
+    for (;;) {
+        Match match = Match::none;
+        std::size_t matched = 0;
+        for (const DecompEntry& row : table.startingWith(run[0])) {
+            if (isUnused(table, row))
+                continue;
+            match = compareRow(table, row, mappingSize, run, matched);
+            if (match != Match::none) {
+                composed = row.composed;
+                break;
+            }
+        }
+        if (match != Match::prefix)
+            return match == Match::full;
+        stepsInPlace = matched == 1 ? stepsInPlace + 1 : 0;
+        if (stepsInPlace > table.size())
+            return false;
+        run = run.subspan(matched - 1);
+        run[0] = composed;
+    }
+}
+
+}  // namespace
+
+bool Composer::composeSorted(const CharacterTables& tables, std::uint8_t ucDecompositionMappingSize,
+                             std::span<const std::uint32_t> run, std::uint32_t& composed)
+{
+    m_elements.clear();
+    for (const std::uint32_t codePoint : run)
+        m_elements.push_back({codePoint, tables.unicodeTable[codePoint].ucCombiningClass});
+    // The base takes part: a mark of a lower class goes in front of it.
+    std::ranges::stable_sort(m_elements, {}, &Element::combiningClass);
+    m_run.clear();
+    for (const Element& element : m_elements)
+        m_run.push_back(element.codePoint);
+    return composeRun(m_run, tables.decompTable, ucDecompositionMappingSize, composed);
+}
+
+bool Composer::compose(const CharacterTables& tables, std::uint8_t ucDecompositionMappingSize,
+                       std::span<const std::uint32_t> run, std::uint32_t& composed)
+{
+    if (run.size() != 2)
+        return composeSorted(tables, ucDecompositionMappingSize, run, composed);
+    Pair& pair = m_pairs[(run[0] + 31 * run[1]) % m_pairs.size()];
+    if (pair.base != run[0] || pair.mark != run[1]) {
+        pair.mark = 0;
+        pair.composes = composeSorted(tables, ucDecompositionMappingSize, run, pair.composed);
+        pair.base = run[0];
+        pair.mark = run[1];
+    }
+    composed = pair.composed;
+    return pair.composes;
+}
+
+}  // namespace ruvo

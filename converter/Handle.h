@@ -1,0 +1,49 @@
+// What one open handle owns.
+#pragma once
+
+#include "CharacterTables.h"
+#include "Composition.h"
+#include "HandleSettings.h"
+#include "OutputChain.h"
+
+#include <cstdint>
+#include <utility>
+#include <vector>
+
+namespace ruvo {
+
+struct HandleLink {
+    HandleLink(HandleSettings&& handleSettings, CharacterTables&& characterTables)
+        : settings(std::move(handleSettings)),
+          tables(std::move(characterTables)),
+          stCharCodeOut(blockLimits()),
+          stTableInfoOut(blockLimits()),
+          stISetInfoOut(blockLimits())
+    {
+    }
+
+    HandleSettings settings;
+    CharacterTables tables;
+    CharCodeChain stCharCodeOut;
+    SwitchChain stTableInfoOut;  // of code tables
+    SwitchChain stISetInfoOut;   // of internal character sets
+
+    // Working memory of a conversion.
+    Composer composer;
+    std::vector<std::uint32_t> run;
+
+    void resetOutput()
+    {
+        stCharCodeOut.reset();
+        stTableInfoOut.reset();
+        stISetInfoOut.reset();
+    }
+
+private:
+    BlockLimits blockLimits() const
+    {
+        return {settings.ulOutputBufferBlockSize, settings.ucOutputBufferBlockMax};
+    }
+};
+
+}  // namespace ruvo

@@ -1,0 +1,38 @@
+// The process-wide table of handles.
+#pragma once
+
+#include "Handle.h"
+
+#include <cstdint>
+#include <memory>
+
+namespace ruvo {
+
+// A handle is its slot's index plus 1. Lives from the first open to the end of the process: the
+// array is never freed or resized, so that handles stay good in destructors of static objects.
+struct HandleLinkMngInf {
+    std::uint16_t usNextSlot;     // where the next search for a free slot begins
+    std::int16_t sMaximumHandle;  // "MaximumHandle" as last read; may exceed the array's capacity
+    std::int16_t sCapacity;       // slots in the array
+    std::unique_ptr<HandleLink>* pstHandleLink;  // a null entry is a free slot
+};
+
+extern HandleLinkMngInf g_stHandlelinkMngInfTbl;
+
+// 0 when the handle is open, else -10.
+short Cutm_CheckHandle(short sHandle);
+
+// The record of an open handle.
+HandleLink& handleLink(short sHandle);
+
+// Makes the array, of sMaximumHandle slots, when there is none yet. Throws std::bad_alloc.
+void ensureHandleArray();
+
+// Puts the handle into the first free slot from usNextSlot on, round the end. Returns the handle
+// number, or -50 when all slots are taken.
+short allocateSlot(std::unique_ptr<HandleLink> handle);
+
+// Frees an open handle and all that it owns.
+void freeSlot(short sHandle);
+
+}  // namespace ruvo

@@ -1,0 +1,64 @@
+#include "LineReader.h"
+
+#include "RuvoConverter.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <cstring>
+
+namespace ruvo {
+
+namespace {
+
+constexpr std::size_t kBufferSize = 64 * 1024;
+
+}  // namespace
+
+short LineReader::open(const std::string& path, short missingStatus)
+{
+    m_file.reset(std::fopen(path.c_str(), "r"));
+    if (!m_file)
+        return errno == ENOENT ? missingStatus : short{RUVO_FILE_NOT_OPENED};
+    // The reader has a buffer of its own.
+    std::setvbuf(m_file.get(), nullptr, _IONBF, 0);
+    m_buffer.resize(kBufferSize);
+    m_begin = m_end = 0;
+    return RUVO_OK;
+}
+
+bool LineReader::next(std::string_view& line)
+{
+    for (;;) {
+        const char* const start = m_buffer.data() + m_begin;
+        const std::size_t available = std::min(m_end - m_begin, kMaxLineLength);
+        const void* const lineFeed = available > 0 ? std::memchr(start, '\n', available) : nullptr;
+
+        std::size_t length = available;
+        if (lineFeed)
+            length = static_cast<std::size_t>(static_cast<const char*>(lineFeed) - start) + 1;
+        else if (available < kMaxLineLength && refill())
+            continue;
+        if (length == 0)
+            return false;
+
+        m_begin += length;
+        const void* const nul = std::memchr(start, '\0', length);
+        line = {start,
+                nul ? static_cast<std::size_t>(static_cast<const char*>(nul) - start) : length};
+        return true;
+    }
+}
+
+// Moves the rest to the front and reads on behind it. False at the end of the file.
+bool LineReader::refill()
+{
+    std::memmove(m_buffer.data(), m_buffer.data() + m_begin, m_end - m_begin);
+    m_end -= m_begin;
+    m_begin = 0;
+    const std::size_t count =
+        std::fread(m_buffer.data() + m_end, 1, m_buffer.size() - m_end, m_file.get());
+    m_end += count;
+    return count > 0;
+}
+
+}  // namespace ruvo

@@ -1,0 +1,46 @@
+// Reads the converter's text files line by line.
+#pragma once
+
+#include <cstddef>
+#include <cstdio>
+#include <memory>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace ruvo {
+
+// A line buffer holds 1024 characters, the terminator included.
+inline constexpr std::size_t kMaxLineLength = 1023;
+
+class LineReader {
+public:
+    // Opens `path`. Returns 0, `missingStatus` when there is no such file, or -30 when it cannot be
+    // opened for another reason. A directory opens and has no lines.
+    short open(const std::string& path, short missingStatus);
+
+    // Gives the next line with its line break, or at most kMaxLineLength characters of it: a longer
+    // line goes on as the next one. A NUL byte ends the text of its line. The view is good until
+    // the next call. False at the end of the file.
+    bool next(std::string_view& line);
+
+private:
+    struct FileCloser {
+        void operator()(std::FILE* file) const { std::fclose(file); }
+    };
+
+    bool refill();
+
+    std::unique_ptr<std::FILE, FileCloser> m_file;
+    std::vector<char> m_buffer;
+    std::size_t m_begin = 0;
+    std::size_t m_end = 0;
+};
+
+// A line without text, or one that starts with the file format's comment character.
+inline bool isBlankOrComment(std::string_view line, char comment)
+{
+    return !line.empty() && (line[0] == comment || line[0] == '\n' || line[0] == '\r');
+}
+
+}  // namespace ruvo

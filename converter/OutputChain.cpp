@@ -1,0 +1,108 @@
+#include "OutputChain.h"
+
+#include "RuvoConverter.h"
+
+#include <algorithm>
+#include <cstring>
+#include <limits>
+
+namespace ruvo {
+
+namespace {
+
+constexpr std::size_t kRecordSize = 5;
+
+// Positions are 32 bits wide: a longer chain counts as full.
+constexpr std::size_t kMaxCharacters = std::numeric_limits<std::uint32_t>::max();
+
+// Memory that an empty chain keeps, so that a stream of small conversions never allocates.
+constexpr std::size_t kKeptBytes = 64 * 1024;
+
+}  // namespace
+
+CharCodeChain::CharCodeChain(BlockLimits limits)
+    : m_limit(std::min(std::size_t{limits.ulOutputBufferBlockSize} * limits.ucOutputBufferBlockMax,
+                       kMaxCharacters)),
+      m_keptCapacity(std::max(kKeptBytes, std::size_t{limits.ulOutputBufferBlockSize}))
+{
+}
+
+void CharCodeChain::reserve(std::size_t count)
+{
+    const std::size_t needed = m_size + std::min(count, room());
+    if (needed <= m_capacity)
+        return;
+    const std::size_t capacity = std::max({needed, std::min(2 * m_capacity, m_limit)});
+    auto bytes = std::make_unique_for_overwrite<std::uint8_t[]>(capacity);
+    if (m_size > 0)
+        std::memcpy(bytes.get(), m_bytes.get(), m_size);
+    m_bytes = std::move(bytes);
+    m_capacity = capacity;
+}
+
+short CharCodeChain::append(std::uint8_t byte)
+{
+    if (room() == 0)
+        return RUVO_OUTPUT_FULL;
+    m_bytes[m_size++] = byte;
+    return RUVO_OK;
+}
+
+void CharCodeChain::reset()
+{
+    m_size = 0;
+    if (m_capacity > m_keptCapacity) {
+        m_bytes.reset();
+        m_capacity = 0;
+    }
+}
+
+SwitchChain::SwitchChain(BlockLimits limits)
+    : m_blockSize(limits.ulOutputBufferBlockSize),
+      m_recordsPerBlock(m_blockSize / kRecordSize),
+      m_limit(m_recordsPerBlock * limits.ucOutputBufferBlockMax)
+{
+}
+
+short SwitchChain::append(SwitchRecord record)
+{
+    if (m_records.size() == m_limit)
+        return RUVO_OUTPUT_FULL;
+    m_records.push_back(record);
+    return RUVO_OK;
+}
+
+std::size_t SwitchChain::byteLength() const
+{
+    if (m_records.empty())
+        return 0;
+    const std::size_t fullBlocks = (m_records.size() - 1) / m_recordsPerBlock;
+    const std::size_t inLastBlock = m_records.size() - fullBlocks * m_recordsPerBlock;
+    return fullBlocks * m_blockSize + inLastBlock * kRecordSize;
+}
+
+void SwitchChain::copyTo(std::uint8_t* destination) const
+{
+    const std::size_t gap = m_blockSize - m_recordsPerBlock * kRecordSize;
+    std::size_t inBlock = 0;
+    for (const SwitchRecord& record : m_records) {
+        if (inBlock == m_recordsPerBlock) {
+            std::memset(destination, 0, gap);
+            destination += gap;
+            inBlock = 0;
+        }
+        for (int shift = 0; shift < 32; shift += 8)
+            *destination++ = static_cast<std::uint8_t>(record.position >> shift & 0xFF);
+        *destination++ = record.parameter;
+        ++inBlock;
+    }
+}
+
+void SwitchChain::reset()
+{
+    m_records.clear();
+    if (m_records.capacity() * sizeof(SwitchRecord) > kKeptBytes)
+        m_records.shrink_to_fit();
+}
+
+}  // namespace ruvo

@@ -1,0 +1,84 @@
+// A handle's output chains: the character codes, and the switches between them.
+//
+// By contract the output stands in blocks of "OutputBufferBlockSize" bytes, at most
+// "OutputBufferBlockMax" of them a chain. The blocks are counted, not allocated: they decide when a
+// chain is full and where the raw form of a switch chain has gaps, and cost nothing by themselves.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+#include <span>
+#include <vector>
+
+namespace ruvo {
+
+struct BlockLimits {
+    std::uint32_t ulOutputBufferBlockSize;
+    std::uint8_t ucOutputBufferBlockMax;
+};
+
+// One byte for each displayed character.
+class CharCodeChain {
+public:
+    explicit CharCodeChain(BlockLimits limits);
+
+    // Bytes that may still be appended.
+    std::size_t room() const { return m_limit - m_size; }
+
+    // Makes memory for `count` more bytes, or for room() if that is less. Throws std::bad_alloc.
+    void reserve(std::size_t count);
+
+    // Appends a byte for which reserve has made memory. 0, or -510 when the chain is full.
+    short append(std::uint8_t byte);
+
+    // Where the next bytes go, and how many have been put there, for which reserve has made memory.
+    std::uint8_t* end() { return m_bytes.get() + m_size; }
+    void grow(std::size_t count) { m_size += count; }
+
+    std::span<const std::uint8_t> bytes() const { return {m_bytes.get(), m_size}; }
+    void reset();
+
+private:
+    std::size_t m_limit;
+    std::size_t m_keptCapacity;
+    std::size_t m_size = 0;
+    std::size_t m_capacity = 0;
+    std::unique_ptr<std::uint8_t[]> m_bytes;
+};
+
+// The command takes effect in front of the character byte at `position`, counted from the last
+// reset of the chains.
+struct SwitchRecord {
+    std::uint32_t position;
+    std::uint8_t parameter;
+};
+
+// Switch records. In the raw form a record takes 5 bytes and never spans two blocks; zeros fill up
+// a full block when its size is no multiple of 5.
+class SwitchChain {
+public:
+    explicit SwitchChain(BlockLimits limits);
+
+    // 0, or -510 when the chain is full. Throws std::bad_alloc and then is as it was.
+    short append(SwitchRecord record);
+
+    std::span<const SwitchRecord> records() const { return m_records; }
+
+    // The raw form: its length, and the form itself. A record is
+    //
+    //   | 0 | 1 | 2 | 3 |     4     |
+    //   |   position    | parameter |      position: little-endian
+    std::size_t byteLength() const;
+    void copyTo(std::uint8_t* destination) const;
+
+    void reset();
+
+private:
+    std::size_t m_blockSize;
+    std::size_t m_recordsPerBlock;
+    std::size_t m_limit;  // in records
+    std::vector<SwitchRecord> m_records;
+};
+
+}  // namespace ruvo

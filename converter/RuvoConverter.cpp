@@ -1,0 +1,183 @@
+// The exported functions: check the arguments, call the converter, turn the outcome into a status.
+#include "RuvoConverter.h"
+
+#include "Conversion.h"
+#include "HandleTable.h"
+#include "OpenHandle.h"
+#include "OutputRetrieval.h"
+
+#include <cstring>
+#include <exception>
+#include <limits>
+#include <string>
+
+namespace {
+
+using namespace ruvo;
+
+constexpr std::size_t kMaxNameLength = 127;
+
+// No exception leaves an exported function. What the converter throws is exhausted memory.
+template <class Work>
+short guarded(Work work) noexcept
+{
+    try {
+        return work();
+    } catch (const std::exception&) {
+        return RUVO_OUT_OF_MEMORY;
+    }
+}
+
+// An input length with the top bit set is a negative number that went astray.
+bool isValidInput(const unsigned char* data, unsigned long length)
+{
+    return data && length > 0 && length <= std::numeric_limits<long>::max();
+}
+
+// Keeps the bytes 20..7F (hex). False when more of them remain than a name may hold: a cut name
+// could be another device's file.
+bool keepPrintable(const unsigned char* data, unsigned long length, std::string& name)
+{
+    for (unsigned long i = 0; i < length; ++i) {
+        if (data[i] < 0x20 || data[i] > 0x7F)
+            continue;
+        if (name.size() == kMaxNameLength)
+            return false;
+        name.push_back(static_cast<char>(data[i]));
+    }
+    return true;
+}
+
+short setTargetCodePage(HandleSettings& settings, long lCodePage)
+{
+    if (lCodePage == -1) {
+        settings.usTargetTable = kNoTable;
+        return RUVO_OK;
+    }
+    for (std::size_t i = 0; i < settings.ausTableCodePage.size(); ++i) {
+        if (static_cast<std::int16_t>(settings.ausTableCodePage[i]) == lCodePage) {
+            settings.usTargetTable = static_cast<std::uint16_t>(i);
+            return RUVO_OK;
+        }
+    }
+    return RUVO_INVALID_ARGUMENT;
+}
+
+short getOutputData(HandleLink& handle, unsigned char* pucPrintData, unsigned long* pulLength)
+{
+    if (!pucPrintData && *pulLength != 0)
+        return RUVO_INVALID_ARGUMENT;
+    const unsigned long required = mergedLength(handle);
+    if (required == 0) {
+        *pulLength = 0;
+        return RUVO_OK;
+    }
+    if (required > *pulLength) {
+        *pulLength = required;
+        return RUVO_BUFFER_TOO_SMALL;
+    }
+    *pulLength = required;
+    mergeOutput(handle, pucPrintData);
+    handle.resetOutput();
+    return RUVO_OK;
+}
+
+short getRawData(HandleLink& handle, unsigned char* const (&buffers)[3],
+                 unsigned long* const (&lengths)[3])
+{
+    for (int i = 0; i < 3; ++i) {
+        if (!lengths[i])
+            return RUVO_INVALID_ARGUMENT;
+    }
+    const std::span<const std::uint8_t> characters = handle.stCharCodeOut.bytes();
+    unsigned long required[3] = {characters.size(), handle.stTableInfoOut.byteLength(),
+                                 handle.stISetInfoOut.byteLength()};
+    bool fits = true;
+    for (int i = 0; i < 3; ++i) {
+        if (!buffers[i] && *lengths[i] != 0)
+            return RUVO_INVALID_ARGUMENT;
+        fits = fits && required[i] <= *lengths[i];
+    }
+    const bool empty = required[0] == 0 || required[1] == 0;
+    for (int i = 0; i < 3; ++i)
+        *lengths[i] = empty ? 0 : required[i];
+    if (empty)
+        return RUVO_OK;
+    if (!fits)
+        return RUVO_BUFFER_TOO_SMALL;
+    std::memcpy(buffers[0], characters.data(), characters.size());
+    handle.stTableInfoOut.copyTo(buffers[1]);
+    handle.stISetInfoOut.copyTo(buffers[2]);
+    handle.resetOutput();
+    return RUVO_OK;
+}
+
+}  // namespace
+
+short RuvoOpenHandle(const unsigned char* pucDeviceInfo, unsigned long ulDeviceInfoLength,
+                     const unsigned char* pucID, unsigned long ulIDLength)
+{
+    if (!isValidInput(pucDeviceInfo, ulDeviceInfoLength) || !isValidInput(pucID, ulIDLength))
+        return RUVO_INVALID_ARGUMENT;
+    return guarded([&]() -> short {
+        std::string deviceInfoName;
+        std::string id;
+        if (!keepPrintable(pucDeviceInfo, ulDeviceInfoLength, deviceInfoName) ||
+            !keepPrintable(pucID, ulIDLength, id))
+            return RUVO_INVALID_ARGUMENT;
+        return Lutm_OpenHandleCommon(deviceInfoName, id);
+    });
+}
+
+short RuvoCloseHandle(short sHandle)
+{
+    if (const short status = Cutm_CheckHandle(sHandle))
+        return status;
+    freeSlot(sHandle);
+    return RUVO_OK;
+}
+
+short RuvoSetData(short sHandle, unsigned char* pucData, unsigned long ulDataLength)
+{
+    if (const short status = Cutm_CheckHandle(sHandle))
+        return status;
+    if (!isValidInput(pucData, ulDataLength))
+        return RUVO_INVALID_ARGUMENT;
+    return guarded([&] { return Lutm_SetDataCommon(handleLink(sHandle), pucData, ulDataLength); });
+}
+
+short RuvoSetTargetCodePage(short sHandle, long lCodePage)
+{
+    if (const short status = Cutm_CheckHandle(sHandle))
+        return status;
+    return setTargetCodePage(handleLink(sHandle).settings, lCodePage);
+}
+
+short RuvoSetEncodeType(short sHandle, short sEncodeType)
+{
+    if (const short status = Cutm_CheckHandle(sHandle))
+        return status;
+    if (sEncodeType < RUVO_UTF16_BY_MARK || sEncodeType > RUVO_UTF8)
+        return RUVO_INVALID_ARGUMENT;
+    handleLink(sHandle).settings.sEncodeType = sEncodeType;
+    return RUVO_OK;
+}
+
+short RuvoGetOutputData(short sHandle, unsigned char* pucPrintData, unsigned long* pulLength)
+{
+    if (const short status = Cutm_CheckHandle(sHandle))
+        return status;
+    if (!pulLength)
+        return RUVO_INVALID_ARGUMENT;
+    return getOutputData(handleLink(sHandle), pucPrintData, pulLength);
+}
+
+short RuvoGetRawData(short sHandle, unsigned char* pucCharCode, unsigned long* pulCharCodeLength,
+                     unsigned char* pucTableInfo, unsigned long* pulTableInfoLength,
+                     unsigned char* pucISetInfo, unsigned long* pulISetInfoLength)
+{
+    if (const short status = Cutm_CheckHandle(sHandle))
+        return status;
+    return getRawData(handleLink(sHandle), {pucCharCode, pucTableInfo, pucISetInfo},
+                      {pulCharCodeLength, pulTableInfoLength, pulISetInfoLength});
+}

@@ -1,0 +1,85 @@
+// The one reader for sections of "key=value" lines, driven by tables of keys.
+#pragma once
+
+#include "HandleSettings.h"
+
+#include <bitset>
+#include <cstddef>
+#include <span>
+#include <string_view>
+
+namespace ruvo {
+
+// Where a section's values go.
+struct SectionTarget {
+    HandleSettings& settings;
+    DeviceInfo& deviceInfo;
+    std::size_t index;  // of a numbered section, from 0
+};
+
+struct SectionKey {
+    std::string_view name;
+    long minimum;                               // of a number
+    long maximum;                               // of a number, or of a text's length in bytes
+    void (*storeNumber)(SectionTarget&, long);  // null for a text
+    void (*storeText)(SectionTarget&, std::string_view);  // null for a number
+};
+
+constexpr SectionKey numberKey(std::string_view name, long minimum, long maximum,
+                               void (*store)(SectionTarget&, long))
+{
+    return {name, minimum, maximum, store, nullptr};
+}
+
+constexpr SectionKey textKey(std::string_view name, long maximumLength,
+                             void (*store)(SectionTarget&, std::string_view))
+{
+    return {name, 0, maximumLength, nullptr, store};
+}
+
+// Finds the first "=" in the text behind a key and gives the value behind it. False when there is
+// no "=" or the line ends right after it.
+bool Lutm_ExistEqualCheck(std::string_view text, std::string_view& value);
+
+// True when the value is one or more decimal digits followed by LF or CR.
+bool Lutm_NumberCheck(std::string_view value);
+
+// Reads the digits in front of the value, saturated. True when minimum <= number <= maximum.
+bool Lutm_RangeCheck(std::string_view value, long minimum, long maximum, long& number);
+
+// A text value goes without its last two characters, which are the line's CR LF.
+std::string_view withoutLineBreak(std::string_view value);
+
+// One section while its lines are read. Its keys are found anywhere in a line; the first key of
+// the table that a line holds decides the line.
+class Section {
+public:
+    enum class Line {
+        stored,    // a key with a good value
+        rejected,  // a key whose value breaks its rule: ends the section, the key is unset
+        noKey,     // ends the section
+    };
+
+    Section(std::span<const SectionKey> keys, SectionTarget target) : m_keys(keys), m_target(target)
+    {
+    }
+
+    Line read(std::string_view line);
+
+    // Every key has been set.
+    bool complete() const { return m_set.count() == m_keys.size(); }
+
+    // Goes on with the next numbered section, all keys unset.
+    void startNext()
+    {
+        ++m_target.index;
+        m_set.reset();
+    }
+
+private:
+    std::span<const SectionKey> m_keys;
+    SectionTarget m_target;
+    std::bitset<16> m_set;
+};
+
+}  // namespace ruvo

@@ -1,0 +1,26 @@
+// The files that an open reads first: the ID file, HalvoSet.txt and the device information file.
+#pragma once
+
+#include "HandleSettings.h"
+
+#include <string>
+
+namespace ruvo {
+
+// Where the ID files are. Fixed: integrators and installers rely on it.
+inline constexpr char kModuleRoot[] = "/usr/local/KALDO/HalvoCvt/";
+
+// Reads the ID file `root` + id + ".txt". Returns 0 and the module path with "/" at its end, or -1
+// when the file cannot be opened or names no module path.
+int Lutm_ModuleFileFullPath(const std::string& root, const std::string& id,
+                            std::string& modulePath);
+
+// Reads modulePath + "HalvoSet.txt". Returns 0, -30, -100 or -110. "MaximumHandle" is in force for
+// the process as soon as its line is read, even if a later line breaks a rule.
+short readSettingsFile(const std::string& modulePath, HandleSettings& settings,
+                       DeviceInfo& deviceInfo);
+
+// Reads szDeviceInfoPath + name. Returns 0, -30, -200 or -210.
+short readDeviceInfoFile(const std::string& name, HandleSettings& settings, DeviceInfo& deviceInfo);
+
+}  // namespace ruvo

@@ -1,0 +1,197 @@
+#include "UnicodeData.h"
+
+#include "LineReader.h"
+#include "RuvoConverter.h"
+
+#include <algorithm>
+#include <array>
+#include <limits>
+
+namespace ruvo {
+
+namespace {
+
+constexpr std::size_t kMaxFieldLength = 127;
+
+// Fields of a line, counted from 0. The name (1) and Bidi_Class (4) take no part in a conversion.
+enum Field {
+    codeValue,
+    name,
+    generalCategory,
+    combiningClass,
+    bidiClass,
+    decomposition,
+    fieldCount
+};
+
+using Fields = std::array<std::string_view, fieldCount>;
+
+// Splits the first fields of a line at ";", each cut at kMaxFieldLength.
+void Lutm_Split(std::string_view line, Fields& fields)
+{
+    if (line.ends_with('\n'))  // it stands nowhere else
+        line.remove_suffix(1);
+    line = line.substr(0, line.find('\r'));
+    for (std::string_view& field : fields) {
+        const std::size_t end = line.find(';');
+        field = line.substr(0, std::min(end, kMaxFieldLength));
+        line = end == std::string_view::npos ? std::string_view() : line.substr(end + 1);
+    }
+}
+
+// Splits a decomposition field at each blank. A field of more than maxParts parts gives none.
+void Lutm_BrkClassInfSplit(std::string_view text, std::vector<std::string_view>& parts,
+                           std::size_t maxParts)
+{
+    parts.clear();
+    for (;;) {
+        const std::size_t end = text.find(' ');
+        if (parts.size() == maxParts) {
+            parts.clear();
+            return;
+        }
+        parts.push_back(text.substr(0, end));
+        if (end == std::string_view::npos)
+            return;
+        text = text.substr(end + 1);
+    }
+}
+
+int digitValue(char c)
+{
+    if (c >= '0' && c <= '9')
+        return c - '0';
+    const char lower = static_cast<char>(c | 0x20);
+    return lower >= 'a' && lower <= 'z' ? lower - 'a' + 10 : 99;
+}
+
+// Reads a number as far as it goes, saturated; without digits it is 0. Leading white space, a sign
+// and, in base 16, "0x" are accepted, as the C library's strtol does.
+long readNumber(std::string_view text, int base)
+{
+    std::size_t i = 0;
+    const auto digitAt = [&](std::size_t at) {
+        return at < text.size() ? digitValue(text[at]) : 99;
+    };
+    while (i < text.size() && (text[i] == ' ' || (text[i] >= '\t' && text[i] <= '\r')))
+        ++i;
+    const bool negative = i < text.size() && text[i] == '-';
+    if (i < text.size() && (text[i] == '-' || text[i] == '+'))
+        ++i;
+    if (base == 16 && digitAt(i) == 0 && i + 1 < text.size() && (text[i + 1] | 0x20) == 'x' &&
+        digitAt(i + 2) < base)
+        i += 2;
+    constexpr long limit = std::numeric_limits<long>::max();
+    long value = 0;
+    for (; digitAt(i) < base; ++i) {
+        const long digit = digitAt(i);
+        value = value > (limit - digit) / base ? limit : value * base + digit;
+    }
+    return negative ? -value : value;
+}
+
+std::uint32_t readComponent(std::string_view part)
+{
+    const long value = readNumber(part, 16);
+    constexpr std::uint32_t unmatched = 0xFFFFFFFF;
+    return value < 0 || value > long{unmatched} ? unmatched : static_cast<std::uint32_t>(value);
+}
+
+bool isCombiningMark(std::string_view category)
+{
+    return category.size() >= 2 && category[0] == 'M' &&
+           (category[1] == 'c' || category[1] == 'n' || category[1] == 'e');
+}
+
+// Appends the row of one line, when its decomposition field makes one.
+class DecompositionReader {
+public:
+    DecompositionReader(const HandleSettings& settings, DecompositionTable& table)
+        : m_mappingSize(settings.ucDecompositionMappingSize),
+          m_maxRows(settings.ulDecompositionClassNumber),
+          m_table(table)
+    {
+    }
+
+    void read(std::uint32_t codePoint, std::string_view field)
+    {
+        if (field.empty())
+            return;
+        Lutm_BrkClassInfSplit(field, m_parts, m_mappingSize + 1);
+        if (m_parts.empty() || m_parts[0].empty() || m_table.size() >= m_maxRows)
+            return;
+        const bool hasTag = m_parts[0].find('<') != std::string_view::npos;
+        m_components.clear();
+        for (std::size_t i = hasTag ? 1 : 0; i < m_parts.size(); ++i) {
+            if (m_parts[i].empty() || m_components.size() == m_mappingSize)
+                break;
+            m_components.push_back(readComponent(m_parts[i]));
+        }
+        m_table.append(codePoint, m_components);
+    }
+
+private:
+    std::size_t m_mappingSize;
+    std::size_t m_maxRows;
+    DecompositionTable& m_table;
+    std::vector<std::string_view> m_parts;
+    std::vector<std::uint32_t> m_components;
+};
+
+}  // namespace
+
+short Lutm_createTranslationTable(std::span<const MapEntry> tableList,
+                                  std::span<const MapEntry> icsList, const HandleSettings& settings,
+                                  CharacterTables& tables)
+{
+    LineReader reader;
+    if (const short status =
+            reader.open(settings.szDeviceInfoPath + "UnicodeData.txt", RUVO_UNICODE_DATA_MISSING))
+        return status;
+
+    CodePointTable& unicodeTable = tables.unicodeTable;
+    DecompositionReader decompositionReader(settings, tables.decompTable);
+    const auto maxMappings = static_cast<std::size_t>(settings.sMappingTableNumber);
+    std::vector<CharMapping> mappings;
+    // The list is walked once, beside the file's ascending code points.
+    std::size_t t = 0;
+    std::string_view line;
+    while (reader.next(line)) {
+        if (!line.empty() && (line[0] == '\n' || line[0] == '\r'))
+            continue;
+        Fields fields;
+        Lutm_Split(line, fields);
+        const long value = readNumber(fields[codeValue], 16);
+        if (value < 0 || value > long{kMaxCodePoint})
+            continue;
+        const auto codePoint = static_cast<std::uint32_t>(value);
+
+        // A code point that is listed again keeps its record and the mappings found for it.
+        UnicodeCharInfo& info = unicodeTable.insert(codePoint);
+        while (t < tableList.size() && tableList[t].ulCodePoint < codePoint)
+            ++t;
+        mappings.clear();
+        for (; t < tableList.size() && tableList[t].ulCodePoint == codePoint; ++t) {
+            if (mappings.size() < maxMappings)
+                mappings.push_back({tableList[t].ucCode, tableList[t].ucParam});
+        }
+        if (!mappings.empty())
+            unicodeTable.setMappings(info, mappings);
+        info.ucCombiningClass =
+            static_cast<std::uint8_t>(readNumber(fields[combiningClass], 10) & 0xFF);
+        info.combiningMark =
+            isCombiningMark(fields[generalCategory].substr(0, settings.ucGeneralCategorySize));
+        decompositionReader.read(codePoint, fields[decomposition]);
+    }
+
+    for (const MapEntry& entry : icsList) {
+        if (unicodeTable[entry.ulCodePoint].listed)
+            unicodeTable.setICSMapping(unicodeTable.insert(entry.ulCodePoint),
+                                       {entry.ucCode, entry.ucParam});
+    }
+    unicodeTable.finish();
+    tables.decompTable.finish(settings.ucDecompositionMappingSize);
+    return RUVO_OK;
+}
+
+}  // namespace ruvo

@@ -1,0 +1,19 @@
+// Reads UnicodeData.txt, the Unicode Character Database's main file (format: Unicode Standard
+// Annex #44), into the character tables.
+#pragma once
+
+#include "CharacterTables.h"
+#include "HandleSettings.h"
+#include "TableFiles.h"
+
+#include <span>
+
+namespace ruvo {
+
+// Fills the tables from szDeviceInfoPath + "UnicodeData.txt" and the two sorted lists. Returns 0,
+// -30 or -320.
+short Lutm_createTranslationTable(std::span<const MapEntry> tableList,
+                                  std::span<const MapEntry> icsList, const HandleSettings& settings,
+                                  CharacterTables& tables);
+
+}  // namespace ruvo
