@@ -1,0 +1,19 @@
+// Byte strings in test rows: written in hex, compared with a message that shows the difference.
+#ifndef KESTRIX_TESTS_BYTES_H
+#define KESTRIX_TESTS_BYTES_H
+
+#include <string>
+#include <string_view>
+
+#include <gtest/gtest.h>
+
+// "1B 40" -> two bytes. Blanks may stand anywhere between digits; "{41*300}" is a byte 300 times.
+// Throws std::invalid_argument for anything else.
+std::string fromHex(std::string_view hex);
+
+std::string toHex(std::string_view bytes);
+
+// For EXPECT_TRUE. A failure shows both strings and the first byte that differs.
+testing::AssertionResult sameBytes(std::string_view expected, std::string_view actual);
+
+#endif
