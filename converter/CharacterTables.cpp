@@ -19,28 +19,28 @@ UnicodeCharInfo& CodePointTable::insert(std::uint32_t codePoint)
     return info;
 }
 
-void CodePointTable::setMappings(UnicodeCharInfo& info, std::span<const CharMapping> mappings)
+void CodePointTable::setMappings(std::uint32_t codePoint, std::span<const CharMapping> mappings)
 {
+    UnicodeCharInfo& info = insert(codePoint);
     const std::size_t first = m_mappings.size();
     m_mappings.insert(m_mappings.end(), mappings.begin(), mappings.end());
     info.ulFirstMapping = static_cast<std::uint32_t>(first);
     info.usMappingCount = static_cast<std::uint16_t>(mappings.size());
+    m_mapped.push_back(codePoint);
 }
 
 // The character is never looked up in the translation tables again, so their mappings may go.
-void CodePointTable::setICSMapping(UnicodeCharInfo& info, CharMapping mapping)
+void CodePointTable::setICSMapping(std::uint32_t codePoint, CharMapping mapping)
 {
-    setMappings(info, {&mapping, 1});
-    info.ucICSFlag = 1;
+    setMappings(codePoint, {&mapping, 1});
+    insert(codePoint).ucICSFlag = 1;
 }
 
 void CodePointTable::finish()
 {
-    m_pages.shrink_to_fit();
-    m_mappings.shrink_to_fit();
-    for (std::uint32_t codePoint = 0; codePoint <= 0xFFFF; ++codePoint) {
+    for (const std::uint32_t codePoint : m_mapped) {
         const UnicodeCharInfo& info = (*this)[codePoint];
-        if (info.combiningMark || info.ucICSFlag)
+        if (codePoint > PlainTable::kLast || info.combiningMark || info.ucICSFlag)
             continue;
         for (const CharMapping mapping : mappings(info)) {
             std::uint16_t& index = m_plainIndex[mapping.ucTableParam];
@@ -53,6 +53,7 @@ void CodePointTable::finish()
     }
     for (PlainTable& table : m_plainTables)
         table.finish();
+    m_mapped = {};
 }
 
 std::uint16_t& PlainTable::code(std::uint32_t codePoint)

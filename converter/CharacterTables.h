@@ -35,15 +35,18 @@ public:
 
     static constexpr std::uint16_t kPlain = 0x100;  // flag beside the byte; without it, not plain
 
+    static constexpr std::uint32_t kLast = 0xFFFF;
+
     // Code points below this one stand in one piece: those of one or two bytes in UTF-8.
     static constexpr std::uint32_t kFrontSize = 0x800;
 
     std::uint16_t front(std::uint32_t codePoint) const { return m_front[codePoint]; }
 
-    // Of code points from kFrontSize on.
-    std::uint16_t other(std::uint32_t codePoint) const
+    std::uint16_t operator[](std::uint32_t codePoint) const
     {
-        return m_codes[m_page[codePoint / kPageSize] * kPageSize + codePoint % kPageSize];
+        return codePoint < kFrontSize
+                   ? m_front[codePoint]
+                   : m_codes[m_page[codePoint / kPageSize] * kPageSize + codePoint % kPageSize];
     }
 
     // Enters a character, unless it is there already.
@@ -60,7 +63,7 @@ private:
     std::uint16_t& code(std::uint32_t codePoint);
 
     std::array<std::uint16_t, kFrontSize> m_front{};
-    std::array<std::uint16_t, 0x10000 / kPageSize> m_page{};  // 0: a page without characters
+    std::array<std::uint16_t, (kLast + 1) / kPageSize> m_page{};  // 0: a page without characters
     std::vector<std::uint16_t> m_codes;
     std::uint8_t m_identityBegin = 0;
     std::uint8_t m_identityEnd = 0;
@@ -91,8 +94,9 @@ public:
         return m_mappings[info.ulFirstMapping];
     }
 
-    void setMappings(UnicodeCharInfo& info, std::span<const CharMapping> mappings);
-    void setICSMapping(UnicodeCharInfo& info, CharMapping mapping);
+    // Of a code point that has a record.
+    void setMappings(std::uint32_t codePoint, std::span<const CharMapping> mappings);
+    void setICSMapping(std::uint32_t codePoint, CharMapping mapping);
 
     // Ends the building.
     void finish();
@@ -110,6 +114,7 @@ private:
     std::array<std::uint32_t, (kMaxCodePoint + 1) / kPageSize> m_pageStart{};
     std::vector<UnicodeCharInfo> m_pages;
     std::vector<CharMapping> m_mappings;
+    std::vector<std::uint32_t> m_mapped;  // code points with mappings, while they are built
     std::array<std::uint16_t, 256> m_plainIndex{};  // by command parameter, from 1
     std::vector<PlainTable> m_plainTables;
 };

@@ -21,15 +21,17 @@ short LineReader::open(const std::string& path, short missingStatus)
         return errno == ENOENT ? missingStatus : short{RUVO_FILE_NOT_OPENED};
     // The reader has a buffer of its own.
     std::setvbuf(m_file.get(), nullptr, _IONBF, 0);
-    m_buffer.resize(kBufferSize);
+    if (!m_buffer)
+        m_buffer = std::make_unique_for_overwrite<char[]>(kBufferSize);
     m_begin = m_end = 0;
+    m_holdsNul = false;
     return RUVO_OK;
 }
 
 bool LineReader::next(std::string_view& line)
 {
     for (;;) {
-        const char* const start = m_buffer.data() + m_begin;
+        const char* const start = m_buffer.get() + m_begin;
         const std::size_t available = std::min(m_end - m_begin, kMaxLineLength);
         const void* const lineFeed = available > 0 ? std::memchr(start, '\n', available) : nullptr;
 
@@ -42,7 +44,7 @@ bool LineReader::next(std::string_view& line)
             return false;
 
         m_begin += length;
-        const void* const nul = std::memchr(start, '\0', length);
+        const void* const nul = m_holdsNul ? std::memchr(start, '\0', length) : nullptr;
         line = {start,
                 nul ? static_cast<std::size_t>(static_cast<const char*>(nul) - start) : length};
         return true;
@@ -52,12 +54,13 @@ bool LineReader::next(std::string_view& line)
 // Moves the rest to the front and reads on behind it. False at the end of the file.
 bool LineReader::refill()
 {
-    std::memmove(m_buffer.data(), m_buffer.data() + m_begin, m_end - m_begin);
+    std::memmove(m_buffer.get(), m_buffer.get() + m_begin, m_end - m_begin);
     m_end -= m_begin;
     m_begin = 0;
     const std::size_t count =
-        std::fread(m_buffer.data() + m_end, 1, m_buffer.size() - m_end, m_file.get());
+        std::fread(m_buffer.get() + m_end, 1, kBufferSize - m_end, m_file.get());
     m_end += count;
+    m_holdsNul = std::memchr(m_buffer.get(), '\0', m_end) != nullptr;
     return count > 0;
 }
 

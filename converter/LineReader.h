@@ -6,7 +6,6 @@
 #include <memory>
 #include <string>
 #include <string_view>
-#include <vector>
 
 namespace ruvo {
 
@@ -32,9 +31,10 @@ private:
     bool refill();
 
     std::unique_ptr<std::FILE, FileCloser> m_file;
-    std::vector<char> m_buffer;
+    std::unique_ptr<char[]> m_buffer;
     std::size_t m_begin = 0;
     std::size_t m_end = 0;
+    bool m_holdsNul = false;  // somewhere between m_begin and m_end
 };
 
 // A line without text, or one that starts with the file format's comment character.

@@ -66,7 +66,7 @@ SwitchChain::SwitchChain(BlockLimits limits)
 
 short SwitchChain::append(SwitchRecord record)
 {
-    if (m_records.size() == m_limit)
+    if (full())
         return RUVO_OUTPUT_FULL;
     m_records.push_back(record);
     return RUVO_OK;

@@ -60,6 +60,8 @@ class SwitchChain {
 public:
     explicit SwitchChain(BlockLimits limits);
 
+    bool full() const { return m_records.size() == m_limit; }
+
     // 0, or -510 when the chain is full. Throws std::bad_alloc and then is as it was.
     short append(SwitchRecord record);
 

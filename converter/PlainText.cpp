@@ -75,24 +75,19 @@ bool isContinuation(std::uint8_t byte)
     return (byte & 0xC0) == 0x80;
 }
 
-}  // namespace
+// Where the copying stands.
+struct Position {
+    const std::uint8_t* next;  // in the text
+    std::uint8_t* out;
+};
 
-void appendPlainText(Utf8Reader& reader, HandleLink& handle)
+// Copies plain characters up to one that is not, or up to the end.
+void copyPlain(Position& position, const std::uint8_t* end, const PlainTable& table)
 {
-    CharCodeChain& characters = handle.stCharCodeOut;
-    const HandleSettings& settings = handle.settings;
-    const PlainTable* const table = handle.tables.unicodeTable.plainTable(settings.ucCurrentTable);
-    if (!table || characters.bytes().empty() || settings.tableInForce() != settings.ucCurrentTable)
-        return;
-
-    const RangeCopier identity(table->identityBegin(), table->identityEnd());
-    const std::uint8_t* const begin = reader.begin();
-    // A character takes at least one byte of the text, so the output has room for these.
-    const std::uint8_t* const end =
-        begin + std::min(static_cast<std::size_t>(reader.end() - begin), characters.room());
-    const std::uint8_t* next = begin;
-    std::uint8_t* out = characters.end();
-    while (next != end) {
+    const RangeCopier identity(table.identityBegin(), table.identityEnd());
+    const std::uint8_t* next = position.next;
+    std::uint8_t* out = position.out;
+    while (next < end) {
         const std::uint32_t lead = next[0];
         std::uint32_t code = 0;
         std::ptrdiff_t size = 1;
@@ -102,18 +97,14 @@ void appendPlainText(Utf8Reader& reader, HandleLink& handle)
             out += copied;
             if (copied > 0)
                 continue;
-            code = table->front(lead);
+            code = table.front(lead);
         } else if (lead < 0xE0) {
             if (lead >= 0xC0 && end - next >= 2 && isContinuation(next[1]))
-                code = table->front((lead & 0x1F) << 6 | (next[1] & 0x3Fu));
+                code = table.front((lead & 0x1F) << 6 | (next[1] & 0x3Fu));
             size = 2;
         } else if (lead < 0xF0) {
-            if (end - next >= 3 && isContinuation(next[1]) && isContinuation(next[2])) {
-                const std::uint32_t codePoint =
-                    (lead & 0x0F) << 12 | (next[1] & 0x3Fu) << 6 | (next[2] & 0x3Fu);
-                code = codePoint < PlainTable::kFrontSize ? table->front(codePoint)
-                                                          : table->other(codePoint);
-            }
+            if (end - next >= 3 && isContinuation(next[1]) && isContinuation(next[2]))
+                code = table[(lead & 0x0F) << 12 | (next[1] & 0x3Fu) << 6 | (next[2] & 0x3Fu)];
             size = 3;
         }
         if (!(code & PlainTable::kPlain))
@@ -121,19 +112,81 @@ void appendPlainText(Utf8Reader& reader, HandleLink& handle)
         *out++ = static_cast<std::uint8_t>(code);
         next += size;
     }
+    position = {next, out};
+}
 
-    // A mark takes the base in front of it along.
-    std::uint32_t codePoint = 0;
-    reader.skipTo(next);
-    if (next != begin && reader.peek(codePoint) && codePoint != kInvalidMarker &&
-        handle.tables.unicodeTable[codePoint].combiningMark) {
-        do
-            --next;
-        while (isContinuation(*next));
-        --out;
-        reader.skipTo(next);
+// A mark takes the base in front of it along. Where one stands next, composes the two into a plain
+// character, or leaves both. False when the copying ends here.
+bool composeLast(Position& position, Utf8Reader& reader, HandleLink& handle,
+                 const PlainTable& table)
+{
+    const CodePointTable& unicodeTable = handle.tables.unicodeTable;
+    const auto nextIsMark = [&](std::uint32_t& codePoint) {
+        return reader.peek(codePoint) && codePoint != kInvalidMarker &&
+               unicodeTable[codePoint].combiningMark;
+    };
+    std::uint32_t run[2];
+    std::uint32_t behind = 0;
+    reader.skipTo(position.next);
+    if (!nextIsMark(run[1]))
+        return false;
+    reader.advance();
+    const std::uint8_t* const behindMark = reader.begin();
+    const bool pair = !nextIsMark(behind);
+
+    const std::uint8_t* base = position.next;
+    do
+        --base;
+    while (isContinuation(*base));
+    reader.skipTo(base);
+    reader.peek(run[0]);
+    std::uint32_t composed = 0;
+    std::uint16_t code = 0;
+    if (pair &&
+        handle.composer.compose(handle.tables, handle.settings.ucDecompositionMappingSize, run,
+                                composed) &&
+        composed <= PlainTable::kLast)
+        code = table[composed];
+    if (!(code & PlainTable::kPlain)) {
+        position = {base, position.out - 1};
+        return false;
     }
-    characters.grow(static_cast<std::size_t>(out - characters.end()));
+    position.out[-1] = static_cast<std::uint8_t>(code);
+    position.next = behindMark;
+    return true;
+}
+
+}  // namespace
+
+void appendPlainText(Utf8Reader& reader, HandleLink& handle)
+{
+    CharCodeChain& characters = handle.stCharCodeOut;
+    HandleSettings& settings = handle.settings;
+    const std::uint8_t tableInForce = settings.tableInForce();
+    const PlainTable* const table = handle.tables.unicodeTable.plainTable(tableInForce);
+    const bool select = characters.bytes().empty() || tableInForce != settings.ucCurrentTable;
+    if (!table || (select && handle.stTableInfoOut.full()))
+        return;
+
+    const std::uint8_t* const begin = reader.begin();
+    // A character takes at least one byte of the text, so the output has room for these. A mark may
+    // lie behind their end.
+    const std::uint8_t* const end =
+        begin + std::min(static_cast<std::size_t>(reader.end() - begin), characters.room());
+    Position position{begin, characters.end()};
+    do
+        copyPlain(position, end, *table);
+    while (position.out != characters.end() && composeLast(position, reader, handle, *table));
+    reader.skipTo(position.next);
+    if (position.out == characters.end())
+        return;
+
+    if (select) {
+        handle.stTableInfoOut.append(
+            {static_cast<std::uint32_t>(characters.bytes().size()), tableInForce});
+        settings.ucCurrentTable = tableInForce;
+    }
+    characters.grow(static_cast<std::size_t>(position.out - characters.end()));
 }
 
 }  // namespace ruvo

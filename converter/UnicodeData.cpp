@@ -26,16 +26,28 @@ enum Field {
 
 using Fields = std::array<std::string_view, fieldCount>;
 
-// Splits the first fields of a line at ";", each cut at kMaxFieldLength.
+// The position of the next ";" from `start` on, or the end. Names are long, the other fields are
+// not.
+std::size_t endOfField(std::string_view line, std::size_t start, bool isName)
+{
+    if (isName)
+        return std::min(line.find(';', start), line.size());
+    while (start < line.size() && line[start] != ';')
+        ++start;
+    return start;
+}
+
+// Splits the first fields of a line at ";", each cut at kMaxFieldLength. CR and LF end the line.
 void Lutm_Split(std::string_view line, Fields& fields)
 {
     if (line.ends_with('\n'))  // it stands nowhere else
         line.remove_suffix(1);
     line = line.substr(0, line.find('\r'));
-    for (std::string_view& field : fields) {
-        const std::size_t end = line.find(';');
-        field = line.substr(0, std::min(end, kMaxFieldLength));
-        line = end == std::string_view::npos ? std::string_view() : line.substr(end + 1);
+    std::size_t start = 0;
+    for (int i = 0; i < fieldCount; ++i) {
+        const std::size_t end = endOfField(line, start, i == name);
+        fields[i] = {line.data() + start, std::min(end - start, kMaxFieldLength)};
+        start = std::min(end + 1, line.size());
     }
 }
 
@@ -62,30 +74,29 @@ int digitValue(char c)
     if (c >= '0' && c <= '9')
         return c - '0';
     const char lower = static_cast<char>(c | 0x20);
-    return lower >= 'a' && lower <= 'z' ? lower - 'a' + 10 : 99;
+    return lower >= 'a' && lower <= 'f' ? lower - 'a' + 10 : 99;
 }
 
 // Reads a number as far as it goes, saturated; without digits it is 0. Leading white space, a sign
 // and, in base 16, "0x" are accepted, as the C library's strtol does.
 long readNumber(std::string_view text, int base)
 {
-    std::size_t i = 0;
-    const auto digitAt = [&](std::size_t at) {
-        return at < text.size() ? digitValue(text[at]) : 99;
-    };
-    while (i < text.size() && (text[i] == ' ' || (text[i] >= '\t' && text[i] <= '\r')))
-        ++i;
-    const bool negative = i < text.size() && text[i] == '-';
-    if (i < text.size() && (text[i] == '-' || text[i] == '+'))
-        ++i;
-    if (base == 16 && digitAt(i) == 0 && i + 1 < text.size() && (text[i + 1] | 0x20) == 'x' &&
-        digitAt(i + 2) < base)
-        i += 2;
+    const auto isSpace = [](char c) { return c == ' ' || (c >= '\t' && c <= '\r'); };
+    while (!text.empty() && isSpace(text[0]))
+        text.remove_prefix(1);
+    const bool negative = text.starts_with('-');
+    if (negative || text.starts_with('+'))
+        text.remove_prefix(1);
+    if (base == 16 && text.size() > 2 && text[0] == '0' && (text[1] | 0x20) == 'x' &&
+        digitValue(text[2]) < base)
+        text.remove_prefix(2);
     constexpr long limit = std::numeric_limits<long>::max();
     long value = 0;
-    for (; digitAt(i) < base; ++i) {
-        const long digit = digitAt(i);
-        value = value > (limit - digit) / base ? limit : value * base + digit;
+    for (const char c : text) {
+        const int digit = digitValue(c);
+        if (digit >= base)
+            break;
+        value = value > (limit >> 4) - 1 ? limit : value * base + digit;
     }
     return negative ? -value : value;
 }
@@ -176,7 +187,7 @@ short Lutm_createTranslationTable(std::span<const MapEntry> tableList,
                 mappings.push_back({tableList[t].ucCode, tableList[t].ucParam});
         }
         if (!mappings.empty())
-            unicodeTable.setMappings(info, mappings);
+            unicodeTable.setMappings(codePoint, mappings);
         info.ucCombiningClass =
             static_cast<std::uint8_t>(readNumber(fields[combiningClass], 10) & 0xFF);
         info.combiningMark =
@@ -186,8 +197,7 @@ short Lutm_createTranslationTable(std::span<const MapEntry> tableList,
 
     for (const MapEntry& entry : icsList) {
         if (unicodeTable[entry.ulCodePoint].listed)
-            unicodeTable.setICSMapping(unicodeTable.insert(entry.ulCodePoint),
-                                       {entry.ucCode, entry.ucParam});
+            unicodeTable.setICSMapping(entry.ulCodePoint, {entry.ucCode, entry.ucParam});
     }
     unicodeTable.finish();
     tables.decompTable.finish(settings.ucDecompositionMappingSize);
