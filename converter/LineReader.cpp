@@ -30,25 +30,30 @@ short LineReader::open(const std::string& path, short missingStatus)
 
 bool LineReader::next(std::string_view& line)
 {
-    for (;;) {
-        const char* const start = m_buffer.get() + m_begin;
-        const std::size_t available = std::min(m_end - m_begin, kMaxLineLength);
-        const void* const lineFeed = available > 0 ? std::memchr(start, '\n', available) : nullptr;
-
-        std::size_t length = available;
-        if (lineFeed)
-            length = static_cast<std::size_t>(static_cast<const char*>(lineFeed) - start) + 1;
-        else if (available < kMaxLineLength && refill())
-            continue;
-        if (length == 0)
-            return false;
-
-        m_begin += length;
-        const void* const nul = m_holdsNul ? std::memchr(start, '\0', length) : nullptr;
-        line = {start,
-                nul ? static_cast<std::size_t>(static_cast<const char*>(nul) - start) : length};
-        return true;
+    std::size_t length = 0;
+    while ((length = lineLength()) == 0) {
+        if (!refill()) {
+            length = m_end - m_begin;
+            break;
+        }
     }
+    if (length == 0)
+        return false;
+    const char* const start = m_buffer.get() + m_begin;
+    m_begin += length;
+    const void* const nul = m_holdsNul ? std::memchr(start, '\0', length) : nullptr;
+    line = {start, nul ? static_cast<std::size_t>(static_cast<const char*>(nul) - start) : length};
+    return true;
+}
+
+// The length of the line at m_begin; 0 when its end is not in the buffer.
+std::size_t LineReader::lineLength() const
+{
+    const char* const start = m_buffer.get() + m_begin;
+    const std::size_t available = std::min(m_end - m_begin, kMaxLineLength);
+    if (const void* const lineFeed = std::memchr(start, '\n', available))
+        return static_cast<std::size_t>(static_cast<const char*>(lineFeed) - start) + 1;
+    return available == kMaxLineLength ? kMaxLineLength : 0;
 }
 
 // Moves the rest to the front and reads on behind it. False at the end of the file.

@@ -28,6 +28,7 @@ private:
         void operator()(std::FILE* file) const { std::fclose(file); }
     };
 
+    std::size_t lineLength() const;
     bool refill();
 
     std::unique_ptr<std::FILE, FileCloser> m_file;
