@@ -1,0 +1,42 @@
+#include "MarqueeTagParser.h"
+
+#include "ConvertedText.h"
+
+namespace {
+
+constexpr std::size_t longestText = 0xFFFF;  // L has 16 bits
+
+}  // namespace
+
+void MarqueeTagParser::subParse(AttributeMap& attributes, AttributeMap& state, OutputVector& out)
+{
+    unsigned char* const content = attributeValue(CONTENT, attributes);
+    const unsigned char* const uwait = attributeValue(ATTR_UWAIT, attributes);
+    const unsigned char* const rwait = attributeValue(ATTR_RWAIT, attributes);
+    if (content == nullptr || *content == '\0' || uwait == nullptr || rwait == nullptr) {
+        return;
+    }
+
+    if (hasAttr(ATTR_LANG, attributes)) {
+        storeLang(attributeValue(ATTR_LANG, attributes), state, out);
+    }
+
+    const OutputVector text = convertedText(content);
+    if (text.empty() || text.size() > longestText) {
+        return;
+    }
+
+    const unsigned char* const format = attributeValue(ATTR_FORMAT, attributes);
+    const unsigned char* const repeat = attributeValue(ATTR_REPEAT, attributes);
+    OutputVector block(10);
+    block.reserve(block.size() + text.size());
+    block[0] = SUB;
+    block[1] = 0x4D;
+    block[2] = format != nullptr && equals(format, PLACE) ? 0x02 : 0x01;
+    littleEndianUShort(&block[3], lowShort(decimal(uwait)));
+    littleEndianUShort(&block[5], lowShort(decimal(rwait)));
+    block[7] = repeat == nullptr ? 0 : lowByte(decimal(repeat));
+    littleEndianUShort(&block[8], static_cast<unsigned short>(text.size()));
+    block.insert(block.end(), text.begin(), text.end());
+    out.insert(out.end(), block.begin(), block.end());
+}
