@@ -26,7 +26,7 @@ std::string shown(std::string_view bytes, std::size_t difference)
            toHex(part);
 }
 
-} // namespace
+}  // namespace
 
 std::string fromHex(std::string_view hex)
 {
@@ -41,8 +41,7 @@ std::string fromHex(std::string_view hex)
                 throw std::invalid_argument("not of the form {41*300}");
             }
             const std::string byte = fromHex(hex.substr(i + 1, star - i - 1));
-            bytes.append(std::stoul(std::string(hex.substr(star + 1, end - star - 1))),
-                         byte.at(0));
+            bytes.append(std::stoul(std::string(hex.substr(star + 1, end - star - 1))), byte.at(0));
             i = end + 1;
         } else if (i + 1 < hex.size()) {
             bytes.push_back(static_cast<char>(digitValue(hex[i]) * 16 + digitValue(hex[i + 1])));
@@ -76,7 +75,7 @@ testing::AssertionResult sameBytes(std::string_view expected, std::string_view a
     const auto difference = static_cast<std::size_t>(
         std::mismatch(expected.begin(), expected.end(), actual.begin(), actual.end()).first -
         expected.begin());
-    return testing::AssertionFailure() << "first difference at byte " << difference
-                                       << "\n  expected " << shown(expected, difference)
-                                       << "\n  actual   " << shown(actual, difference);
+    return testing::AssertionFailure()
+           << "first difference at byte " << difference << "\n  expected "
+           << shown(expected, difference) << "\n  actual   " << shown(actual, difference);
 }

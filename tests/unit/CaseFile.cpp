@@ -16,16 +16,16 @@ std::string_view withoutBlanks(std::string_view text)
     return first == std::string_view::npos ? std::string_view() : text.substr(first);
 }
 
-} // namespace
+}  // namespace
 
-std::vector<Case> readCases(const std::string &fileName)
+std::vector<Case> readCases(const std::string& fileName)
 {
     std::ifstream file(std::string(KESTRIX_CASES_DIR) + "/" + fileName);
     std::vector<Case> cases;
     std::set<std::string> names;
     bool explained = false;
     int number = 0;
-    const auto require = [&](bool condition, const char *message) {
+    const auto require = [&](bool condition, const char* message) {
         if (!condition) {
             throw std::runtime_error(fileName + ":" + std::to_string(number) + ": " + message);
         }

@@ -21,14 +21,14 @@ struct CaseLine {
 };
 
 struct Case {
-    int number; // of its "case" line
+    int number;  // of its "case" line
     std::string name;
     std::vector<CaseLine> lines;
 };
 
 // Reads a file of tests/cases. Throws std::runtime_error with the line where it is not of the form
 // above, and where it holds no case.
-std::vector<Case> readCases(const std::string &fileName);
+std::vector<Case> readCases(const std::string& fileName);
 
 // Text of a case with what a line cannot hold: "{E4 00}" is these bytes, "{A*300}" 300 times A.
 // Throws std::invalid_argument.

@@ -8,21 +8,21 @@
 
 namespace {
 
-std::string hexadecimal(const char *format, unsigned long number)
+std::string hexadecimal(const char* format, unsigned long number)
 {
     char text[16];
     std::snprintf(text, sizeof text, format, number);
     return text;
 }
 
-void append(Profile::Lines &lines, const std::vector<Profile::Key> &keys)
+void append(Profile::Lines& lines, const std::vector<Profile::Key>& keys)
 {
-    for (const Profile::Key &key : keys) {
+    for (const Profile::Key& key : keys) {
         lines.push_back(key.name + "=" + key.value);
     }
 }
 
-Profile::Lines settingsLines(const Profile &profile)
+Profile::Lines settingsLines(const Profile& profile)
 {
     Profile::Lines lines = {"[Settings]"};
     append(lines, profile.settings);
@@ -31,21 +31,21 @@ Profile::Lines settingsLines(const Profile &profile)
     return lines;
 }
 
-Profile::Lines deviceLines(const Profile &profile)
+Profile::Lines deviceLines(const Profile& profile)
 {
-    Profile::Lines lines = {
-        "[Common]", "MappingTableNumber=" + std::to_string(profile.tables.size()),
-        "InternalCharacterSetNumber=" + std::to_string(profile.sets.size())};
+    Profile::Lines lines = {"[Common]",
+                            "MappingTableNumber=" + std::to_string(profile.tables.size()),
+                            "InternalCharacterSetNumber=" + std::to_string(profile.sets.size())};
     append(lines, profile.common);
     int number = 0;
-    for (const Profile::Table &table : profile.tables) {
+    for (const Profile::Table& table : profile.tables) {
         lines.push_back("[Table" + std::to_string(++number) + "]");
         append(lines, {{"CodePage", std::to_string(table.codePage)},
                        {"TableCommandParam", std::to_string(table.commandParam)},
                        {"TableFileName", table.fileName}});
     }
     number = 0;
-    for (const Profile::InternalSet &set : profile.sets) {
+    for (const Profile::InternalSet& set : profile.sets) {
         lines.push_back("[ICS" + std::to_string(++number) + "]");
         append(lines, {{"ICSCommandParam", std::to_string(set.commandParam)},
                        {"ICSFileName", set.fileName}});
@@ -53,12 +53,12 @@ Profile::Lines deviceLines(const Profile &profile)
     return lines;
 }
 
-} // namespace
+}  // namespace
 
-void Profile::set(const std::string &name, const std::string &value)
+void Profile::set(const std::string& name, const std::string& value)
 {
-    for (std::vector<Key> *keys : {&settings, &log, &common}) {
-        for (Key &key : *keys) {
+    for (std::vector<Key>* keys : {&settings, &log, &common}) {
+        for (Key& key : *keys) {
             if (key.name == name) {
                 key.value = value;
                 return;
@@ -68,11 +68,11 @@ void Profile::set(const std::string &name, const std::string &value)
     throw std::out_of_range("no key " + name);
 }
 
-void Profile::write(const std::filesystem::path &directory) const
+void Profile::write(const std::filesystem::path& directory) const
 {
-    const auto writeFile = [&](const std::string &name, const Lines &lines) {
+    const auto writeFile = [&](const std::string& name, const Lines& lines) {
         std::ofstream file(directory / name, std::ios::binary);
-        for (const std::string &line : lines) {
+        for (const std::string& line : lines) {
             file << line << lineEnd;
         }
         if (!file.flush()) {
@@ -81,10 +81,10 @@ void Profile::write(const std::filesystem::path &directory) const
     };
     writeFile("HalvoSet.txt", settingsLines(*this));
     writeFile(deviceName, deviceLines(*this));
-    for (const Table &table : tables) {
+    for (const Table& table : tables) {
         writeFile(table.fileName, table.lines);
     }
-    for (const InternalSet &set : sets) {
+    for (const InternalSet& set : sets) {
         writeFile(set.fileName, set.lines);
     }
     writeFile("UnicodeData.txt", database);
@@ -101,8 +101,8 @@ std::string Profile::unmapped(int byte)
     return hexadecimal("0x%02lX", static_cast<unsigned long>(byte)) + "\t \t#";
 }
 
-std::string Profile::character(char32_t codePoint, const std::string &category,
-                               int combiningClass, const std::string &decomposition)
+std::string Profile::character(char32_t codePoint, const std::string& category, int combiningClass,
+                               const std::string& decomposition)
 {
     return hexadecimal("%04lX", codePoint) + ";NAME;" + category + ";" +
            std::to_string(combiningClass) + ";L;" + decomposition + ";;;;N;;;;;";
@@ -121,7 +121,7 @@ Profile smallDisplay()
         {850, 2, "latin.txt", {Profile::mapping(0x84, 0xE4), Profile::mapping(0x82, 0xE9)}},
         {866, 17, "cyrillic.txt", {Profile::mapping(0xA6, 0x436), Profile::unmapped(0xA7)}}};
     profile.sets = {{3, "national.txt", {Profile::mapping(0x5C, 0xA5)}}};
-    for (const std::string &line :
+    for (const std::string& line :
          {Profile::character(0xA5), Profile::character(0xE4, "Ll", 0, "0061 0308"),
           Profile::character(0xE9, "Ll", 0, "0065 0301"), Profile::character(0x301, "Mn", 230),
           Profile::character(0x308, "Mn", 230), Profile::character(0x436)}) {

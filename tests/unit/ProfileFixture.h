@@ -32,39 +32,37 @@ struct Profile {
     };
 
     // HalvoSet.txt. The log directory does not exist, so nothing is logged.
-    std::vector<Key> settings = {{"EncodeTypeDefault", "3"},        {"MissingCharacterCode", "63"},
-                                 {"DeviceInfoPath", "."},           {"MaximumHandle", "32"},
-                                 {"OutputBufferBlockSize", "4096"}, {"OutputBufferBlockMax", "255"}};
+    std::vector<Key> settings = {
+        {"EncodeTypeDefault", "3"},        {"MissingCharacterCode", "63"},
+        {"DeviceInfoPath", "."},           {"MaximumHandle", "32"},
+        {"OutputBufferBlockSize", "4096"}, {"OutputBufferBlockMax", "255"}};
     std::vector<Key> log = {{"LogFilePath", "no-log"}, {"LogMaxSize", "1"}};
 
     // The device information file. The numbers of tables and sets stand in front of these.
     std::string deviceName = "DEVICE";
-    std::vector<Key> common = {{"ICSCommandDefault", "0"},
-                               {"DecompositionClassNumber", "100"},
-                               {"GeneralCategorySize", "2"},
-                               {"CanonicalCombiningClassSize", "3"},
-                               {"BidiClassSize", "3"},
-                               {"DecompositionMappingSize", "2"}};
+    std::vector<Key> common = {{"ICSCommandDefault", "0"},   {"DecompositionClassNumber", "100"},
+                               {"GeneralCategorySize", "2"}, {"CanonicalCombiningClassSize", "3"},
+                               {"BidiClassSize", "3"},       {"DecompositionMappingSize", "2"}};
 
     std::vector<Table> tables;
     std::vector<InternalSet> sets;
-    Lines database; // UnicodeData.txt
+    Lines database;  // UnicodeData.txt
 
     std::string lineEnd = "\r\n";
 
     // Changes the value of a key in whichever list has it. Throws std::out_of_range without one.
-    void set(const std::string &name, const std::string &value);
+    void set(const std::string& name, const std::string& value);
 
     // Writes every file of the profile.
-    void write(const std::filesystem::path &directory) const;
+    void write(const std::filesystem::path& directory) const;
 
     // Lines of table and set files: a byte and its code point, or none.
     static std::string mapping(int byte, char32_t codePoint);
     static std::string unmapped(int byte);
 
     // A line of the database.
-    static std::string character(char32_t codePoint, const std::string &category = "Lo",
-                                 int combiningClass = 0, const std::string &decomposition = "");
+    static std::string character(char32_t codePoint, const std::string& category = "Lo",
+                                 int combiningClass = 0, const std::string& decomposition = "");
 };
 
 // A display with three tables (0: ASCII, 2: U+00E4 and U+00E9, 17: U+0436), one internal set (3:

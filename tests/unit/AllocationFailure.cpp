@@ -1,0 +1,94 @@
+#include "AllocationFailure.h"
+
+#include <cstdlib>
+#include <limits>
+#include <new>
+
+namespace {
+
+constexpr long unlimited = std::numeric_limits<long>::max();
+
+long remaining = unlimited;
+bool failed = false;
+long live = 0;
+
+}  // namespace
+
+AllocationFailure::AllocationFailure(long successes)
+{
+    failed = false;
+    remaining = successes;
+}
+
+AllocationFailure::~AllocationFailure()
+{
+    remaining = unlimited;
+}
+
+bool AllocationFailure::happened() const
+{
+    return failed;
+}
+
+long liveAllocations()
+{
+    return live;
+}
+
+// Sanitizers have their own of each form, so that none may be left out but those of overaligned
+// types.
+void* operator new(std::size_t size, const std::nothrow_t&) noexcept
+{
+    if (remaining == 0) {
+        failed = true;
+        return nullptr;
+    }
+    void* const memory = std::malloc(size == 0 ? 1 : size);
+    if (memory != nullptr) {
+        remaining -= remaining != unlimited;
+        ++live;
+    }
+    return memory;
+}
+
+void* operator new(std::size_t size)
+{
+    void* const memory = operator new(size, std::nothrow);
+    if (memory == nullptr) {
+        throw std::bad_alloc();
+    }
+    return memory;
+}
+
+void* operator new[](std::size_t size)
+{
+    return operator new(size);
+}
+
+void* operator new[](std::size_t size, const std::nothrow_t&) noexcept
+{
+    return operator new(size, std::nothrow);
+}
+
+void operator delete(void* memory) noexcept
+{
+    if (memory != nullptr) {
+        --live;
+        std::free(memory);
+    }
+}
+
+void operator delete(void* memory, std::size_t) noexcept
+{
+    operator delete(memory);
+}
+
+void operator delete[](void* memory) noexcept
+{
+    operator delete(memory);
+}
+
+void operator delete[](void* memory, std::size_t) noexcept
+{
+    operator delete(memory);
+}

@@ -1,0 +1,21 @@
+// Allocations that fail on demand. The whole test program's operator new is replaced for it.
+#ifndef KESTRIX_TESTS_ALLOCATION_FAILURE_H
+#define KESTRIX_TESTS_ALLOCATION_FAILURE_H
+
+// While it lives, the given number of allocations by operator new succeed and all later ones throw
+// std::bad_alloc. One at a time.
+class AllocationFailure {
+public:
+    explicit AllocationFailure(long successes);
+    ~AllocationFailure();
+    AllocationFailure(const AllocationFailure&) = delete;
+    AllocationFailure& operator=(const AllocationFailure&) = delete;
+
+    // Whether any has failed so far.
+    bool happened() const;
+};
+
+// Allocations by operator new that have not been given back.
+long liveAllocations();
+
+#endif
