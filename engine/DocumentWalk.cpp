@@ -49,6 +49,14 @@ TagParser* parserFor(const char* name, const ParserMap& parsers)
     return entry == parsers.end() ? nullptr : entry->second;
 }
 
+// What the walk does at an element of a name.
+struct Element {
+    const xmlChar* name;
+    TagParser* beginParser;  // or null
+    TagParser* endParser;    // or null
+    bool collectsText;
+};
+
 enum class Event { startTag, emptyElement, endTag, text, other };
 
 Event eventOf(xmlTextReader* reader)
@@ -128,15 +136,14 @@ private:
                 return State::idle;
             }
             storeAttributes(reader_, attributes_);
-            TagParser* const parser = parserFor(asText(name), beginParsers_);
-            if (event == Event::startTag && collectsText(asText(name))) {
-                keptName_ = name;
-                keptParser_ = parser;
+            const Element element = elementOf(name);
+            if (event == Event::startTag && element.collectsText) {
+                kept_ = element;
                 return State::collecting;
             }
-            call(parser, name);
+            call(element.beginParser, name);
             if (event == Event::emptyElement) {
-                call(parserFor(asText(name), endParsers_), name);
+                call(element.endParser, name);
             }
             return State::idle;
         }
@@ -201,15 +208,31 @@ private:
             content_.push_back(0);
             attributes_[TagParser::CONTENT] = content_.data();
         }
-        call(keptParser_, keptName_);
+        call(kept_.beginParser, kept_.name);
         content_.clear();
     }
 
     void callEndParser()
     {
         if (const xmlChar* const name = xmlTextReaderConstLocalName(reader_)) {
-            call(parserFor(asText(name), endParsers_), name);
+            call(elementOf(name).endParser, name);
         }
+    }
+
+    // The reader gives equal names at one address, so each name of a parser is looked up once.
+    Element elementOf(const xmlChar* name)
+    {
+        for (const Element& element : elements_) {
+            if (element.name == name) {
+                return element;
+            }
+        }
+        const Element element{name, parserFor(asText(name), beginParsers_),
+                              parserFor(asText(name), endParsers_), collectsText(asText(name))};
+        if (element.beginParser != nullptr || element.endParser != nullptr) {
+            elements_.push_back(element);
+        }
+        return element;
     }
 
     // No attribute passes from one call to the next, whether there is a parser or not.
@@ -228,12 +251,12 @@ private:
 
     State state_ = State::idle;
     unsigned int depth_ = 0;              // skipping: elements open inside the kept one
-    const xmlChar* keptName_ = nullptr;   // collecting, skipping: the element waiting for its
-    TagParser* keptParser_ = nullptr;     //   end tag, and its parser or null
+    Element kept_{};                      // collecting, skipping: waits for its end tag
     AttributeMap attributes_;             // of the current or the kept element
     std::vector<unsigned char> content_;  // text collected so far, UTF-8
     std::array<unsigned char, KestrixDispEngine::LANG_BUF_LEN> language_{};
     AttributeMap documentState_;
+    std::vector<Element> elements_;  // met so far, those with a parser
 };
 
 }  // namespace

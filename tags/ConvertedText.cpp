@@ -13,26 +13,36 @@ constexpr std::size_t longestInput = 0x800000;
 // internal character set, of three bytes each.
 constexpr std::size_t longestOutputPerByte = 1 + 3 + 2 * 3;
 
+// Makes room for `count` more bytes, growing like a vector that is appended to.
+void makeRoom(OutputVector& out, std::size_t count)
+{
+    if (out.capacity() - out.size() < count) {
+        out.reserve(std::max(out.size() + count, 2 * out.capacity()));
+    }
+}
+
 }  // namespace
 
-OutputVector convertedText(unsigned char* text)
+std::size_t appendConvertedText(unsigned char* text, OutputVector& out)
 {
     const short handle = KestrixDispEngine::ucHandle;
     const std::size_t length = std::strlen(reinterpret_cast<const char*>(text));
 
     // The room comes first: once the converter holds the text, emptying it must not fail.
-    OutputVector bytes;
-    bytes.reserve(std::min(length, longestInput) * longestOutputPerByte);
+    makeRoom(out, std::min(length, longestInput) * longestOutputPerByte);
 
     const bool rejected = KestrixDispEngine::RuvoSetData(handle, text, length) < 0;
 
     unsigned long announced = 0;
     KestrixDispEngine::RuvoGetOutputData(handle, nullptr, &announced);
-    bytes.resize(announced);
-    unsigned long delivered = announced;
-    if (announced > 0) {
-        KestrixDispEngine::RuvoGetOutputData(handle, bytes.data(), &delivered);
+    if (announced == 0) {
+        return 0;
     }
-    bytes.resize(rejected ? 0 : std::min(delivered, announced));
-    return bytes;
+    const std::size_t start = out.size();
+    out.resize(start + announced);
+    unsigned long delivered = announced;
+    KestrixDispEngine::RuvoGetOutputData(handle, out.data() + start, &delivered);
+    const std::size_t kept = rejected ? 0 : std::min(delivered, announced);
+    out.resize(start + kept);
+    return kept;
 }

@@ -4,15 +4,18 @@
 
 #include "../engine/TagParser.h"
 
-// Converts text on the current converter handle, KestrixDispEngine::ucHandle.
+#include <cstddef>
+
+// Converts text on the current converter handle, KestrixDispEngine::ucHandle, and appends the
+// display bytes with their switching commands to out.
 //
 // text     NUL-terminated, in the handle's encoding (UTF-8 unless its settings say otherwise); a
 //          converter set to little-endian UTF-16 exchanges its bytes in place
-// returns  the display bytes with their switching commands; empty if the converter rejects the
-//          text with any negative code, a warning too, or answers with nothing
+// returns  bytes appended; 0 if the converter rejects the text with any negative code, a warning
+//          too, or answers with nothing
 //
 // Nothing of the text stays on the handle, shown or not. Throws std::bad_alloc, and then has handed
 // nothing to the converter.
-OutputVector convertedText(unsigned char* text);
+std::size_t appendConvertedText(unsigned char* text, OutputVector& out);
 
 #endif

@@ -20,15 +20,17 @@ constexpr Corner corners[] = {
 
 void CursorTagParser::subParse(AttributeMap& attributes, AttributeMap&, OutputVector& out)
 {
-    const bool hasPosition = hasAttr(ATTR_X, attributes) && hasAttr(ATTR_Y, attributes);
-    const bool hasMoveTo = hasAttr(ATTR_MOVETO, attributes);
-    if (hasPosition && !hasMoveTo) {
-        storeXY(attributeValue(ATTR_X, attributes), attributeValue(ATTR_Y, attributes), out);
-    } else if (hasMoveTo && !hasPosition) {
-        storeMoveTo(attributeValue(ATTR_MOVETO, attributes), out);
+    const unsigned char* const x = attributeValue(ATTR_X, attributes);
+    const unsigned char* const y = attributeValue(ATTR_Y, attributes);
+    const unsigned char* const moveTo = attributeValue(ATTR_MOVETO, attributes);
+    const bool hasPosition = x != nullptr && y != nullptr;
+    if (hasPosition && moveTo == nullptr) {
+        storeXY(x, y, out);
+    } else if (!hasPosition && moveTo != nullptr) {
+        storeMoveTo(moveTo, out);
     }
-    if (hasAttr(ATTR_TYPE, attributes)) {
-        storeType(attributeValue(ATTR_TYPE, attributes), out);
+    if (const unsigned char* const type = attributeValue(ATTR_TYPE, attributes)) {
+        storeType(type, out);
     }
 }
 

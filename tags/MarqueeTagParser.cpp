@@ -17,26 +17,23 @@ void MarqueeTagParser::subParse(AttributeMap& attributes, AttributeMap& state, O
         return;
     }
 
-    if (hasAttr(ATTR_LANG, attributes)) {
-        storeLang(attributeValue(ATTR_LANG, attributes), state, out);
-    }
-
-    const OutputVector text = convertedText(content);
-    if (text.empty() || text.size() > longestText) {
-        return;
+    if (const unsigned char* const lang = attributeValue(ATTR_LANG, attributes)) {
+        storeLang(lang, state, out);
     }
 
     const unsigned char* const format = attributeValue(ATTR_FORMAT, attributes);
     const unsigned char* const repeat = attributeValue(ATTR_REPEAT, attributes);
     OutputVector block(10);
-    block.reserve(block.size() + text.size());
+    const std::size_t length = appendConvertedText(content, block);
+    if (length == 0 || length > longestText) {
+        return;
+    }
     block[0] = SUB;
     block[1] = 0x4D;
     block[2] = format != nullptr && equals(format, PLACE) ? 0x02 : 0x01;
     littleEndianUShort(&block[3], lowShort(decimal(uwait)));
     littleEndianUShort(&block[5], lowShort(decimal(rwait)));
     block[7] = repeat == nullptr ? 0 : lowByte(decimal(repeat));
-    littleEndianUShort(&block[8], static_cast<unsigned short>(text.size()));
-    block.insert(block.end(), text.begin(), text.end());
+    littleEndianUShort(&block[8], static_cast<unsigned short>(length));
     out.insert(out.end(), block.begin(), block.end());
 }

@@ -6,15 +6,17 @@
 
 void TextTagParser::subParse(AttributeMap& attributes, AttributeMap& state, OutputVector& out)
 {
-    if (hasAttr(ATTR_LANG, attributes)) {
-        storeLang(attributeValue(ATTR_LANG, attributes), state, out);
+    if (const unsigned char* const lang = attributeValue(ATTR_LANG, attributes)) {
+        storeLang(lang, state, out);
     }
-    if (hasAttr(ATTR_X, attributes) && hasAttr(ATTR_Y, attributes)) {
-        storeXY(attributeValue(ATTR_X, attributes), attributeValue(ATTR_Y, attributes), out);
+    const unsigned char* const x = attributeValue(ATTR_X, attributes);
+    const unsigned char* const y = attributeValue(ATTR_Y, attributes);
+    if (x != nullptr && y != nullptr) {
+        storeXY(x, y, out);
     }
     storeReverse(attributes, out);
-    if (hasAttr(CONTENT, attributes)) {
-        storeText(attributeValue(CONTENT, attributes), out);
+    if (unsigned char* const text = attributeValue(CONTENT, attributes)) {
+        storeText(text, out);
     }
 }
 
@@ -32,6 +34,5 @@ void TextTagParser::storeReverse(const AttributeMap& attributes, OutputVector& o
 
 void TextTagParser::storeText(unsigned char* text, OutputVector& out)
 {
-    const OutputVector bytes = convertedText(text);
-    out.insert(out.end(), bytes.begin(), bytes.end());
+    appendConvertedText(text, out);
 }
