@@ -4,6 +4,7 @@
 #include "CharacterTables.h"
 #include "Composition.h"
 #include "HandleSettings.h"
+#include "OperationLog.h"
 #include "OutputChain.h"
 
 #include <cstdint>
@@ -18,7 +19,8 @@ struct HandleLink {
           tables(std::move(characterTables)),
           stCharCodeOut(blockLimits()),
           stTableInfoOut(blockLimits()),
-          stISetInfoOut(blockLimits())
+          stISetInfoOut(blockLimits()),
+          log{settings.szLogFilePath, settings.ucLogMaxSize, {}, nullptr}
     {
     }
 
@@ -27,6 +29,7 @@ struct HandleLink {
     CharCodeChain stCharCodeOut;
     SwitchChain stTableInfoOut;  // of code tables
     SwitchChain stISetInfoOut;   // of internal character sets
+    LogContext log;
 
     // Working memory of a conversion.
     Composer composer;

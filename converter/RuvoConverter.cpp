@@ -4,6 +4,7 @@
 #include "Conversion.h"
 #include "HandleTable.h"
 #include "OpenHandle.h"
+#include "OperationLog.h"
 #include "OutputRetrieval.h"
 
 #include <cstring>
@@ -26,6 +27,16 @@ short guarded(Work work) noexcept
     } catch (const std::exception&) {
         return RUVO_OUT_OF_MEMORY;
     }
+}
+
+// Does the work between the call's two log entries.
+template <class Log, class Work>
+short logged(Log log, Work work) noexcept
+{
+    log(LogDirection::in, short{RUVO_OK});
+    const short status = guarded(work);
+    log(LogDirection::out, status);
+    return status;
 }
 
 // An input length with the top bit set is a negative number that went astray.
@@ -61,6 +72,14 @@ short setTargetCodePage(HandleSettings& settings, long lCodePage)
         }
     }
     return RUVO_INVALID_ARGUMENT;
+}
+
+short setEncodeType(HandleSettings& settings, short sEncodeType)
+{
+    if (sEncodeType < RUVO_UTF16_BY_MARK || sEncodeType > RUVO_UTF8)
+        return RUVO_INVALID_ARGUMENT;
+    settings.sEncodeType = sEncodeType;
+    return RUVO_OK;
 }
 
 short getOutputData(HandleLink& handle, unsigned char* pucPrintData, unsigned long* pulLength)
@@ -125,7 +144,14 @@ short RuvoOpenHandle(const unsigned char* pucDeviceInfo, unsigned long ulDeviceI
         if (!keepPrintable(pucDeviceInfo, ulDeviceInfoLength, deviceInfoName) ||
             !keepPrintable(pucID, ulIDLength, id))
             return RUVO_INVALID_ARGUMENT;
-        return Lutm_OpenHandleCommon(deviceInfoName, id);
+        const short result = Lutm_OpenHandleCommon(deviceInfoName, id);
+        if (Cutm_CheckHandle(result) != RUVO_OK)
+            return result;
+        // Both entries are written now: the log belongs to the handle.
+        for (const LogDirection direction : {LogDirection::in, LogDirection::out})
+            Lutm_RuvoOpenHandle(direction, result, pucDeviceInfo, ulDeviceInfoLength,
+                                deviceInfoName, result);
+        return result;
     });
 }
 
@@ -133,7 +159,10 @@ short RuvoCloseHandle(short sHandle)
 {
     if (const short status = Cutm_CheckHandle(sHandle))
         return status;
+    LogContext log = std::move(handleLink(sHandle).log);
+    Lutm_RuvoCloseHandle(LogDirection::in, log, sHandle, RUVO_OK);
     freeSlot(sHandle);
+    Lutm_RuvoCloseHandle(LogDirection::out, log, sHandle, RUVO_OK);
     return RUVO_OK;
 }
 
@@ -141,26 +170,38 @@ short RuvoSetData(short sHandle, unsigned char* pucData, unsigned long ulDataLen
 {
     if (const short status = Cutm_CheckHandle(sHandle))
         return status;
-    if (!isValidInput(pucData, ulDataLength))
-        return RUVO_INVALID_ARGUMENT;
-    return guarded([&] { return Lutm_SetDataCommon(handleLink(sHandle), pucData, ulDataLength); });
+    const bool valid = isValidInput(pucData, ulDataLength);
+    return logged(
+        [&](LogDirection direction, short status) {
+            Lutm_RuvoSetData(direction, sHandle, pucData, ulDataLength, valid ? ulDataLength : 0,
+                             status);
+        },
+        [&]() -> short {
+            return valid ? Lutm_SetDataCommon(handleLink(sHandle), pucData, ulDataLength)
+                         : short{RUVO_INVALID_ARGUMENT};
+        });
 }
 
 short RuvoSetTargetCodePage(short sHandle, long lCodePage)
 {
     if (const short status = Cutm_CheckHandle(sHandle))
         return status;
-    return setTargetCodePage(handleLink(sHandle).settings, lCodePage);
+    return logged(
+        [&](LogDirection direction, short status) {
+            Lutm_RuvoSetTargetCodePage(direction, sHandle, lCodePage, status);
+        },
+        [&] { return setTargetCodePage(handleLink(sHandle).settings, lCodePage); });
 }
 
 short RuvoSetEncodeType(short sHandle, short sEncodeType)
 {
     if (const short status = Cutm_CheckHandle(sHandle))
         return status;
-    if (sEncodeType < RUVO_UTF16_BY_MARK || sEncodeType > RUVO_UTF8)
-        return RUVO_INVALID_ARGUMENT;
-    handleLink(sHandle).settings.sEncodeType = sEncodeType;
-    return RUVO_OK;
+    return logged(
+        [&](LogDirection direction, short status) {
+            Lutm_RuvoSetEncodeType(direction, sHandle, sEncodeType, status);
+        },
+        [&] { return setEncodeType(handleLink(sHandle).settings, sEncodeType); });
 }
 
 short RuvoGetOutputData(short sHandle, unsigned char* pucPrintData, unsigned long* pulLength)
@@ -169,7 +210,12 @@ short RuvoGetOutputData(short sHandle, unsigned char* pucPrintData, unsigned lon
         return status;
     if (!pulLength)
         return RUVO_INVALID_ARGUMENT;
-    return getOutputData(handleLink(sHandle), pucPrintData, pulLength);
+    const LogBuffer printData{pucPrintData, pulLength, *pulLength};
+    return logged(
+        [&](LogDirection direction, short status) {
+            Lutm_RuvoGetOutputData(direction, sHandle, printData, status);
+        },
+        [&] { return getOutputData(handleLink(sHandle), pucPrintData, pulLength); });
 }
 
 short RuvoGetRawData(short sHandle, unsigned char* pucCharCode, unsigned long* pulCharCodeLength,
@@ -178,6 +224,18 @@ short RuvoGetRawData(short sHandle, unsigned char* pucCharCode, unsigned long* p
 {
     if (const short status = Cutm_CheckHandle(sHandle))
         return status;
-    return getRawData(handleLink(sHandle), {pucCharCode, pucTableInfo, pucISetInfo},
-                      {pulCharCodeLength, pulTableInfoLength, pulISetInfoLength});
+    const auto logBuffer = [](const unsigned char* data, const unsigned long* length) {
+        return LogBuffer{data, length, length ? *length : 0};
+    };
+    const LogBuffer charCode = logBuffer(pucCharCode, pulCharCodeLength);
+    const LogBuffer tableInfo = logBuffer(pucTableInfo, pulTableInfoLength);
+    const LogBuffer iSetInfo = logBuffer(pucISetInfo, pulISetInfoLength);
+    return logged(
+        [&](LogDirection direction, short status) {
+            Lutm_RuvoGetRawData(direction, sHandle, charCode, tableInfo, iSetInfo, status);
+        },
+        [&] {
+            return getRawData(handleLink(sHandle), {pucCharCode, pucTableInfo, pucISetInfo},
+                              {pulCharCodeLength, pulTableInfoLength, pulISetInfoLength});
+        });
 }
