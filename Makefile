@@ -3,7 +3,7 @@
 PREFIX ?= /usr/local
 PRESETS := release asan-ubsan
 
-.PHONY: all build test test-sanitized demo install clean
+.PHONY: all build test test-sanitized demo bench install clean
 
 all: build
 
@@ -20,6 +20,10 @@ test-%: build-%
 
 demo: build
 	@cd build/profile && ../kestrix-disp render "$(CURDIR)/examples/demo.xml" --device default --setting local --hex
+
+bench: build
+	@cmake --build --preset release --target kestrix-bench
+	@build/bench/kestrix-bench
 
 install: build
 	@cmake --install build --prefix "$(PREFIX)"

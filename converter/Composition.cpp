@@ -1,6 +1,7 @@
 #include "Composition.h"
 
-#include <algorithm>
+#include <array>
+#include <numeric>
 #include <span>
 
 namespace ruvo {
@@ -72,14 +73,19 @@ bool composeRun(std::span<std::uint32_t> run, const DecompositionTable& table,
 bool Composer::composeSorted(const CharacterTables& tables, std::uint8_t ucDecompositionMappingSize,
                              std::span<const std::uint32_t> run, std::uint32_t& composed)
 {
-    m_elements.clear();
+    // Sorts by combining class, keeping the order of equal ones: a counting sort, so that a base
+    // with thousands of marks costs no more for each of them. The base takes part: a mark of a
+    // lower class goes in front of it.
+    const auto classOf = [&](std::uint32_t codePoint) -> std::size_t {
+        return tables.unicodeTable[codePoint].ucCombiningClass;
+    };
+    std::array<std::size_t, 257> start{};  // of each class in the sorted run
     for (const std::uint32_t codePoint : run)
-        m_elements.push_back({codePoint, tables.unicodeTable[codePoint].ucCombiningClass});
-    // The base takes part: a mark of a lower class goes in front of it.
-    std::ranges::stable_sort(m_elements, {}, &Element::combiningClass);
-    m_run.clear();
-    for (const Element& element : m_elements)
-        m_run.push_back(element.codePoint);
+        ++start[classOf(codePoint) + 1];
+    std::partial_sum(start.begin(), start.end(), start.begin());
+    m_run.resize(run.size());
+    for (const std::uint32_t codePoint : run)
+        m_run[start[classOf(codePoint)]++] = codePoint;
     return composeRun(m_run, tables.decompTable, ucDecompositionMappingSize, composed);
 }
 

@@ -25,18 +25,12 @@ private:
         std::uint32_t composed;
         bool composes;
     };
-    struct Element {
-        std::uint32_t codePoint;
-        std::uint8_t combiningClass;
-    };
-
     bool composeSorted(const CharacterTables& tables, std::uint8_t ucDecompositionMappingSize,
                        std::span<const std::uint32_t> run, std::uint32_t& composed);
 
     // Pairs that were composed lately, each at the place that its code points give. A mark of 0
     // (U+0000 is none) is an unused place.
     std::array<Pair, 256> m_pairs{};
-    std::vector<Element> m_elements;
     std::vector<std::uint32_t> m_run;
 };
 
