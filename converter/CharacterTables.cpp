@@ -3,8 +3,27 @@
 #include "QuickSort.h"
 
 #include <algorithm>
+#include <utility>
 
 namespace ruvo {
+
+namespace {
+
+// What the database of Unicode 15 takes: pages of code points, decompositions, and components of
+// one. A table of a display has characters in a handful of pages.
+constexpr std::size_t kUsualPages = 300;
+constexpr std::size_t kUsualDecompositions = 7000;
+constexpr std::size_t kUsualComponents = 3;
+constexpr std::size_t kUsualPlainPages = 8;
+
+}  // namespace
+
+void CodePointTable::reserve(std::size_t mappings)
+{
+    m_pages.reserve(kUsualPages * kPageSize);
+    m_mappings.reserve(mappings);
+    m_mapped.reserve(mappings);
+}
 
 UnicodeCharInfo& CodePointTable::insert(std::uint32_t codePoint)
 {
@@ -38,6 +57,11 @@ void CodePointTable::setICSMapping(std::uint32_t codePoint, CharMapping mapping)
 
 void CodePointTable::finish()
 {
+    std::size_t tables = 0;
+    for (const CharMapping mapping : m_mappings)
+        tables += std::exchange(m_plainIndex[mapping.ucTableParam], 1) == 0;
+    m_plainTables.reserve(tables);
+    m_plainIndex.fill(0);
     for (const std::uint32_t codePoint : m_mapped) {
         const UnicodeCharInfo& info = (*this)[codePoint];
         if (codePoint > PlainTable::kLast || info.combiningMark || info.ucICSFlag)
@@ -62,6 +86,7 @@ std::uint16_t& PlainTable::code(std::uint32_t codePoint)
         return m_front[codePoint];
     std::uint16_t& page = m_page[codePoint / kPageSize];
     if (page == 0) {
+        m_codes.reserve(kUsualPlainPages * kPageSize);
         page = static_cast<std::uint16_t>(m_codes.size() / kPageSize);
         m_codes.resize(m_codes.size() + kPageSize);
     }
@@ -77,7 +102,6 @@ void PlainTable::insert(std::uint32_t codePoint, std::uint8_t ucCode)
 
 void PlainTable::finish()
 {
-    m_codes.shrink_to_fit();
     int begin = 0;
     for (int i = 0; i <= 0x80; ++i) {
         if (i < 0x80 && m_front[static_cast<std::size_t>(i)] == (kPlain | i))
@@ -88,6 +112,13 @@ void PlainTable::finish()
         }
         begin = i + 1;
     }
+}
+
+void DecompositionTable::reserve(std::size_t rows)
+{
+    rows = std::min(rows, kUsualDecompositions);
+    m_rows.reserve(rows);
+    m_components.reserve(rows * kUsualComponents);
 }
 
 void DecompositionTable::append(std::uint32_t composed, std::span<const std::uint32_t> components)
@@ -109,7 +140,9 @@ void DecompositionTable::finish(std::uint8_t mappingSize)
 
     if (mappingSize < 2)
         return;
-    for (const DecompEntry& row : startingWith(0x20)) {
+    const std::span<const DecompEntry> rows = startingWith(0x20);
+    m_spacingForms.reserve(rows.size());
+    for (const DecompEntry& row : rows) {
         if (mappingSize == 2 || component(row, 2) == 0)
             m_spacingForms.push_back({component(row, 1), row.composed});
     }

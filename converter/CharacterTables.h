@@ -74,6 +74,9 @@ class CodePointTable {
 public:
     CodePointTable() : m_pages(kPageSize) {}
 
+    // Makes memory for the database and for as many mappings. More of both may come.
+    void reserve(std::size_t mappings);
+
     // The record of a code point up to U+10FFFF; `listed` is 0 where there is none.
     const UnicodeCharInfo& operator[](std::uint32_t codePoint) const
     {
@@ -129,6 +132,9 @@ struct DecompEntry {
 
 class DecompositionTable {
 public:
+    // Makes memory for rows of the usual size, at most `rows`. More of both may come.
+    void reserve(std::size_t rows);
+
     void append(std::uint32_t composed, std::span<const std::uint32_t> components);
 
     // Sorts by first component (Lutm_BrkClsQuickSort) and indexes the spacing forms. mappingSize

@@ -93,8 +93,12 @@ short convert(Reader reader, HandleLink& handle, const Warning& warning)
 
 short Lutm_SetDataCommon(HandleLink& handle, std::uint8_t* text, std::size_t length)
 {
-    // No text gives more characters than it has bytes.
-    handle.stCharCodeOut.reserve(std::min(length, kMaxUtf8Length));
+    // No text gives more characters than it has bytes, a character one table switch and two set
+    // switches.
+    const std::size_t characters = std::min(length, kMaxUtf8Length);
+    handle.stCharCodeOut.reserve(characters);
+    handle.stTableInfoOut.expect(characters);
+    handle.stISetInfoOut.expect(2 * characters);
     const std::int16_t sEncodeType = handle.settings.sEncodeType;
     Warning warning;
     if (sEncodeType == RUVO_UTF8)

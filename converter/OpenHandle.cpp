@@ -11,7 +11,7 @@ namespace ruvo {
 namespace {
 
 // Reads all translation tables into one list, sorted by code point.
-short readTables(const HandleSettings& settings, const DeviceInfo& deviceInfo,
+short readTables(LineReader& reader, const HandleSettings& settings, const DeviceInfo& deviceInfo,
                  std::vector<MapEntry>& list)
 {
     const auto count = static_cast<std::size_t>(settings.sMappingTableNumber);
@@ -19,7 +19,7 @@ short readTables(const HandleSettings& settings, const DeviceInfo& deviceInfo,
     for (std::size_t i = 0; i < count; ++i) {
         const TableEntry& table = deviceInfo.astTable[i];
         if (const short status =
-                readTableFile(settings.szDeviceInfoPath + table.szTableFileName,
+                readTableFile(reader, settings.szDeviceInfoPath + table.szTableFileName,
                               TableFileKind::translation, table.ucTableCommandParam, list))
             return status;
     }
@@ -28,14 +28,15 @@ short readTables(const HandleSettings& settings, const DeviceInfo& deviceInfo,
 }
 
 // The same for the internal character sets.
-short readSets(const HandleSettings& settings, const DeviceInfo& deviceInfo,
+short readSets(LineReader& reader, const HandleSettings& settings, const DeviceInfo& deviceInfo,
                std::vector<MapEntry>& list)
 {
     const auto count = static_cast<std::size_t>(deviceInfo.sInternalCharacterSetNumber);
+    list.reserve(count * kMaxFileEntries);
     for (std::size_t i = 0; i < count; ++i) {
         const ICSEntry& set = deviceInfo.astICS[i];
         if (const short status =
-                readTableFile(settings.szDeviceInfoPath + set.szICSFileName,
+                readTableFile(reader, settings.szDeviceInfoPath + set.szICSFileName,
                               TableFileKind::internalSet, set.ucICSCommandParam, list))
             return status;
     }
@@ -57,14 +58,16 @@ void setCodePages(HandleSettings& settings, const DeviceInfo& deviceInfo)
 short Lutm_createUnicodeTable(HandleSettings& settings, const DeviceInfo& deviceInfo)
 {
     ensureHandleArray();
+    LineReader reader;
     std::vector<MapEntry> tableList;
     std::vector<MapEntry> icsList;
     CharacterTables tables;
-    if (const short status = readTables(settings, deviceInfo, tableList))
+    if (const short status = readTables(reader, settings, deviceInfo, tableList))
         return status;
-    if (const short status = readSets(settings, deviceInfo, icsList))
+    if (const short status = readSets(reader, settings, deviceInfo, icsList))
         return status;
-    if (const short status = Lutm_createTranslationTable(tableList, icsList, settings, tables))
+    if (const short status =
+            Lutm_createTranslationTable(reader, tableList, icsList, settings, tables))
         return status;
     setCodePages(settings, deviceInfo);
     return allocateSlot(std::make_unique<HandleLink>(std::move(settings), std::move(tables)));

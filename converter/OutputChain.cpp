@@ -68,8 +68,19 @@ short SwitchChain::append(SwitchRecord record)
 {
     if (full())
         return RUVO_OUTPUT_FULL;
+    if (m_records.size() == m_records.capacity())
+        makeRoom();
     m_records.push_back(record);
     return RUVO_OK;
+}
+
+// Memory grows bit by bit up to what a chain keeps; for more, a long text gets all it may need.
+void SwitchChain::makeRoom()
+{
+    constexpr std::size_t kept = kKeptBytes / sizeof(SwitchRecord);
+    const std::size_t size = m_records.size();
+    const std::size_t more = std::max<std::size_t>(4 * size, 64);
+    m_records.reserve(std::min(m_expected > kept ? std::max(m_expected, more) : more, m_limit));
 }
 
 std::size_t SwitchChain::byteLength() const

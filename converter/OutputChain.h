@@ -62,6 +62,10 @@ public:
 
     bool full() const { return m_records.size() == m_limit; }
 
+    // The most records that the text at hand can add; memory for them is made in one go, once it
+    // turns out that it needs more than there is.
+    void expect(std::size_t count) { m_expected = m_records.size() + count; }
+
     // 0, or -510 when the chain is full. Throws std::bad_alloc and then is as it was.
     short append(SwitchRecord record);
 
@@ -77,9 +81,12 @@ public:
     void reset();
 
 private:
+    void makeRoom();
+
     std::size_t m_blockSize;
     std::size_t m_recordsPerBlock;
     std::size_t m_limit;  // in records
+    std::size_t m_expected = 0;
     std::vector<SwitchRecord> m_records;
 };
 

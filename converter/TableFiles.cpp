@@ -1,7 +1,6 @@
 #include "TableFiles.h"
 
 #include "CharacterTables.h"
-#include "LineReader.h"
 #include "QuickSort.h"
 #include "RuvoConverter.h"
 
@@ -51,11 +50,10 @@ bool Lutm_FileDataCheck(std::string_view line, TableFileKind kind, MapEntry& ent
     return kind == TableFileKind::translation;
 }
 
-short readTableFile(const std::string& path, TableFileKind kind, std::uint8_t param,
-                    std::vector<MapEntry>& list)
+short readTableFile(LineReader& reader, const std::string& path, TableFileKind kind,
+                    std::uint8_t param, std::vector<MapEntry>& list)
 {
     const bool translation = kind == TableFileKind::translation;
-    LineReader reader;
     if (const short status = reader.open(path, translation ? RUVO_TABLE_MISSING : RUVO_ICS_MISSING))
         return status;
     const short invalid = translation ? RUVO_TABLE_INVALID : RUVO_ICS_INVALID;

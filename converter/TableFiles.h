@@ -2,6 +2,7 @@
 #pragma once
 
 #include "HandleSettings.h"
+#include "LineReader.h"
 
 #include <cstdint>
 #include <string>
@@ -27,10 +28,10 @@ enum class TableFileKind { translation, internalSet };
 // table the code point may be blank. False when the line breaks a rule.
 bool Lutm_FileDataCheck(std::string_view line, TableFileKind kind, MapEntry& entry);
 
-// Appends the lines of one file to the list. Returns 0, -30, -60 or the kind's status for a missing
-// or invalid file.
-short readTableFile(const std::string& path, TableFileKind kind, std::uint8_t param,
-                    std::vector<MapEntry>& list);
+// Appends the lines of one file, read with `reader`, to the list. Returns 0, -30, -60 or the kind's
+// status for a missing or invalid file.
+short readTableFile(LineReader& reader, const std::string& path, TableFileKind kind,
+                    std::uint8_t param, std::vector<MapEntry>& list);
 
 // Sorts a list by code point; the order of equal code points is fixed (see quickSort).
 void Lutm_UnicodeQuickSort(std::vector<MapEntry>& list);

@@ -1,6 +1,5 @@
 #include "UnicodeData.h"
 
-#include "LineReader.h"
 #include "RuvoConverter.h"
 
 #include <algorithm>
@@ -151,16 +150,17 @@ private:
 
 }  // namespace
 
-short Lutm_createTranslationTable(std::span<const MapEntry> tableList,
+short Lutm_createTranslationTable(LineReader& reader, std::span<const MapEntry> tableList,
                                   std::span<const MapEntry> icsList, const HandleSettings& settings,
                                   CharacterTables& tables)
 {
-    LineReader reader;
     if (const short status =
             reader.open(settings.szDeviceInfoPath + "UnicodeData.txt", RUVO_UNICODE_DATA_MISSING))
         return status;
 
     CodePointTable& unicodeTable = tables.unicodeTable;
+    unicodeTable.reserve(tableList.size() + icsList.size());
+    tables.decompTable.reserve(settings.ulDecompositionClassNumber);
     DecompositionReader decompositionReader(settings, tables.decompTable);
     const auto maxMappings = static_cast<std::size_t>(settings.sMappingTableNumber);
     std::vector<CharMapping> mappings;

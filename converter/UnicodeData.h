@@ -12,7 +12,7 @@ namespace ruvo {
 
 // Fills the tables from szDeviceInfoPath + "UnicodeData.txt" and the two sorted lists. Returns 0,
 // -30 or -320.
-short Lutm_createTranslationTable(std::span<const MapEntry> tableList,
+short Lutm_createTranslationTable(LineReader& reader, std::span<const MapEntry> tableList,
                                   std::span<const MapEntry> icsList, const HandleSettings& settings,
                                   CharacterTables& tables);
 
