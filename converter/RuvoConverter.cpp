@@ -31,8 +31,10 @@ short guarded(Work work) noexcept
 
 // Does the work between the call's two log entries.
 template <class Log, class Work>
-short logged(Log log, Work work) noexcept
+short logged(short sHandle, Log log, Work work) noexcept
 {
+    if (!handleLink(sHandle).log.pLogFile)
+        return guarded(work);
     log(LogDirection::in, short{RUVO_OK});
     const short status = guarded(work);
     log(LogDirection::out, status);
@@ -172,6 +174,7 @@ short RuvoSetData(short sHandle, unsigned char* pucData, unsigned long ulDataLen
         return status;
     const bool valid = isValidInput(pucData, ulDataLength);
     return logged(
+        sHandle,
         [&](LogDirection direction, short status) {
             Lutm_RuvoSetData(direction, sHandle, pucData, ulDataLength, valid ? ulDataLength : 0,
                              status);
@@ -187,6 +190,7 @@ short RuvoSetTargetCodePage(short sHandle, long lCodePage)
     if (const short status = Cutm_CheckHandle(sHandle))
         return status;
     return logged(
+        sHandle,
         [&](LogDirection direction, short status) {
             Lutm_RuvoSetTargetCodePage(direction, sHandle, lCodePage, status);
         },
@@ -198,6 +202,7 @@ short RuvoSetEncodeType(short sHandle, short sEncodeType)
     if (const short status = Cutm_CheckHandle(sHandle))
         return status;
     return logged(
+        sHandle,
         [&](LogDirection direction, short status) {
             Lutm_RuvoSetEncodeType(direction, sHandle, sEncodeType, status);
         },
@@ -212,6 +217,7 @@ short RuvoGetOutputData(short sHandle, unsigned char* pucPrintData, unsigned lon
         return RUVO_INVALID_ARGUMENT;
     const LogBuffer printData{pucPrintData, pulLength, *pulLength};
     return logged(
+        sHandle,
         [&](LogDirection direction, short status) {
             Lutm_RuvoGetOutputData(direction, sHandle, printData, status);
         },
@@ -231,6 +237,7 @@ short RuvoGetRawData(short sHandle, unsigned char* pucCharCode, unsigned long* p
     const LogBuffer tableInfo = logBuffer(pucTableInfo, pulTableInfoLength);
     const LogBuffer iSetInfo = logBuffer(pucISetInfo, pulISetInfoLength);
     return logged(
+        sHandle,
         [&](LogDirection direction, short status) {
             Lutm_RuvoGetRawData(direction, sHandle, charCode, tableInfo, iSetInfo, status);
         },

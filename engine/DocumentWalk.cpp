@@ -26,11 +26,48 @@ const char* asText(const xmlChar* name)
     return reinterpret_cast<const char*>(name);
 }
 
+// The attribute map of one element after the other; a cleared map's nodes serve the next one.
+class Attributes {
+public:
+    AttributeMap& map() { return map_; }
+
+    void set(const char* name, unsigned char* value)
+    {
+        if (spare_.empty()) {
+            map_[name] = value;
+            return;
+        }
+        AttributeMap::node_type node = std::move(spare_.back());
+        spare_.pop_back();
+        node.key() = name;
+        node.mapped() = value;
+        auto result = map_.insert(std::move(node));
+        if (!result.inserted) {
+            result.position->second = value;
+            spare_.push_back(std::move(result.node));
+        }
+    }
+
+    void clear()
+    {
+        while (!map_.empty() && spare_.size() < mostSpare) {
+            spare_.push_back(map_.extract(map_.begin()));
+        }
+        map_.clear();
+    }
+
+private:
+    static constexpr std::size_t mostSpare = 8;
+
+    AttributeMap map_;
+    std::vector<AttributeMap::node_type> spare_;
+};
+
 // Adds the attributes of the reader's current element, by local name; of two with one local name
 // the later stays. A value is the text of the attribute's first child node, so an entity reference
 // cuts it short, and null without a child. Keys and values belong to the reader and are valid
 // until the element's end tag has been handled.
-void storeAttributes(xmlTextReader* reader, AttributeMap& attributes)
+void storeAttributes(xmlTextReader* reader, Attributes& attributes)
 {
     const xmlNode* const node = xmlTextReaderCurrentNode(reader);
     if (node == nullptr || node->type != XML_ELEMENT_NODE) {
@@ -38,8 +75,8 @@ void storeAttributes(xmlTextReader* reader, AttributeMap& attributes)
     }
     for (const xmlAttr* attribute = node->properties; attribute != nullptr;
          attribute = attribute->next) {
-        attributes[asText(attribute->name)] =
-            attribute->children == nullptr ? nullptr : attribute->children->content;
+        attributes.set(asText(attribute->name),
+                       attribute->children == nullptr ? nullptr : attribute->children->content);
     }
 }
 
@@ -206,7 +243,7 @@ private:
     {
         if (!content_.empty()) {
             content_.push_back(0);
-            attributes_[TagParser::CONTENT] = content_.data();
+            attributes_.set(TagParser::CONTENT, content_.data());
         }
         call(kept_.beginParser, kept_.name);
         content_.clear();
@@ -239,7 +276,7 @@ private:
     void call(TagParser* parser, const xmlChar* name)
     {
         if (parser != nullptr) {
-            parser->parse(name, attributes_, documentState_, out_);
+            parser->parse(name, attributes_.map(), documentState_, out_);
         }
         attributes_.clear();
     }
@@ -252,7 +289,7 @@ private:
     State state_ = State::idle;
     unsigned int depth_ = 0;              // skipping: elements open inside the kept one
     Element kept_{};                      // collecting, skipping: waits for its end tag
-    AttributeMap attributes_;             // of the current or the kept element
+    Attributes attributes_;               // of the current or the kept element
     std::vector<unsigned char> content_;  // text collected so far, UTF-8
     std::array<unsigned char, KestrixDispEngine::LANG_BUF_LEN> language_{};
     AttributeMap documentState_;

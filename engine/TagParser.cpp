@@ -302,8 +302,20 @@ bool TagParser::equals(const unsigned char* value, const char* text)
 std::int32_t TagParser::decimal(const unsigned char* value)
 {
     using Limits = std::numeric_limits<std::int32_t>;
-    const long number = std::strtol(reinterpret_cast<const char*>(value), nullptr, 10);
-    return static_cast<std::int32_t>(std::clamp<long>(number, Limits::min(), Limits::max()));
+    const char* text = reinterpret_cast<const char*>(value);
+    while (isSpace(*text)) {
+        ++text;
+    }
+    const bool negative = *text == '-';
+    if (negative || *text == '+') {
+        ++text;
+    }
+    std::int64_t number = 0;
+    for (; *text >= '0' && *text <= '9'; ++text) {
+        number = std::min<std::int64_t>(number * 10 + (*text - '0'), -std::int64_t{Limits::min()});
+    }
+    return static_cast<std::int32_t>(negative ? -number
+                                              : std::min<std::int64_t>(number, Limits::max()));
 }
 
 unsigned char TagParser::lowByte(std::int32_t number)

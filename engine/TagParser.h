@@ -23,7 +23,10 @@
 struct compare {
     bool operator()(const char* left, const char* right) const noexcept
     {
-        return std::strcmp(left, right) < 0;
+        // Names mostly differ in their first byte.
+        const auto first = static_cast<unsigned char>(*left);
+        const auto second = static_cast<unsigned char>(*right);
+        return first != second ? first < second : std::strcmp(left, right) < 0;
     }
 };
 
