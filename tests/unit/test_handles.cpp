@@ -1,0 +1,312 @@
+// Handles: how they are numbered, opened, refused and closed.
+
+#include "AllocationFailure.h"
+#include "Bytes.h"
+#include "ProfileFixture.h"
+#include "converter/HandleTable.h"
+#include "converter/RuvoConverter.h"
+
+#include <algorithm>
+#include <climits>
+#include <filesystem>
+#include <fstream>
+#include <functional>
+#include <sstream>
+#include <string>
+#include <utility>
+#include <vector>
+
+namespace {
+
+namespace fs = std::filesystem;
+
+// The handle table as a process has it before its first open, while this lives.
+class FreshHandleTable {
+public:
+    FreshHandleTable() : m_previous(std::exchange(ruvo::g_stHandlelinkMngInfTbl, {})) {}
+    ~FreshHandleTable()
+    {
+        delete[] ruvo::g_stHandlelinkMngInfTbl.pstHandleLink;  // and closes what is open
+        ruvo::g_stHandlelinkMngInfTbl = m_previous;
+    }
+    FreshHandleTable(const FreshHandleTable&) = delete;
+    FreshHandleTable& operator=(const FreshHandleTable&) = delete;
+
+    static bool hasArray() { return ruvo::g_stHandlelinkMngInfTbl.pstHandleLink != nullptr; }
+
+private:
+    ruvo::HandleLinkMngInf m_previous;
+};
+
+const unsigned char* bytesOf(const std::string& text)
+{
+    return reinterpret_cast<const unsigned char*>(text.data());
+}
+
+class Handles : public ProfileFixture {
+protected:
+    Handles() { m_profile.write("."); }
+
+    // The bytes are not NUL-terminated: what is read behind them is an error.
+    static short open(const std::string& device = "DEVICE", const std::string& id = noSetting)
+    {
+        const std::vector<unsigned char> deviceBytes(device.begin(), device.end());
+        const std::vector<unsigned char> idBytes(id.begin(), id.end());
+        return RuvoOpenHandle(deviceBytes.data(), deviceBytes.size(), idBytes.data(),
+                              idBytes.size());
+    }
+
+    void setMaximum(int maximum, const std::string& blockMax = "255")
+    {
+        m_profile.set("MaximumHandle", std::to_string(maximum));
+        m_profile.set("OutputBufferBlockMax", blockMax);  // read after "MaximumHandle"
+        m_profile.write(".");
+    }
+
+    static short feed(short handle, std::string text)
+    {
+        return RuvoSetData(handle, reinterpret_cast<unsigned char*>(text.data()), text.size());
+    }
+
+    static std::string read(short handle)
+    {
+        std::string out(100, '\0');
+        unsigned long length = out.size();
+        EXPECT_EQ(0,
+                  RuvoGetOutputData(handle, reinterpret_cast<unsigned char*>(out.data()), &length));
+        return out.substr(0, length);
+    }
+
+    Profile m_profile = smallDisplay();
+
+private:
+    FreshHandleTable m_table;
+};
+
+TEST_F(Handles, AreHandedOutInRotation)
+{
+    // m3 sets "MaximumHandle" for the opens behind it, b3 the same in a file with a later error
+    // that an open then reads. o1 opens and gets 1, c1 closes 1, x1 finds that 1 is no handle.
+    for (const char* steps : {
+             "m1 o1 o-50 c1 o1", "m2 o1 o2 o-50 c1 o1 o-50 c2 c1 o2 o1 c1 o1",
+             "m3 o1 o2 c1 o3 o1 o-50", "m3 o1 c1 o2 c2 o3 c3 o1", "m254 o1 o2 c2 c1 o3 x254 x255",
+             "m3 o1 o2 o3 m2 o-50 x3 c1 c2 o1 o2 o-50 m3 x3 o-50 c3 o3",  // smaller, and again
+             "m3 o1 o2 m1 o-50 x2 c1 o1 m3 x2 o3 c2",  // the next slot is at the smaller number
+             "m4 o1 o2 o3 m2 o-50 c1 c2 o1 o2",        // and beyond it
+             "m1 o1 m5 o-50 x2 c1 o1 x2 x5",           // the array keeps its size
+             "m2 o1 m9 o2 o-50 x3 c1 o1 c2 o2",
+             "m3 o1 o2 b1 x2 c1 m3 o3 c2",  // in force although the open failed
+         }) {
+        SCOPED_TRACE(steps);
+        const FreshHandleTable fresh;
+        std::istringstream stream(steps);
+        char step;
+        for (short number; stream >> step >> number;) {
+            SCOPED_TRACE(std::string(1, step) + std::to_string(number));
+            if (step == 'm') {
+                setMaximum(number);
+            } else if (step == 'b') {
+                setMaximum(number, "0");
+                EXPECT_EQ(-110, open());
+            } else if (step == 'o') {
+                EXPECT_EQ(number, open());
+            } else {
+                EXPECT_EQ(step == 'c' ? 0 : -10, RuvoCloseHandle(number));
+            }
+        }
+    }
+}
+
+TEST_F(Handles, EveryFunctionRefusesWhatIsNoHandle)
+{
+    unsigned long length = 7;
+    const std::vector<std::pair<const char*, std::function<short(short)>>> functions = {
+        {"close", RuvoCloseHandle},
+        {"data", [](short handle) { return RuvoSetData(handle, nullptr, 0); }},
+        {"code page", [](short handle) { return RuvoSetTargetCodePage(handle, 1); }},
+        {"encode type", [](short handle) { return RuvoSetEncodeType(handle, 4); }},
+        {"output", [](short handle) { return RuvoGetOutputData(handle, nullptr, nullptr); }},
+        {"output length",
+         [&](short handle) { return RuvoGetOutputData(handle, nullptr, &length); }},
+        {"raw", [&](short handle) {
+             return RuvoGetRawData(handle, nullptr, nullptr, nullptr, &length, nullptr, &length);
+         }}};
+    const auto expectRefused = [&](std::initializer_list<int> handles) {
+        for (const auto& [name, call] : functions)
+            for (const int handle : handles)
+                EXPECT_EQ(-10, call(static_cast<short>(handle))) << name << " " << handle;
+    };
+    expectRefused({SHRT_MIN, -1, 0, 1, 2, SHRT_MAX});  // before the first open
+    setMaximum(2);
+    ASSERT_EQ(1, open());
+    expectRefused({SHRT_MIN, -1, 0, 2, 3, 254, 255, 257, SHRT_MAX});
+    ASSERT_EQ(0, RuvoCloseHandle(1));
+    expectRefused({1, 2});
+    EXPECT_EQ(7u, length);
+}
+
+TEST_F(Handles, ArgumentsAreCheckedBeforeAnythingIsDone)
+{
+    ASSERT_EQ(1, open());
+    ASSERT_EQ(0, feed(1, "A"));
+    unsigned char buffer[100];
+    unsigned long zero = 0;
+    unsigned long room = sizeof buffer;
+    constexpr unsigned long negative = ~(ULONG_MAX >> 1);
+    EXPECT_EQ(-20, RuvoSetData(1, nullptr, 1));
+    EXPECT_EQ(-20, RuvoSetData(1, buffer, 0));
+    EXPECT_EQ(-20, RuvoSetData(1, buffer, negative));
+    EXPECT_EQ(-20, RuvoSetData(1, buffer, ULONG_MAX));
+    EXPECT_EQ(-20, RuvoGetOutputData(1, buffer, nullptr));
+    EXPECT_EQ(-20, RuvoGetOutputData(1, nullptr, &room));
+    for (int i = 0; i < 3; ++i) {
+        unsigned char* buffers[] = {buffer, buffer + 30, buffer + 60};
+        unsigned long* lengths[] = {&room, &room, &room};
+        lengths[i] = nullptr;
+        EXPECT_EQ(-20, RuvoGetRawData(1, buffers[0], lengths[0], buffers[1], lengths[1], buffers[2],
+                                      lengths[2]))
+            << "length " << i;
+        lengths[i] = &room;
+        buffers[i] = nullptr;
+        EXPECT_EQ(-20, RuvoGetRawData(1, buffers[0], lengths[0], buffers[1], lengths[1], buffers[2],
+                                      lengths[2]))
+            << "buffer " << i;
+        lengths[i] = &zero;
+        EXPECT_EQ(i == 2 ? 0 : -40, RuvoGetRawData(1, buffers[0], lengths[0], buffers[1],
+                                                   lengths[1], buffers[2], lengths[2]))
+            << "no room " << i;
+        zero = 0;
+        room = sizeof buffer;
+    }
+    ASSERT_EQ(0, feed(1, "A"));
+
+    for (const int type : {4, -1, 255, 256, SHRT_MIN, SHRT_MAX})
+        EXPECT_EQ(-20, RuvoSetEncodeType(1, static_cast<short>(type))) << type;
+    for (const short type : {short{0}, short{1}, short{2}, short{3}})
+        EXPECT_EQ(0, RuvoSetEncodeType(1, type)) << type;
+    for (const long page : {-1l, 437l, 850l, 866l})
+        EXPECT_EQ(0, RuvoSetTargetCodePage(1, page)) << page;
+    for (const long page :
+         {0l, 1l, -2l, 65535l, 65536l + 437, -65536l + 437, (1l << 32) + 437, LONG_MIN, LONG_MAX})
+        EXPECT_EQ(-20, RuvoSetTargetCodePage(1, page)) << page;
+    EXPECT_TRUE(sameBytes(fromHex("1B 74 00 41"), read(1)));
+    feed(1, "A");
+    EXPECT_TRUE(sameBytes(fromHex("1B 74 11 3F"), read(1))) << "866 is still the target";
+
+    for (const unsigned long length : {0ul, negative, ULONG_MAX}) {
+        EXPECT_EQ(-20, RuvoOpenHandle(bytesOf("DEVICE"), length, bytesOf("ID"), 2)) << length;
+        EXPECT_EQ(-20, RuvoOpenHandle(bytesOf("DEVICE"), 6, bytesOf("ID"), length)) << length;
+    }
+    EXPECT_EQ(-20, RuvoOpenHandle(nullptr, 6, bytesOf("ID"), 2));
+    EXPECT_EQ(-20, RuvoOpenHandle(bytesOf("DEVICE"), 6, nullptr, 2));
+    EXPECT_EQ(2, open());
+}
+
+TEST_F(Handles, OfTwoTablesWithOneParameterTheLaterNamesTheCodePage)
+{
+    m_profile.tables[1].commandParam = m_profile.tables[0].commandParam;
+    m_profile.write(".");
+    ASSERT_EQ(1, open());
+    EXPECT_EQ(-20, RuvoSetTargetCodePage(1, 437));
+    EXPECT_EQ(0, RuvoSetTargetCodePage(1, 850));
+}
+
+TEST_F(Handles, NamesKeepTheirPrintableBytes)
+{
+    const std::string longest(127, 'n');
+    for (const std::string& name : {std::string("abc"), longest, std::string(" ~\x7F")})
+        fs::copy_file("DEVICE", name);
+    struct Row {
+        const char* about;
+        std::string device, id;
+        int status;
+    };
+    const std::string dropped(300, '\x80');
+    for (const Row& row :
+         {Row{"control bytes", fromHex("61 62 09 63 0A"), noSetting, 0},
+          {"NUL and high bytes", fromHex("61 00 1F 62 80 FF 63"), noSetting, 0},
+          {"the first and the last byte that is kept", fromHex("20 1F 7E 7F 80"), noSetting, 0},
+          {"case", "ABC", noSetting, -200},
+          {"127 bytes", longest, noSetting, 0},
+          {"127 kept of 727", dropped + longest + dropped, noSetting, 0},
+          {"128 bytes", longest + "n", noSetting, -20},
+          {"128 kept of 428", longest + dropped + "n", noSetting, -20},
+          {"nothing kept: a directory", dropped, noSetting, -210},
+          {"an ID of 127 bytes", "DEVICE", longest, 0},
+          {"an ID of 127 kept", "DEVICE", dropped + longest + dropped, 0},
+          {"an ID of 128 bytes", "DEVICE", longest + "n", -20}}) {
+        const short handle = open(row.device, row.id);
+        EXPECT_EQ(row.status, std::min<int>(handle, 0)) << row.about;
+        RuvoCloseHandle(handle);
+    }
+}
+
+TEST_F(Handles, AFailedOpenLeavesNothingButTheArray)
+{
+    setMaximum(2);
+    fs::remove("DEVICE");
+    EXPECT_EQ(-200, open());
+    EXPECT_FALSE(FreshHandleTable::hasArray());
+    setMaximum(3);
+    fs::remove("latin.txt");
+    EXPECT_EQ(-300, open());  // with an array of 3 now
+    setMaximum(9);
+    EXPECT_EQ(1, open());
+    ASSERT_EQ(0, feed(1, "A"));
+    struct Row {
+        const char* file;
+        const char* text;  // null: the file is missing
+        int status;
+    };
+    for (const Row& row :
+         {Row{"HalvoSet.txt", nullptr, -100}, Row{"HalvoSet.txt", "", -110},
+          Row{"DEVICE", nullptr, -200}, Row{"DEVICE", "", -210}, Row{"latin.txt", nullptr, -300},
+          Row{"latin.txt", "x\r\n", -330}, Row{"national.txt", nullptr, -310},
+          Row{"national.txt", "x\r\n", -340}, Row{"UnicodeData.txt", nullptr, -320}}) {
+        m_profile.write(".");
+        fs::remove(row.file);
+        if (row.text)
+            std::ofstream(row.file, std::ios::binary) << row.text;
+        const long before = liveAllocations();
+        EXPECT_EQ(row.status, open());
+        EXPECT_EQ(before, liveAllocations()) << row.status;
+    }
+    m_profile.write(".");
+    EXPECT_EQ(2, open());
+    EXPECT_EQ(3, open());
+    const long before = liveAllocations();
+    EXPECT_EQ(-50, open());
+    EXPECT_EQ(before, liveAllocations()) << "no free slot";
+    EXPECT_EQ(0, RuvoCloseHandle(2));
+    EXPECT_GT(before, liveAllocations()) << "a closed handle frees what it owns";
+    EXPECT_TRUE(sameBytes(fromHex("1B 74 00 41"), read(1))) << "handle 1 is as it was";
+}
+
+TEST_F(Handles, AnOpenWithoutMemoryFailsWhereverItRunsOut)
+{
+    const std::string device = "DEVICE";
+    const std::string id = noSetting;
+    int failures = 0;
+    for (bool failed = true; failed; ++failures) {
+        SCOPED_TRACE("allocation " + std::to_string(failures));
+        const FreshHandleTable fresh;
+        const long before = liveAllocations();
+        short status;
+        {
+            const AllocationFailure failure(failures);
+            status = RuvoOpenHandle(bytesOf(device), device.size(), bytesOf(id), id.size());
+            failed = failure.happened();
+        }
+        ASSERT_EQ(failed ? -60 : 1, status);
+        if (failed)
+            EXPECT_EQ(before + FreshHandleTable::hasArray(), liveAllocations());
+        else
+            EXPECT_EQ(0, RuvoCloseHandle(1));
+        ASSERT_EQ(failed ? 1 : 2, open());
+        feed(failed ? 1 : 2, "A\xC3\xA4");
+        EXPECT_TRUE(sameBytes(fromHex("1B 74 00 41 1B 74 02 84"), read(failed ? 1 : 2)));
+    }
+    EXPECT_LT(20, failures);
+}
+
+}  // namespace
