@@ -151,10 +151,12 @@ public:
     //          the room together with its terminator, or cannot be converted, or is null
     static int utf8tosjis(char* str, unsigned int count);
 
-    // One heap for all parsers, and a delete that needs no virtual destructor.
+    // One heap for all parsers, and, from C++20 on, a delete that needs no virtual destructor.
     static void* operator new(std::size_t size);
     static void operator delete(void* memory) noexcept;  // for a constructor that throws
+#ifdef __cpp_lib_destroying_delete
     static void operator delete(TagParser* parser, std::destroying_delete_t) noexcept;
+#endif
 
 protected:
     // The value of an attribute: null if absent, "" if present without a value.
