@@ -19,13 +19,14 @@ using ParserMap = std::map<const char*, TagParser*, compare>;
 class KESTRIX_API KestrixDispEngine {
 public:
     // The parsers called at an element's start tag ("text", "marquee" and "command": at its end
-    // tag) and at its end tag. The keys are the TAG_ constants below. Every parser belongs to the
-    // engine that holds it and is deleted with it: an entry put in here must come from new and
-    // must not be in another engine's maps. A null entry counts as none.
+    // tag) and at its end tag. The keys are the TAG_ constants below. A parser belongs to the
+    // engines whose maps hold it: the last of them deletes it. An entry put in here must come from
+    // new; one taken out here is the caller's. A null entry counts as none.
     ParserMap funcMapBegin;
     ParserMap funcMapEnd;
 
-    // Device information string -> converter handle opened for it, 1..254. The engine closes them.
+    // Device information string -> converter handle opened for it, 1..254. A handle is closed by
+    // the last engine whose map holds it.
     std::map<const std::string, short> ucHandleMap;
 
     // The converter handle of the latest parse in this process, or the negative code of its failed

@@ -1,0 +1,60 @@
+# What the tests share. They run in the folder of a device profile.
+package KestrixTest;
+
+use strict;
+use warnings;
+
+use Cwd            ();
+use Exporter       ();
+use File::Basename ();
+use FindBin        ();
+use KestrixDispEngine;
+
+our @ISA    = ('Exporter');
+our @EXPORT = qw($CLASS $BUILD $CLEAR @DEVICE call failure newEngine wrapped resident perl);
+
+our $CLASS  = 'KestrixDispEngine::KestrixDispEngine';
+our @DEVICE = ('default', 'local');
+our $CLEAR  = '<ovix-display><clear/></ovix-display>';
+
+my $module_dir = Cwd::abs_path(File::Basename::dirname($INC{'KestrixDispEngine.pm'}));
+our $BUILD = File::Basename::dirname($module_dir);
+
+my $profile = $ENV{KESTRIX_PROFILE_DIR} // "$FindBin::Bin/../../build/profile";
+chdir $profile or die "$profile: $!\n";
+
+sub newEngine { return $CLASS->new }
+
+# A low-level function, with the arguments themselves and not copies of them.
+sub call {
+    my $function = \&{'KestrixDispEnginec::' . shift};
+    return &$function;
+}
+
+# The same; what it dies with, or "lives".
+sub failure {
+    my $function = \&{'KestrixDispEnginec::' . shift};
+    return eval { &$function; 1 } ? 'lives' : $@;
+}
+
+sub wrapped {
+    my ($package, $value) = @_;
+    return bless \$value, $package;
+}
+
+# Memory of this process, in kilobytes.
+sub resident {
+    open my $statm, '<', '/proc/self/statm' or die "/proc/self/statm: $!\n";
+    return (split ' ', <$statm>)[1] * 4;
+}
+
+# Runs a script in an interpreter of its own; its output and exit status.
+sub perl {
+    my ($script) = @_;
+    open my $out, '-|', $^X, "-I$module_dir", '-e', "$script" or die "$^X: $!\n";
+    my $output = join '', <$out>;
+    close $out;
+    return ($output, $?);
+}
+
+1;

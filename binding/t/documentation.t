@@ -1,0 +1,53 @@
+# The examples in the module's documentation do what it says.
+use strict;
+use warnings;
+
+use FindBin;
+use lib $FindBin::Bin;
+use KestrixTest;
+use Pod::Checker ();
+use Test::More;
+
+my $file = "$BUILD/perl/KestrixDispEngine.pm";
+open my $module, '<', $file or die "$file: $!\n";
+my $pod = do { local $/; <$module> };
+
+# The indented lines behind a heading, up to the first text behind them.
+sub example {
+    my ($heading) = @_;
+    $pod =~ /^=head\d \Q$heading\E\n(?:\n|(?!=)\S.*\n)*((?:[ ]{4}.*\n|\n)+)/m or die "$heading\n";
+    return $1;
+}
+
+my $synopsis = example('SYNOPSIS');
+my ($printed) = $synopsis =~ /printf .*# (\S+)/;
+is_deeply [perl($synopsis)], ["$printed\n", 0], 'the synopsis prints what it says';
+
+my $use = 'use strict; use warnings; use KestrixDispEngine;';
+my $converter = example('THE CONVERTER');
+is_deeply [perl("$use $converter; printf '%v02X', \$codes")], ['1B.74.00.84', 0],
+    'the converter example converts';
+my $statuses = $converter;
+$statuses =~ s/(\$class->RuvoGetOutputData.*?);(\s*# (-?\d+))/is \$_, $3 for $1;$2/g;
+is_deeply [perl("$use use Test::More; $statuses; done_testing")], ["ok 1\nok 2\n1..2\n", 0],
+    'with the status codes that it names';
+
+my ($assignments) = $pod =~ /\n((?:    \$second->.*\n)+)/;
+my $engines = "my (\$first, \$second) = map { ${CLASS}->new } 1, 2;";
+is_deeply [perl("$use $engines $assignments print 'done'")], ['done', 0], 'maps are assigned';
+
+# Every low-level function is listed, with its parameters.
+my $list = example('LOW-LEVEL FUNCTIONS');
+for my $function (sort grep { defined &{"KestrixDispEnginec::$_"} } keys %KestrixDispEnginec::) {
+    my $message = failure($function, (0) x 5);
+    my ($usage) = $message =~ /Usage: (.*);$/;
+    $usage =~ s/,/, /g;
+    like $list, qr/\Q$usage\E/, $usage;
+}
+
+my $checker = Pod::Checker->new;
+open my $null, '>', \my $report;
+$checker->parse_from_file($file, $null);
+is $checker->num_errors + $checker->num_warnings, 0, 'the POD is well-formed' or diag $report;
+
+done_testing;
