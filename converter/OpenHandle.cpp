@@ -10,38 +10,39 @@ namespace ruvo {
 
 namespace {
 
-// Reads all translation tables into one list, sorted by code point.
-short readTables(LineReader& reader, const HandleSettings& settings, const DeviceInfo& deviceInfo,
-                 std::vector<MapEntry>& list)
+// Reads `count` files of a kind into one list, sorted by code point. readFile reads the one with an
+// index into the list.
+template <class ReadFile>
+short readFiles(std::int16_t count, std::vector<MapEntry>& list, ReadFile readFile)
 {
-    const auto count = static_cast<std::size_t>(settings.sMappingTableNumber);
-    list.reserve(count * kMaxFileEntries);
-    for (std::size_t i = 0; i < count; ++i) {
-        const TableEntry& table = deviceInfo.astTable[i];
-        if (const short status =
-                readTableFile(reader, settings.szDeviceInfoPath + table.szTableFileName,
-                              TableFileKind::translation, table.ucTableCommandParam, list))
+    const auto files = static_cast<std::size_t>(count);
+    list.reserve(files * kMaxFileEntries);
+    for (std::size_t i = 0; i < files; ++i) {
+        if (const short status = readFile(i))
             return status;
     }
     Lutm_UnicodeQuickSort(list);
     return RUVO_OK;
 }
 
-// The same for the internal character sets.
+short readTables(LineReader& reader, const HandleSettings& settings, const DeviceInfo& deviceInfo,
+                 std::vector<MapEntry>& list)
+{
+    return readFiles(settings.sMappingTableNumber, list, [&](std::size_t i) {
+        const TableEntry& table = deviceInfo.astTable[i];
+        return readTableFile(reader, settings.szDeviceInfoPath + table.szTableFileName,
+                             TableFileKind::translation, table.ucTableCommandParam, list);
+    });
+}
+
 short readSets(LineReader& reader, const HandleSettings& settings, const DeviceInfo& deviceInfo,
                std::vector<MapEntry>& list)
 {
-    const auto count = static_cast<std::size_t>(deviceInfo.sInternalCharacterSetNumber);
-    list.reserve(count * kMaxFileEntries);
-    for (std::size_t i = 0; i < count; ++i) {
+    return readFiles(deviceInfo.sInternalCharacterSetNumber, list, [&](std::size_t i) {
         const ICSEntry& set = deviceInfo.astICS[i];
-        if (const short status =
-                readTableFile(reader, settings.szDeviceInfoPath + set.szICSFileName,
-                              TableFileKind::internalSet, set.ucICSCommandParam, list))
-            return status;
-    }
-    Lutm_UnicodeQuickSort(list);
-    return RUVO_OK;
+        return readTableFile(reader, settings.szDeviceInfoPath + set.szICSFileName,
+                             TableFileKind::internalSet, set.ucICSCommandParam, list);
+    });
 }
 
 // Of several tables with one command parameter the last one's code page counts.

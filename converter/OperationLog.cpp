@@ -9,6 +9,7 @@
 #include <cstring>
 #include <ctime>
 #include <initializer_list>
+#include <limits>
 
 namespace ruvo {
 
@@ -256,12 +257,13 @@ void putSettings(LineWriter& line, const HandleSettings& settings)
     putNumber("DecompositionMappingSize=", settings.ucDecompositionMappingSize);
 }
 
-std::span<const std::uint8_t> readable(const std::uint8_t* data, unsigned long length,
-                                       unsigned long room)
+// A caller that knows its buffer to be large enough may declare any length: nothing is read over
+// one that is negative as a signed number.
+std::span<const std::uint8_t> readable(const std::uint8_t* data, unsigned long length)
 {
-    if (!data)
+    if (!data || length > std::numeric_limits<long>::max())
         return {};
-    return {data, std::min(length, room)};
+    return {data, length};
 }
 
 unsigned long lengthValue(const LogBuffer& buffer)
@@ -271,7 +273,7 @@ unsigned long lengthValue(const LogBuffer& buffer)
 
 std::span<const std::uint8_t> contents(const LogBuffer& buffer)
 {
-    return readable(buffer.data, lengthValue(buffer), buffer.room);
+    return readable(buffer.data, std::min(lengthValue(buffer), buffer.room));
 }
 
 // ---- The file ----
@@ -390,11 +392,10 @@ void Lutm_RuvoCloseHandle(LogDirection direction, LogContext& log, short sHandle
 }
 
 void Lutm_RuvoSetData(LogDirection direction, short sHandle, const std::uint8_t* pucData,
-                      unsigned long ulDataLength, unsigned long room, short status) noexcept
+                      unsigned long ulDataLength, short status) noexcept
 {
     writeEntry(handleLink(sHandle).log, direction, status, "RuvoSetData",
-               {sHandle, Pointer{pucData}, ulDataLength},
-               {{"", readable(pucData, ulDataLength, room)}});
+               {sHandle, Pointer{pucData}, ulDataLength}, {{"", readable(pucData, ulDataLength)}});
 }
 
 void Lutm_RuvoGetOutputData(LogDirection direction, short sHandle, const LogBuffer& printData,

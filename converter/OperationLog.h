@@ -52,7 +52,7 @@ void Lutm_RuvoOpenHandle(LogDirection direction, short sHandle, const std::uint8
 void Lutm_RuvoCloseHandle(LogDirection direction, LogContext& log, short sHandle,
                           short status) noexcept;
 void Lutm_RuvoSetData(LogDirection direction, short sHandle, const std::uint8_t* pucData,
-                      unsigned long ulDataLength, unsigned long room, short status) noexcept;
+                      unsigned long ulDataLength, short status) noexcept;
 void Lutm_RuvoGetOutputData(LogDirection direction, short sHandle, const LogBuffer& printData,
                             short status) noexcept;
 void Lutm_RuvoGetRawData(LogDirection direction, short sHandle, const LogBuffer& charCode,

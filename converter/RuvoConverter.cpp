@@ -176,8 +176,7 @@ short RuvoSetData(short sHandle, unsigned char* pucData, unsigned long ulDataLen
     return logged(
         sHandle,
         [&](LogDirection direction, short status) {
-            Lutm_RuvoSetData(direction, sHandle, pucData, ulDataLength, valid ? ulDataLength : 0,
-                             status);
+            Lutm_RuvoSetData(direction, sHandle, pucData, ulDataLength, status);
         },
         [&]() -> short {
             return valid ? Lutm_SetDataCommon(handleLink(sHandle), pucData, ulDataLength)

@@ -13,104 +13,99 @@ constexpr char kComment = ';';
 constexpr long kMaxPathLength = 200;
 constexpr long kMaxFileNameLength = 255;
 
+// Where values are stored: a field of the settings, of the device information, or of its table or
+// character set at hand.
+
+template <class Field>
+void assign(Field& field, long number)
+{
+    field = static_cast<Field>(number);  // inside the key's range
+}
+
+template <auto field>
+void inSettings(SectionTarget& target, long number)
+{
+    assign(target.settings.*field, number);
+}
+
+template <auto field>
+void pathInSettings(SectionTarget& target, std::string_view path)
+{
+    (target.settings.*field).assign(path).push_back('/');
+}
+
+template <auto field>
+void inDeviceInfo(SectionTarget& target, long number)
+{
+    assign(target.deviceInfo.*field, number);
+}
+
+template <auto list, auto field>
+void inEntry(SectionTarget& target, long number)
+{
+    assign((target.deviceInfo.*list)[target.index].*field, number);
+}
+
+template <auto list, auto field>
+void nameInEntry(SectionTarget& target, std::string_view name)
+{
+    (target.deviceInfo.*list)[target.index].*field = name;
+}
+
+// In force for the process at once.
+void maximumHandle(SectionTarget& target, long number)
+{
+    assign(target.deviceInfo.sMaximumHandle, number);
+    assign(g_stHandlelinkMngInfTbl.sMaximumHandle, number);
+}
+
 // The tables of keys, in the order in which a line is searched for them.
 
+using Settings = HandleSettings;
+
 constexpr SectionKey kSettingsKeys[] = {
-    numberKey(
-        "EncodeTypeDefault", 0, 3,
-        [](SectionTarget& t, long v) { t.settings.sEncodeType = static_cast<std::int16_t>(v); }),
-    numberKey("MissingCharacterCode", 32, 255,
-              [](SectionTarget& t, long v) {
-                  t.settings.ucMissingCharacterCode = static_cast<std::uint8_t>(v);
-              }),
-    textKey("DeviceInfoPath", kMaxPathLength,
-            [](SectionTarget& t, std::string_view v) {
-                t.settings.szDeviceInfoPath.assign(v).push_back('/');
-            }),
-    numberKey("MaximumHandle", 1, 254,
-              [](SectionTarget& t, long v) {
-                  t.deviceInfo.sMaximumHandle = static_cast<std::int16_t>(v);
-                  g_stHandlelinkMngInfTbl.sMaximumHandle = t.deviceInfo.sMaximumHandle;
-              }),
+    numberKey("EncodeTypeDefault", 0, 3, inSettings<&Settings::sEncodeType>),
+    numberKey("MissingCharacterCode", 32, 255, inSettings<&Settings::ucMissingCharacterCode>),
+    textKey("DeviceInfoPath", kMaxPathLength, pathInSettings<&Settings::szDeviceInfoPath>),
+    numberKey("MaximumHandle", 1, 254, maximumHandle),
     numberKey("OutputBufferBlockSize", 5, 1000000000,
-              [](SectionTarget& t, long v) {
-                  t.settings.ulOutputBufferBlockSize = static_cast<std::uint32_t>(v);
-              }),
-    numberKey("OutputBufferBlockMax", 1, 255,
-              [](SectionTarget& t, long v) {
-                  t.settings.ucOutputBufferBlockMax = static_cast<std::uint8_t>(v);
-              }),
+              inSettings<&Settings::ulOutputBufferBlockSize>),
+    numberKey("OutputBufferBlockMax", 1, 255, inSettings<&Settings::ucOutputBufferBlockMax>),
 };
 
 constexpr SectionKey kLogKeys[] = {
-    textKey("LogFilePath", kMaxPathLength,
-            [](SectionTarget& t, std::string_view v) {
-                t.settings.szLogFilePath.assign(v).push_back('/');
-            }),
-    numberKey(
-        "LogMaxSize", 1, 10,
-        [](SectionTarget& t, long v) { t.settings.ucLogMaxSize = static_cast<std::uint8_t>(v); }),
+    textKey("LogFilePath", kMaxPathLength, pathInSettings<&Settings::szLogFilePath>),
+    numberKey("LogMaxSize", 1, 10, inSettings<&Settings::ucLogMaxSize>),
 };
 
 constexpr SectionKey kCommonKeys[] = {
-    numberKey("MappingTableNumber", 1, kMaxTables,
-              [](SectionTarget& t, long v) {
-                  t.settings.sMappingTableNumber = static_cast<std::int16_t>(v);
-              }),
+    numberKey("MappingTableNumber", 1, kMaxTables, inSettings<&Settings::sMappingTableNumber>),
     numberKey("InternalCharacterSetNumber", 1, kMaxTables,
-              [](SectionTarget& t, long v) {
-                  t.deviceInfo.sInternalCharacterSetNumber = static_cast<std::int16_t>(v);
-              }),
-    numberKey("ICSCommandDefault", 0, 255,
-              [](SectionTarget& t, long v) {
-                  t.settings.ucICSCommandDefault = static_cast<std::uint8_t>(v);
-              }),
+              inDeviceInfo<&DeviceInfo::sInternalCharacterSetNumber>),
+    numberKey("ICSCommandDefault", 0, 255, inSettings<&Settings::ucICSCommandDefault>),
     numberKey("DecompositionClassNumber", 1, 0x110000,
-              [](SectionTarget& t, long v) {
-                  t.settings.ulDecompositionClassNumber = static_cast<std::uint32_t>(v);
-              }),
-    numberKey("GeneralCategorySize", 1, 255,
-              [](SectionTarget& t, long v) {
-                  t.settings.ucGeneralCategorySize = static_cast<std::uint8_t>(v);
-              }),
+              inSettings<&Settings::ulDecompositionClassNumber>),
+    numberKey("GeneralCategorySize", 1, 255, inSettings<&Settings::ucGeneralCategorySize>),
     numberKey("CanonicalCombiningClassSize", 1, 255,
-              [](SectionTarget& t, long v) {
-                  t.settings.ucCanonicalCombiningClassSize = static_cast<std::uint8_t>(v);
-              }),
-    numberKey("BidiClassSize", 1, 255,
-              [](SectionTarget& t, long v) {
-                  t.settings.ucBidiClassSize = static_cast<std::uint8_t>(v);
-              }),
+              inSettings<&Settings::ucCanonicalCombiningClassSize>),
+    numberKey("BidiClassSize", 1, 255, inSettings<&Settings::ucBidiClassSize>),
     numberKey("DecompositionMappingSize", 1, 255,
-              [](SectionTarget& t, long v) {
-                  t.settings.ucDecompositionMappingSize = static_cast<std::uint8_t>(v);
-              }),
+              inSettings<&Settings::ucDecompositionMappingSize>),
 };
 
 constexpr SectionKey kTableKeys[] = {
-    numberKey("CodePage", 0, 32767,
-              [](SectionTarget& t, long v) {
-                  t.deviceInfo.astTable[t.index].sCodePage = static_cast<std::int16_t>(v);
-              }),
+    numberKey("CodePage", 0, 32767, inEntry<&DeviceInfo::astTable, &TableEntry::sCodePage>),
     numberKey("TableCommandParam", 0, 255,
-              [](SectionTarget& t, long v) {
-                  t.deviceInfo.astTable[t.index].ucTableCommandParam = static_cast<std::uint8_t>(v);
-              }),
+              inEntry<&DeviceInfo::astTable, &TableEntry::ucTableCommandParam>),
     textKey("TableFileName", kMaxFileNameLength,
-            [](SectionTarget& t, std::string_view v) {
-                t.deviceInfo.astTable[t.index].szTableFileName = v;
-            }),
+            nameInEntry<&DeviceInfo::astTable, &TableEntry::szTableFileName>),
 };
 
 constexpr SectionKey kICSKeys[] = {
     numberKey("ICSCommandParam", 0, 255,
-              [](SectionTarget& t, long v) {
-                  t.deviceInfo.astICS[t.index].ucICSCommandParam = static_cast<std::uint8_t>(v);
-              }),
+              inEntry<&DeviceInfo::astICS, &ICSEntry::ucICSCommandParam>),
     textKey("ICSFileName", kMaxFileNameLength,
-            [](SectionTarget& t, std::string_view v) {
-                t.deviceInfo.astICS[t.index].szICSFileName = v;
-            }),
+            nameInEntry<&DeviceInfo::astICS, &ICSEntry::szICSFileName>),
 };
 
 bool holdsBracket(std::string_view line)

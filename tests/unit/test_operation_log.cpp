@@ -106,6 +106,9 @@ TEST_F(OperationLog, EveryCallLeavesItsTwoEntries)
     length = 21;
     EXPECT_EQ(RUVO_OK, RuvoGetOutputData(handle, room.get(), &length));
     EXPECT_EQ(RUVO_INVALID_ARGUMENT, RuvoGetOutputData(handle, nullptr, nullptr));
+    EXPECT_EQ(RUVO_OK, RuvoSetData(handle, text.get(), 1));
+    length = ~0UL;
+    EXPECT_EQ(RUVO_OK, RuvoGetOutputData(handle, room.get(), &length));
 
     EXPECT_EQ(RUVO_OK, RuvoSetEncodeType(handle, RUVO_UTF16_LITTLE_ENDIAN));
     const Text units = exactly(std::string("A\0", 2));
@@ -172,6 +175,14 @@ TEST_F(OperationLog, EveryCallLeavesItsTwoEntries)
         "T,[OUT],[0],[RuvoGetOutputData]" + h + ",[P],[20]",
         "1B 74 00 41 42 43 44 45 46 47 48 49 4A 4B 4C 4D",
         "4E 4F 50 51",
+        "T,[IN],[0],[RuvoSetData]" + h + ",[P],[1]",
+        "41",
+        "T,[OUT],[0],[RuvoSetData]" + h + ",[P],[1]",
+        "41",
+        "T,[IN],[0],[RuvoGetOutputData]" + h + ",[P],[18446744073709551615]",
+        "XX",
+        "T,[OUT],[0],[RuvoGetOutputData]" + h + ",[P],[4]",
+        "1B 74 00 41",
         "T,[IN],[0],[RuvoSetEncodeType]" + h + ",[2]",
         "T,[OUT],[0],[RuvoSetEncodeType]" + h + ",[2]",
         "T,[IN],[0],[RuvoSetData]" + h + ",[P],[2]",
