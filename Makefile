@@ -26,6 +26,7 @@ bench: build
 	@build/bench/kestrix-bench
 
 install: build
+	@case "$(PREFIX)" in /*) ;; *) echo "PREFIX must be an absolute path" >&2; exit 2 ;; esac
 	@cmake --install build --prefix "$(PREFIX)"
 
 clean:

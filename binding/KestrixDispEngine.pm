@@ -50,18 +50,13 @@ sub CLONE      { %OWNER = (); return }
 
 # The class-wide operations: methods of the class and of engines, and plain functions as well.
 {
-    my %arguments = (
-        getUCHandle       => 0,
-        RuvoOpenHandle    => 4,
-        RuvoCloseHandle   => 1,
-        RuvoSetData       => 3,
-        RuvoGetOutputData => 3,
-    );
     no strict 'refs';
-    while (my ($name, $count) = each %arguments) {
+    for my $name (
+        qw(getUCHandle RuvoOpenHandle RuvoCloseHandle RuvoSetData RuvoGetOutputData))
+    {
         my $function = \&{"KestrixDispEnginec::KestrixDispEngine_$name"};
         *$name = sub {
-            shift if @_ > $count && UNIVERSAL::isa($_[0], __PACKAGE__);
+            shift if @_ && UNIVERSAL::isa($_[0], __PACKAGE__);
             goto &$function;
         };
     }
@@ -311,7 +306,8 @@ A number may be a string that is a number as a whole, and must not have a fracti
 =item *
 
 An engine that has been destroyed, a pointer to a map in one, and a pointer of another type are
-TypeErrors.
+TypeErrors. A pointer is an address: one that is kept beyond its engine's life may be that of a new
+engine one day.
 
 =back
 

@@ -301,22 +301,19 @@ bool openForAppending(LogContext& log)
     return log.pLogFile != nullptr;
 }
 
-enum class Rotation { done, notMoved, failed };
-
-// Moves the live file to ".bak" and begins a new one. A file that cannot be moved goes on growing.
-Rotation rotate(LogContext& log)
+// Moves the live file to ".bak", in place of the one that is there, and begins a new one. False
+// when that fails: without a stream the handle's later entries are dropped, so that the live file
+// never exceeds its size.
+bool rotate(LogContext& log)
 {
+    const FilePath live(log, ".txt");
     const FilePath backup(log, ".bak");
     if (std::FILE* const old = std::fopen(backup.text(), "ab")) {
         std::fclose(old);
         std::remove(backup.text());
     }
-    if (std::fclose(log.pLogFile.release()) != 0)
-        return Rotation::failed;
-    const bool moved = std::rename(FilePath(log, ".txt").text(), backup.text()) == 0;
-    if (!openForAppending(log))
-        return Rotation::failed;
-    return moved ? Rotation::done : Rotation::notMoved;
+    return std::fclose(log.pLogFile.release()) == 0 &&
+           std::rename(live.text(), backup.text()) == 0 && openForAppending(log);
 }
 
 // Other handles may write to the same file, so its size is asked for each time.
@@ -358,11 +355,9 @@ void Cutm_WriteLog(LogContext& log, std::string_view lines) noexcept
             return;
         std::size_t length = fittingLength(lines, limit - size);
         if (length == 0) {
-            // Where the file cannot be moved, trying again for every line would only cost time.
-            const Rotation rotation = rotate(log);
-            if (rotation == Rotation::failed)
+            if (!rotate(log))
                 return;
-            length = rotation == Rotation::done ? lines.find('\n') + 1 : lines.size();
+            length = lines.find('\n') + 1;
         }
         std::fwrite(lines.data(), 1, length, log.pLogFile.get());
         lines.remove_prefix(length);

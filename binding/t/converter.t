@@ -83,6 +83,8 @@ for my $way (
 my $usage = "RuntimeError Usage: KestrixDispEngine_RuvoCloseHandle(sHandle);\n";
 is eval { $engine->RuvoCloseHandle(1, 2) } // $@, $usage, 'a method with an argument too many';
 is eval { $CLASS->can('RuvoCloseHandle')->(1, 2) } // $@, $usage, 'a function with one';
+is eval { $engine->RuvoCloseHandle } // $@, $usage, 'a method without its argument';
+is eval { $CLASS->RuvoCloseHandle } // $@, $usage, 'a class method without it';
 
 # Memory lives as long as what points to it, also in the middle of a call.
 {   package Dropping;
