@@ -138,6 +138,9 @@ public:
         return result == Section::Line::stored;
     }
 
+    // Every key must be set where the section ends: a later section of the same name cannot help.
+    void requireComplete() { m_error = m_error || !m_section.complete(); }
+
     bool valid() const { return m_seen && !m_error && m_section.complete(); }
 
 private:
@@ -316,10 +319,12 @@ short readDeviceInfoFile(const std::string& name, HandleSettings& settings, Devi
             continue;
         switch (state) {
         case State::outside:
-            state = common.open(line) ? State::common : openNext(line);
+            // Behind the tables a [Common] is out of order, a line like any other.
+            state = !tables.over() && common.open(line) ? State::common : openNext(line);
             break;
         case State::common:
             if (!common.read(line)) {
+                common.requireComplete();
                 commonRead = true;
                 state = openNext(line);
             }
