@@ -61,7 +61,6 @@ inline constexpr NationalSetRow kNationalSets[] = {
     {"Korea", "korea.txt", 13, U"#$@[₩]^`{|}~"},
     {"Croatia and Slovenia", "croatia.txt", 14, U"#$ŽŠĐĆČžšđćč"},
     {"China", "china.txt", 15, U"#¥@[\\]^`{|}‾"},
-    {"Malta", "malta.txt", 18, U"#$@ġżħ^ċĠŻĦĊ"},
 };
 
 template <typename Rows, typename Field>
