@@ -38,10 +38,15 @@ private:
     bool m_holdsNul = false;  // somewhere between m_begin and m_end
 };
 
-// A line without text, or one that starts with the file format's comment character.
-inline bool isBlankOrComment(std::string_view line, char comment)
+// Gives the next line that is neither blank nor starts with the file format's comment character. A
+// line that begins with a NUL byte is neither.
+inline bool nextContentLine(LineReader& reader, char comment, std::string_view& line)
 {
-    return !line.empty() && (line[0] == comment || line[0] == '\n' || line[0] == '\r');
+    while (reader.next(line)) {
+        if (line.empty() || (line[0] != comment && line[0] != '\n' && line[0] != '\r'))
+            return true;
+    }
+    return false;
 }
 
 }  // namespace ruvo

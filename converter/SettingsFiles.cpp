@@ -237,8 +237,8 @@ int Lutm_ModuleFileFullPath(const std::string& root, const std::string& id, std:
         return -1;
     constexpr std::string_view key = "ModulePath";
     std::string_view line;
-    while (reader.next(line)) {
-        if (isBlankOrComment(line, kComment) || !line.starts_with(key))
+    while (nextContentLine(reader, kComment, line)) {
+        if (!line.starts_with(key))
             continue;
         std::string_view value;
         if (!Lutm_ExistEqualCheck(line.substr(key.size()), value))
@@ -267,9 +267,7 @@ short readSettingsFile(const std::string& modulePath, HandleSettings& settings,
     enum class State { outside, settings, log };
     State state = State::outside;
     std::string_view line;
-    while (reader.next(line)) {
-        if (isBlankOrComment(line, kComment))
-            continue;
+    while (nextContentLine(reader, kComment, line)) {
         switch (state) {
         case State::outside:
             if (settingsSection.open(line))
@@ -314,9 +312,7 @@ short readDeviceInfoFile(const std::string& name, HandleSettings& settings, Devi
         return sets.open(line, tables.over()) ? State::sets : State::outside;
     };
     std::string_view line;
-    while (reader.next(line)) {
-        if (isBlankOrComment(line, kComment))
-            continue;
+    while (nextContentLine(reader, kComment, line)) {
         switch (state) {
         case State::outside:
             // Behind the tables a [Common] is out of order, a line like any other.

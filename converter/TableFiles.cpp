@@ -60,9 +60,7 @@ short readTableFile(LineReader& reader, const std::string& path, TableFileKind k
     const std::size_t limit = list.size() + kMaxFileEntries;
     MapEntry entry{0, 0, param};
     std::string_view line;
-    while (reader.next(line)) {
-        if (isBlankOrComment(line, kComment))
-            continue;
+    while (nextContentLine(reader, kComment, line)) {
         if (!Lutm_FileDataCheck(line, kind, entry) || list.size() == limit)
             return invalid;
         list.push_back(entry);

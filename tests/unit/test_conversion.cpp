@@ -386,28 +386,6 @@ TEST_F(Conversion, LawsForRandomTexts)
     }
 }
 
-TEST_F(Conversion, InputBeyondTheLimitIsCut)
-{
-    smallDisplay().write(".");
-    const Handle handle;
-    ASSERT_GT(handle, 0);
-    const struct {
-        short encodeType;
-        std::size_t length;
-        short status;
-        std::size_t characters;
-    } rows[] = {
-        {RUVO_UTF8, 0x800000, RUVO_OUTPUT_FULL, 255 * 4096},
-        {RUVO_UTF16_BIG_ENDIAN, 0x400001, RUVO_OUTPUT_FULL, 255 * 4096},
-    };
-    for (const auto& row : rows) {
-        ASSERT_EQ(RUVO_OK, RuvoSetEncodeType(handle, row.encodeType));
-        std::string text(row.length, 'a');
-        EXPECT_EQ(row.status, handle.setData(text));
-        EXPECT_EQ(3 + row.characters, handle.output().size());
-    }
-}
-
 TEST_F(Conversion, InputAtTheLimits)
 {
     Profile profile = smallDisplay();
