@@ -38,6 +38,16 @@ struct Row {
     std::function<void()> theirs;
 };
 
+std::string oursOf(const Row& row)
+{
+    return row.measure + " | " + row.reference + " | ours";
+}
+
+std::string theirsOf(const Row& row)
+{
+    return row.measure + " | " + row.reference + " | reference";
+}
+
 std::vector<Row>& rows()
 {
     static std::vector<Row> all;
@@ -589,6 +599,7 @@ public:
             if (run.run_type == Run::RT_Aggregate && run.aggregate_name == "median")
                 m_medians[run.run_name.function_name] = run.GetAdjustedRealTime();
     }
+    bool has(const std::string& name) const { return m_medians.contains(name); }
     double median(const std::string& name) const { return m_medians.at(name); }
 
 private:
@@ -622,20 +633,22 @@ int main(int argc, char** argv)
     workInACopyOfTheProfile();
     set("OutputBufferBlockSize", "1000000");
     addRows();
-    for (std::size_t i = 0; i < rows().size(); ++i) {
-        add("ours" + std::to_string(i), rows()[i].ours);
-        add("theirs" + std::to_string(i), rows()[i].theirs);
+    for (const Row& row : rows()) {
+        add(oursOf(row), row.ours);
+        add(theirsOf(row), row.theirs);
     }
     MedianKeeper keeper;
     benchmark::RunSpecifiedBenchmarks(&keeper);
 
     std::printf("| measure | reference | ours, ns | reference, ns | ratio | to reach |\n");
     std::printf("|---|---|---|---|---|---|\n");
-    for (std::size_t i = 0; i < rows().size(); ++i) {
-        const double ours = keeper.median("ours" + std::to_string(i));
-        const double theirs = keeper.median("theirs" + std::to_string(i));
-        std::printf("| %s | %s | %.0f | %.0f | %.2f | %.2f |\n", rows()[i].measure.c_str(),
-                    rows()[i].reference.c_str(), ours, theirs, ours / theirs, rows()[i].target);
+    for (const Row& row : rows()) {
+        if (!keeper.has(oursOf(row)) || !keeper.has(theirsOf(row)))  // filtered out
+            continue;
+        const double ours = keeper.median(oursOf(row));
+        const double theirs = keeper.median(theirsOf(row));
+        std::printf("| %s | %s | %.0f | %.0f | %.2f | %.2f |\n", row.measure.c_str(),
+                    row.reference.c_str(), ours, theirs, ours / theirs, row.target);
     }
     printMemory();
     printAllocations();
