@@ -2,38 +2,9 @@
 
 #include "RuvoConverter.h"
 
-#include <algorithm>
-
 namespace ruvo {
 
 constinit HandleLinkMngInf g_stHandlelinkMngInfTbl{};
-
-namespace {
-
-// Slots in use: a later settings file may name a smaller or a larger number than the first one.
-int slotCount()
-{
-    const HandleLinkMngInf& table = g_stHandlelinkMngInfTbl;
-    return std::min(table.sMaximumHandle, table.sCapacity);
-}
-
-std::unique_ptr<HandleLink>& slotOf(short sHandle)
-{
-    return g_stHandlelinkMngInfTbl.pstHandleLink[sHandle - 1];
-}
-
-}  // namespace
-
-short Cutm_CheckHandle(short sHandle)
-{
-    const bool open = sHandle >= 1 && sHandle <= slotCount() && slotOf(sHandle);
-    return open ? RUVO_OK : RUVO_INVALID_HANDLE;
-}
-
-HandleLink& handleLink(short sHandle)
-{
-    return *slotOf(sHandle);
-}
 
 void ensureHandleArray()
 {
@@ -64,7 +35,7 @@ short allocateSlot(std::unique_ptr<HandleLink> handle)
 
 void freeSlot(short sHandle)
 {
-    slotOf(sHandle).reset();
+    g_stHandlelinkMngInfTbl.pstHandleLink[sHandle - 1].reset();
 }
 
 }  // namespace ruvo

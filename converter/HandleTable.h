@@ -3,6 +3,7 @@
 
 #include "Handle.h"
 
+#include <algorithm>
 #include <cstdint>
 #include <memory>
 
@@ -17,13 +18,20 @@ struct HandleLinkMngInf {
     std::unique_ptr<HandleLink>* pstHandleLink;  // a null entry is a free slot
 };
 
-extern HandleLinkMngInf g_stHandlelinkMngInfTbl;
+extern constinit HandleLinkMngInf g_stHandlelinkMngInfTbl;
 
-// 0 when the handle is open, else -10.
-short Cutm_CheckHandle(short sHandle);
+// Slots in use: a later settings file may name a smaller or a larger number than the first one.
+inline int slotCount()
+{
+    return std::min(g_stHandlelinkMngInfTbl.sMaximumHandle, g_stHandlelinkMngInfTbl.sCapacity);
+}
 
-// The record of an open handle.
-HandleLink& handleLink(short sHandle);
+// The record of an open handle; null when the handle is not open.
+inline HandleLink* Cutm_CheckHandle(short sHandle)
+{
+    const bool inTable = sHandle >= 1 && sHandle <= slotCount();
+    return inTable ? g_stHandlelinkMngInfTbl.pstHandleLink[sHandle - 1].get() : nullptr;
+}
 
 // Makes the array, of sMaximumHandle slots, when there is none yet. Throws std::bad_alloc.
 void ensureHandleArray();

@@ -368,7 +368,7 @@ void Lutm_RuvoOpenHandle(LogDirection direction, short sHandle, const std::uint8
                          unsigned long ulDeviceInfoLength, std::string_view deviceInfoName,
                          short status) noexcept
 {
-    HandleLink& handle = handleLink(sHandle);
+    HandleLink& handle = *Cutm_CheckHandle(sHandle);
     if (direction == LogDirection::in)
         Cutm_CheckOpenLogFile(handle.log);
     if (!handle.log.pLogFile)
@@ -389,14 +389,14 @@ void Lutm_RuvoCloseHandle(LogDirection direction, LogContext& log, short sHandle
 void Lutm_RuvoSetData(LogDirection direction, short sHandle, const std::uint8_t* pucData,
                       unsigned long ulDataLength, short status) noexcept
 {
-    writeEntry(handleLink(sHandle).log, direction, status, "RuvoSetData",
+    writeEntry(Cutm_CheckHandle(sHandle)->log, direction, status, "RuvoSetData",
                {sHandle, Pointer{pucData}, ulDataLength}, {{"", readable(pucData, ulDataLength)}});
 }
 
 void Lutm_RuvoGetOutputData(LogDirection direction, short sHandle, const LogBuffer& printData,
                             short status) noexcept
 {
-    writeEntry(handleLink(sHandle).log, direction, status, "RuvoGetOutputData",
+    writeEntry(Cutm_CheckHandle(sHandle)->log, direction, status, "RuvoGetOutputData",
                {sHandle, Pointer{printData.data}, lengthValue(printData)},
                {{"", contents(printData)}});
 }
@@ -405,7 +405,7 @@ void Lutm_RuvoGetRawData(LogDirection direction, short sHandle, const LogBuffer&
                          const LogBuffer& tableInfo, const LogBuffer& iSetInfo,
                          short status) noexcept
 {
-    writeEntry(handleLink(sHandle).log, direction, status, "RuvoGetRawData",
+    writeEntry(Cutm_CheckHandle(sHandle)->log, direction, status, "RuvoGetRawData",
                {sHandle, Pointer{charCode.data}, lengthValue(charCode), Pointer{tableInfo.data},
                 lengthValue(tableInfo), Pointer{iSetInfo.data}, lengthValue(iSetInfo)},
                {{"CharCode=", contents(charCode)},
@@ -416,14 +416,14 @@ void Lutm_RuvoGetRawData(LogDirection direction, short sHandle, const LogBuffer&
 void Lutm_RuvoSetTargetCodePage(LogDirection direction, short sHandle, long lCodePage,
                                 short status) noexcept
 {
-    writeEntry(handleLink(sHandle).log, direction, status, "RuvoSetTargetCodePage",
+    writeEntry(Cutm_CheckHandle(sHandle)->log, direction, status, "RuvoSetTargetCodePage",
                {sHandle, static_cast<short>(lCodePage)}, {});
 }
 
 void Lutm_RuvoSetEncodeType(LogDirection direction, short sHandle, short sEncodeType,
                             short status) noexcept
 {
-    writeEntry(handleLink(sHandle).log, direction, status, "RuvoSetEncodeType",
+    writeEntry(Cutm_CheckHandle(sHandle)->log, direction, status, "RuvoSetEncodeType",
                {sHandle, long{sEncodeType}}, {});
 }
 

@@ -1,7 +1,5 @@
 #include "OutputChain.h"
 
-#include "RuvoConverter.h"
-
 #include <algorithm>
 #include <cstring>
 #include <limits>
@@ -27,34 +25,20 @@ CharCodeChain::CharCodeChain(BlockLimits limits)
 {
 }
 
-void CharCodeChain::reserve(std::size_t count)
+void CharCodeChain::makeRoom(std::size_t needed)
 {
-    const std::size_t needed = m_size + std::min(count, room());
-    if (needed <= m_capacity)
-        return;
     const std::size_t capacity = std::max({needed, std::min(2 * m_capacity, m_limit)});
-    auto bytes = std::make_unique_for_overwrite<std::uint8_t[]>(capacity);
+    auto bytes = std::make_unique_for_overwrite<std::uint8_t[]>(capacity + kSlack);
     if (m_size > 0)
         std::memcpy(bytes.get(), m_bytes.get(), m_size);
     m_bytes = std::move(bytes);
     m_capacity = capacity;
 }
 
-short CharCodeChain::append(std::uint8_t byte)
+void CharCodeChain::release()
 {
-    if (room() == 0)
-        return RUVO_OUTPUT_FULL;
-    m_bytes[m_size++] = byte;
-    return RUVO_OK;
-}
-
-void CharCodeChain::reset()
-{
-    m_size = 0;
-    if (m_capacity > m_keptCapacity) {
-        m_bytes.reset();
-        m_capacity = 0;
-    }
+    m_bytes.reset();
+    m_capacity = 0;
 }
 
 SwitchChain::SwitchChain(BlockLimits limits)
@@ -64,23 +48,13 @@ SwitchChain::SwitchChain(BlockLimits limits)
 {
 }
 
-short SwitchChain::append(SwitchRecord record)
-{
-    if (full())
-        return RUVO_OUTPUT_FULL;
-    if (m_records.size() == m_records.capacity())
-        makeRoom();
-    m_records.push_back(record);
-    return RUVO_OK;
-}
-
 // Memory grows bit by bit up to what a chain keeps; for more, a long text gets all it may need.
 void SwitchChain::makeRoom()
 {
-    constexpr std::size_t kept = kKeptBytes / sizeof(SwitchRecord);
     const std::size_t size = m_records.size();
     const std::size_t more = std::max<std::size_t>(4 * size, 64);
-    m_records.reserve(std::min(m_expected > kept ? std::max(m_expected, more) : more, m_limit));
+    m_records.reserve(
+        std::min(m_expected > kKeptRecords ? std::max(m_expected, more) : more, m_limit));
 }
 
 std::size_t SwitchChain::byteLength() const
@@ -107,13 +81,6 @@ void SwitchChain::copyTo(std::uint8_t* destination) const
         *destination++ = record.parameter;
         ++inBlock;
     }
-}
-
-void SwitchChain::reset()
-{
-    m_records.clear();
-    if (m_records.capacity() * sizeof(SwitchRecord) > kKeptBytes)
-        m_records.shrink_to_fit();
 }
 
 }  // namespace ruvo

@@ -5,6 +5,9 @@
 // chain is full and where the raw form of a switch chain has gaps, and cost nothing by themselves.
 #pragma once
 
+#include "RuvoConverter.h"
+
+#include <algorithm>
 #include <cstddef>
 #include <cstdint>
 #include <memory>
@@ -27,19 +30,40 @@ public:
     std::size_t room() const { return m_limit - m_size; }
 
     // Makes memory for `count` more bytes, or for room() if that is less. Throws std::bad_alloc.
-    void reserve(std::size_t count);
+    void reserve(std::size_t count)
+    {
+        const std::size_t needed = m_size + std::min(count, room());
+        if (needed > m_capacity)
+            makeRoom(needed);
+    }
 
     // Appends a byte for which reserve has made memory. 0, or -510 when the chain is full.
-    short append(std::uint8_t byte);
+    short append(std::uint8_t byte)
+    {
+        if (room() == 0)
+            return RUVO_OUTPUT_FULL;
+        m_bytes[m_size++] = byte;
+        return RUVO_OK;
+    }
 
     // Where the next bytes go, and how many have been put there, for which reserve has made memory.
+    // kSlack bytes behind that memory may be overwritten.
+    static constexpr std::size_t kSlack = 8;
     std::uint8_t* end() { return m_bytes.get() + m_size; }
     void grow(std::size_t count) { m_size += count; }
 
     std::span<const std::uint8_t> bytes() const { return {m_bytes.get(), m_size}; }
-    void reset();
+    void reset()
+    {
+        m_size = 0;
+        if (m_capacity > m_keptCapacity)
+            release();
+    }
 
 private:
+    void makeRoom(std::size_t needed);
+    void release();
+
     std::size_t m_limit;
     std::size_t m_keptCapacity;
     std::size_t m_size = 0;
@@ -60,14 +84,23 @@ class SwitchChain {
 public:
     explicit SwitchChain(BlockLimits limits);
 
-    bool full() const { return m_records.size() == m_limit; }
+    // Records that may still be appended.
+    std::size_t room() const { return m_limit - m_records.size(); }
 
     // The most records that the text at hand can add; memory for them is made in one go, once it
     // turns out that it needs more than there is.
     void expect(std::size_t count) { m_expected = m_records.size() + count; }
 
     // 0, or -510 when the chain is full. Throws std::bad_alloc and then is as it was.
-    short append(SwitchRecord record);
+    short append(SwitchRecord record)
+    {
+        if (room() == 0)
+            return RUVO_OUTPUT_FULL;
+        if (m_records.size() == m_records.capacity())
+            makeRoom();
+        m_records.push_back(record);
+        return RUVO_OK;
+    }
 
     std::span<const SwitchRecord> records() const { return m_records; }
 
@@ -78,9 +111,17 @@ public:
     std::size_t byteLength() const;
     void copyTo(std::uint8_t* destination) const;
 
-    void reset();
+    void reset()
+    {
+        m_records.clear();
+        if (m_records.capacity() > kKeptRecords)
+            m_records.shrink_to_fit();
+    }
 
 private:
+    // Memory that an empty chain keeps, so that a stream of small conversions never allocates.
+    static constexpr std::size_t kKeptRecords = 8 * 1024;
+
     void makeRoom();
 
     std::size_t m_blockSize;

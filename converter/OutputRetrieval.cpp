@@ -9,7 +9,6 @@ namespace {
 
 constexpr std::uint8_t kSelectTable = 0x74;  // ESC t n
 constexpr std::uint8_t kSelectSet = 0x52;    // ESC R n
-constexpr std::size_t kSwitchLength = 3;
 
 // Behind the last record stands one at a position that no text has.
 constexpr std::size_t kNoPosition = SIZE_MAX;
@@ -46,13 +45,6 @@ private:
 
 }  // namespace
 
-std::size_t mergedLength(const HandleLink& handle)
-{
-    const std::size_t records =
-        handle.stTableInfoOut.records().size() + handle.stISetInfoOut.records().size();
-    return handle.stCharCodeOut.bytes().size() + kSwitchLength * records;
-}
-
 void mergeOutput(const HandleLink& handle, std::uint8_t* destination)
 {
     const std::span<const std::uint8_t> characters = handle.stCharCodeOut.bytes();
@@ -60,13 +52,6 @@ void mergeOutput(const HandleLink& handle, std::uint8_t* destination)
     RecordCursor sets(handle.stISetInfoOut, kSelectSet);
     std::size_t k = 0;
     for (;;) {
-        // Characters without a switch go out as a block.
-        const std::size_t stop = std::min({tables.position(), sets.position(), characters.size()});
-        if (stop > k) {
-            std::memcpy(destination, characters.data() + k, stop - k);
-            destination += stop - k;
-            k = stop;
-        }
         // Of two set records at one position the first closes the set of the character before.
         // Behind a character, a set record comes before the table record.
         if (k > 0)
@@ -75,7 +60,11 @@ void mergeOutput(const HandleLink& handle, std::uint8_t* destination)
         destination = sets.writeAt(k, destination);
         if (k == characters.size())
             return;
-        *destination++ = characters[k++];
+        // The characters up to the next switch go out as a block.
+        const std::size_t stop = std::min({tables.position(), sets.position(), characters.size()});
+        std::memcpy(destination, characters.data() + k, stop - k);
+        destination += stop - k;
+        k = stop;
     }
 }
 

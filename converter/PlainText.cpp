@@ -1,192 +1,149 @@
 #include "PlainText.h"
 
+#include "PlainCopier.h"
+
 #include <algorithm>
-#include <bit>
-#include <cstring>
 
 namespace ruvo {
 
 namespace {
 
-constexpr std::uint64_t everyByte(std::uint64_t byte)
-{
-    return byte * 0x0101010101010101;
-}
-
-// Copies bytes that lie in a range [begin, end) of ASCII, eight or more at a time. Of a byte
-// outside the high bit is set, or adding 80 (hex) - begin does not set it, or adding 80 - end does;
-// a carry out of such a byte only disturbs bytes behind it.
-class RangeCopier {
+class PlainText {
 public:
-    RangeCopier(std::uint8_t begin, std::uint8_t end)
-        : m_toBegin(everyByte(0x80u - begin)), m_toEnd(everyByte(0x80u - end))
+    PlainText(Utf8Reader& reader, HandleLink& handle, const PlainTable& table)
+        : m_reader(reader),
+          m_handle(handle),
+          m_characters(handle.stCharCodeOut),
+          m_table(table),
+          m_tableInForce(handle.settings.tableInForce()),
+          // A character takes at least one byte of the text, so the output has room for these. A
+          // mark may lie behind their end.
+          m_end(reader.begin() + std::min(static_cast<std::size_t>(reader.end() - reader.begin()),
+                                          m_characters.room())),
+          m_at{reader.begin(), m_characters.end()}
     {
     }
 
-    // Copies from `next` up to a byte outside, or until fewer than eight bytes are left, and
-    // returns how many. As many bytes as there are up to `end` may be overwritten at `out`.
-    std::ptrdiff_t copy(const std::uint8_t* next, const std::uint8_t* end, std::uint8_t* out) const
+    void append()
     {
-        const std::uint8_t* const begin = next;
-        while (end - next >= kWord) {
-            const std::uint64_t outside = outsideBits(load(next));
-            std::memcpy(out, next, kWord);
-            if (outside != 0)
-                return next - begin + std::countr_zero(outside) / 8;
-            next += kWord;
-            out += kWord;
-            for (; end - next >= kBlock && holdsBlock(next); next += kBlock, out += kBlock)
-                std::memcpy(out, next, kBlock);
-        }
-        return next - begin;
+        if (selectsTable() && m_handle.stTableInfoOut.room() == 0)
+            return;
+        const PlainCopier copier(m_at.next, m_end, m_table);
+        do
+            copier.copy(m_at);
+        while (m_at.next != m_reader.end() && (appendSetCharacter() || composeLast()));
+        m_reader.skipTo(m_at.next);
+        commit();
     }
 
 private:
-    static constexpr std::ptrdiff_t kWord = sizeof(std::uint64_t);
-    static constexpr std::ptrdiff_t kBlock = 8 * kWord;
-
-    // The first byte is the lowest, so that a carry runs towards the bytes behind it.
-    static std::uint64_t load(const std::uint8_t* bytes)
+    bool selectsTable() const
     {
-        std::uint64_t word;
-        std::memcpy(&word, bytes, sizeof word);
-        return std::endian::native == std::endian::little ? word : __builtin_bswap64(word);
+        return m_characters.bytes().empty() || m_tableInForce != m_handle.settings.ucCurrentTable;
     }
 
-    std::uint64_t outsideBits(std::uint64_t word) const
+    bool anyCopied() const { return m_at.out != m_characters.end(); }
+
+    // Makes the copied characters part of the output.
+    void commit()
     {
-        return (word | ~(word + m_toBegin) | (word + m_toEnd)) & everyByte(0x80);
-    }
-
-    bool holdsBlock(const std::uint8_t* next) const
-    {
-        std::uint64_t outside = 0;
-        for (std::ptrdiff_t i = 0; i < kBlock; i += kWord)
-            outside |= outsideBits(load(next + i));
-        return outside == 0;
-    }
-
-    std::uint64_t m_toBegin;
-    std::uint64_t m_toEnd;
-};
-
-bool isContinuation(std::uint8_t byte)
-{
-    return (byte & 0xC0) == 0x80;
-}
-
-// Where the copying stands.
-struct Position {
-    const std::uint8_t* next;  // in the text
-    std::uint8_t* out;
-};
-
-// Copies plain characters up to one that is not, or up to the end.
-void copyPlain(Position& position, const std::uint8_t* end, const PlainTable& table)
-{
-    const RangeCopier identity(table.identityBegin(), table.identityEnd());
-    const std::uint8_t* next = position.next;
-    std::uint8_t* out = position.out;
-    while (next < end) {
-        const std::uint32_t lead = next[0];
-        std::uint32_t code = 0;
-        std::ptrdiff_t size = 1;
-        if (lead < 0x80) {
-            const std::ptrdiff_t copied = identity.copy(next, end, out);
-            next += copied;
-            out += copied;
-            if (copied > 0)
-                continue;
-            code = table.front(lead);
-        } else if (lead < 0xE0) {
-            if (lead >= 0xC0 && end - next >= 2 && isContinuation(next[1]))
-                code = table.front((lead & 0x1F) << 6 | (next[1] & 0x3Fu));
-            size = 2;
-        } else if (lead < 0xF0) {
-            if (end - next >= 3 && isContinuation(next[1]) && isContinuation(next[2]))
-                code = table[(lead & 0x0F) << 12 | (next[1] & 0x3Fu) << 6 | (next[2] & 0x3Fu)];
-            size = 3;
+        if (!anyCopied())
+            return;
+        if (selectsTable()) {
+            m_handle.stTableInfoOut.append(
+                {static_cast<std::uint32_t>(m_characters.bytes().size()), m_tableInForce});
+            m_handle.settings.ucCurrentTable = m_tableInForce;
         }
-        if (!(code & PlainTable::kPlain))
-            break;
-        *out++ = static_cast<std::uint8_t>(code);
-        next += size;
+        m_characters.grow(static_cast<std::size_t>(m_at.out - m_characters.end()));
     }
-    position = {next, out};
-}
 
-// A mark takes the base in front of it along. Where one stands next, composes the two into a plain
-// character, or leaves both. False when the copying ends here.
-bool composeLast(Position& position, Utf8Reader& reader, HandleLink& handle,
-                 const PlainTable& table)
-{
-    const CodePointTable& unicodeTable = handle.tables.unicodeTable;
-    const auto nextIsMark = [&](std::uint32_t& codePoint) {
-        return reader.peek(codePoint) && codePoint != kInvalidMarker &&
-               unicodeTable[codePoint].combiningMark;
-    };
-    std::uint32_t run[2];
-    std::uint32_t behind = 0;
-    reader.skipTo(position.next);
-    if (!nextIsMark(run[1]))
-        return false;
-    reader.advance();
-    const std::uint8_t* const behindMark = reader.begin();
-    const bool pair = !nextIsMark(behind);
+    // Appends a character of an internal set where no mark can follow: in front of a plain
+    // character of ASCII, or at the end of the text. False when there is none.
+    bool appendSetCharacter()
+    {
+        std::uint32_t codePoint = 0;
+        m_reader.skipTo(m_at.next);
+        if (m_at.next >= m_end || !m_reader.peek(codePoint) || codePoint == kInvalidMarker)
+            return false;
+        const CodePointTable& unicodeTable = m_handle.tables.unicodeTable;
+        const UnicodeCharInfo& info = unicodeTable[codePoint];
+        if (!info.ucICSFlag || info.combiningMark || (!anyCopied() && selectsTable()) ||
+            m_handle.stISetInfoOut.room() < 2)
+            return false;
+        m_reader.advance();
+        const std::uint8_t* const next = m_reader.begin();
+        if (next != m_reader.end() &&
+            (*next >= 0x80 || !(m_table.front(*next) & PlainTable::kPlain)))
+            return false;
 
-    const std::uint8_t* base = position.next;
-    do
-        --base;
-    while (isContinuation(*base));
-    reader.skipTo(base);
-    reader.peek(run[0]);
-    std::uint32_t composed = 0;
-    std::uint16_t code = 0;
-    if (pair &&
-        handle.composer.compose(handle.tables, handle.settings.ucDecompositionMappingSize, run,
-                                composed) &&
-        composed <= PlainTable::kLast)
-        code = table[composed];
-    if (!(code & PlainTable::kPlain)) {
-        position = {base, position.out - 1};
-        return false;
+        commit();
+        const auto position = static_cast<std::uint32_t>(m_characters.bytes().size());
+        const CharMapping mapping = unicodeTable.icsMapping(info);
+        m_characters.append(mapping.ucCode);
+        m_handle.stISetInfoOut.append({position, mapping.ucTableParam});
+        m_handle.stISetInfoOut.append({position + 1, m_handle.settings.ucICSCommandDefault});
+        m_at = {next, m_characters.end()};
+        return true;
     }
-    position.out[-1] = static_cast<std::uint8_t>(code);
-    position.next = behindMark;
-    return true;
-}
+
+    // A mark takes the base in front of it along. Where one stands next, composes the two into a
+    // plain character, or leaves both. False when the copying ends here.
+    bool composeLast()
+    {
+        std::uint32_t run[2];
+        std::uint32_t behind = 0;
+        m_reader.skipTo(m_at.next);
+        if (!anyCopied() || !nextIsMark(run[1]))
+            return false;
+        m_reader.advance();
+        const std::uint8_t* const behindMark = m_reader.begin();
+        const bool pair = !nextIsMark(behind);
+
+        const std::uint8_t* base = m_at.next;
+        do
+            --base;
+        while (isContinuation(*base));
+        m_reader.skipTo(base);
+        m_reader.peek(run[0]);
+        std::uint32_t composed = 0;
+        std::uint16_t code = 0;
+        if (pair &&
+            m_handle.composer.compose(m_handle.tables, m_handle.settings.ucDecompositionMappingSize,
+                                      run, composed) &&
+            composed <= PlainTable::kLast)
+            code = m_table[composed];
+        if (!(code & PlainTable::kPlain)) {
+            m_at = {base, m_at.out - 1};
+            return false;
+        }
+        m_at.out[-1] = static_cast<std::uint8_t>(code);
+        m_at.next = behindMark;
+        return true;
+    }
+
+    bool nextIsMark(std::uint32_t& codePoint)
+    {
+        return m_reader.peek(codePoint) && codePoint != kInvalidMarker &&
+               m_handle.tables.unicodeTable[codePoint].combiningMark;
+    }
+
+    Utf8Reader& m_reader;
+    HandleLink& m_handle;
+    CharCodeChain& m_characters;
+    const PlainTable& m_table;
+    const std::uint8_t m_tableInForce;
+    const std::uint8_t* const m_end;
+    Position m_at;
+};
 
 }  // namespace
 
 void appendPlainText(Utf8Reader& reader, HandleLink& handle)
 {
-    CharCodeChain& characters = handle.stCharCodeOut;
-    HandleSettings& settings = handle.settings;
-    const std::uint8_t tableInForce = settings.tableInForce();
-    const PlainTable* const table = handle.tables.unicodeTable.plainTable(tableInForce);
-    const bool select = characters.bytes().empty() || tableInForce != settings.ucCurrentTable;
-    if (!table || (select && handle.stTableInfoOut.full()))
-        return;
-
-    const std::uint8_t* const begin = reader.begin();
-    // A character takes at least one byte of the text, so the output has room for these. A mark may
-    // lie behind their end.
-    const std::uint8_t* const end =
-        begin + std::min(static_cast<std::size_t>(reader.end() - begin), characters.room());
-    Position position{begin, characters.end()};
-    do
-        copyPlain(position, end, *table);
-    while (position.out != characters.end() && composeLast(position, reader, handle, *table));
-    reader.skipTo(position.next);
-    if (position.out == characters.end())
-        return;
-
-    if (select) {
-        handle.stTableInfoOut.append(
-            {static_cast<std::uint32_t>(characters.bytes().size()), tableInForce});
-        settings.ucCurrentTable = tableInForce;
-    }
-    characters.grow(static_cast<std::size_t>(position.out - characters.end()));
+    const PlainTable* const table =
+        handle.tables.unicodeTable.plainTable(handle.settings.tableInForce());
+    if (table)
+        PlainText(reader, handle, *table).append();
 }
 
 }  // namespace ruvo

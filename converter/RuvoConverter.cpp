@@ -18,9 +18,10 @@ using namespace ruvo;
 
 constexpr std::size_t kMaxNameLength = 127;
 
-// No exception leaves an exported function. What the converter throws is exhausted memory.
+// No exception leaves an exported function. What the converter throws is exhausted memory. Inlined,
+// as is logged, so that a call without a log keeps its arguments in registers.
 template <class Work>
-short guarded(Work work) noexcept
+[[gnu::always_inline]] inline short guarded(const Work& work) noexcept
 {
     try {
         return work();
@@ -31,9 +32,10 @@ short guarded(Work work) noexcept
 
 // Does the work between the call's two log entries.
 template <class Log, class Work>
-short logged(short sHandle, Log log, Work work) noexcept
+[[gnu::always_inline]] inline short logged(const HandleLink& handle, const Log& log,
+                                           const Work& work) noexcept
 {
-    if (!handleLink(sHandle).log.pLogFile)
+    if (!handle.log.pLogFile) [[likely]]
         return guarded(work);
     log(LogDirection::in, short{RUVO_OK});
     const short status = guarded(work);
@@ -147,7 +149,7 @@ short RuvoOpenHandle(const unsigned char* pucDeviceInfo, unsigned long ulDeviceI
             !keepPrintable(pucID, ulIDLength, id))
             return RUVO_INVALID_ARGUMENT;
         const short result = Lutm_OpenHandleCommon(deviceInfoName, id);
-        if (Cutm_CheckHandle(result) != RUVO_OK)
+        if (!Cutm_CheckHandle(result))
             return result;
         // Both entries are written now: the log belongs to the handle.
         for (const LogDirection direction : {LogDirection::in, LogDirection::out})
@@ -159,9 +161,10 @@ short RuvoOpenHandle(const unsigned char* pucDeviceInfo, unsigned long ulDeviceI
 
 short RuvoCloseHandle(short sHandle)
 {
-    if (const short status = Cutm_CheckHandle(sHandle))
-        return status;
-    LogContext log = std::move(handleLink(sHandle).log);
+    HandleLink* const handle = Cutm_CheckHandle(sHandle);
+    if (!handle)
+        return RUVO_INVALID_HANDLE;
+    LogContext log = std::move(handle->log);
     Lutm_RuvoCloseHandle(LogDirection::in, log, sHandle, RUVO_OK);
     freeSlot(sHandle);
     Lutm_RuvoCloseHandle(LogDirection::out, log, sHandle, RUVO_OK);
@@ -170,65 +173,70 @@ short RuvoCloseHandle(short sHandle)
 
 short RuvoSetData(short sHandle, unsigned char* pucData, unsigned long ulDataLength)
 {
-    if (const short status = Cutm_CheckHandle(sHandle))
-        return status;
+    HandleLink* const handle = Cutm_CheckHandle(sHandle);
+    if (!handle)
+        return RUVO_INVALID_HANDLE;
     const bool valid = isValidInput(pucData, ulDataLength);
     return logged(
-        sHandle,
+        *handle,
         [&](LogDirection direction, short status) {
             Lutm_RuvoSetData(direction, sHandle, pucData, ulDataLength, status);
         },
         [&]() -> short {
-            return valid ? Lutm_SetDataCommon(handleLink(sHandle), pucData, ulDataLength)
+            return valid ? Lutm_SetDataCommon(*handle, pucData, ulDataLength)
                          : short{RUVO_INVALID_ARGUMENT};
         });
 }
 
 short RuvoSetTargetCodePage(short sHandle, long lCodePage)
 {
-    if (const short status = Cutm_CheckHandle(sHandle))
-        return status;
+    HandleLink* const handle = Cutm_CheckHandle(sHandle);
+    if (!handle)
+        return RUVO_INVALID_HANDLE;
     return logged(
-        sHandle,
+        *handle,
         [&](LogDirection direction, short status) {
             Lutm_RuvoSetTargetCodePage(direction, sHandle, lCodePage, status);
         },
-        [&] { return setTargetCodePage(handleLink(sHandle).settings, lCodePage); });
+        [&] { return setTargetCodePage(handle->settings, lCodePage); });
 }
 
 short RuvoSetEncodeType(short sHandle, short sEncodeType)
 {
-    if (const short status = Cutm_CheckHandle(sHandle))
-        return status;
+    HandleLink* const handle = Cutm_CheckHandle(sHandle);
+    if (!handle)
+        return RUVO_INVALID_HANDLE;
     return logged(
-        sHandle,
+        *handle,
         [&](LogDirection direction, short status) {
             Lutm_RuvoSetEncodeType(direction, sHandle, sEncodeType, status);
         },
-        [&] { return setEncodeType(handleLink(sHandle).settings, sEncodeType); });
+        [&] { return setEncodeType(handle->settings, sEncodeType); });
 }
 
 short RuvoGetOutputData(short sHandle, unsigned char* pucPrintData, unsigned long* pulLength)
 {
-    if (const short status = Cutm_CheckHandle(sHandle))
-        return status;
+    HandleLink* const handle = Cutm_CheckHandle(sHandle);
+    if (!handle)
+        return RUVO_INVALID_HANDLE;
     if (!pulLength)
         return RUVO_INVALID_ARGUMENT;
     const LogBuffer printData{pucPrintData, pulLength, *pulLength};
     return logged(
-        sHandle,
+        *handle,
         [&](LogDirection direction, short status) {
             Lutm_RuvoGetOutputData(direction, sHandle, printData, status);
         },
-        [&] { return getOutputData(handleLink(sHandle), pucPrintData, pulLength); });
+        [&] { return getOutputData(*handle, pucPrintData, pulLength); });
 }
 
 short RuvoGetRawData(short sHandle, unsigned char* pucCharCode, unsigned long* pulCharCodeLength,
                      unsigned char* pucTableInfo, unsigned long* pulTableInfoLength,
                      unsigned char* pucISetInfo, unsigned long* pulISetInfoLength)
 {
-    if (const short status = Cutm_CheckHandle(sHandle))
-        return status;
+    HandleLink* const handle = Cutm_CheckHandle(sHandle);
+    if (!handle)
+        return RUVO_INVALID_HANDLE;
     const auto logBuffer = [](const unsigned char* data, const unsigned long* length) {
         return LogBuffer{data, length, length ? *length : 0};
     };
@@ -236,12 +244,12 @@ short RuvoGetRawData(short sHandle, unsigned char* pucCharCode, unsigned long* p
     const LogBuffer tableInfo = logBuffer(pucTableInfo, pulTableInfoLength);
     const LogBuffer iSetInfo = logBuffer(pucISetInfo, pulISetInfoLength);
     return logged(
-        sHandle,
+        *handle,
         [&](LogDirection direction, short status) {
             Lutm_RuvoGetRawData(direction, sHandle, charCode, tableInfo, iSetInfo, status);
         },
         [&] {
-            return getRawData(handleLink(sHandle), {pucCharCode, pucTableInfo, pucISetInfo},
+            return getRawData(*handle, {pucCharCode, pucTableInfo, pucISetInfo},
                               {pulCharCodeLength, pulTableInfoLength, pulISetInfoLength});
         });
 }
