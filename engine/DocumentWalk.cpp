@@ -1,10 +1,13 @@
 #include "DocumentWalk.h"
 
+#include "ElementAttributes.h"
 #include "ParserRegistry.h"
 
 #include <array>
 #include <cstring>
+#include <forward_list>
 #include <memory>
+#include <utility>
 
 #include <libxml/xmlreader.h>
 
@@ -26,60 +29,6 @@ const char* asText(const xmlChar* name)
     return reinterpret_cast<const char*>(name);
 }
 
-// The attribute map of one element after the other; a cleared map's nodes serve the next one.
-class Attributes {
-public:
-    AttributeMap& map() { return map_; }
-
-    void set(const char* name, unsigned char* value)
-    {
-        if (spare_.empty()) {
-            map_[name] = value;
-            return;
-        }
-        AttributeMap::node_type node = std::move(spare_.back());
-        spare_.pop_back();
-        node.key() = name;
-        node.mapped() = value;
-        auto result = map_.insert(std::move(node));
-        if (!result.inserted) {
-            result.position->second = value;
-            spare_.push_back(std::move(result.node));
-        }
-    }
-
-    void clear()
-    {
-        while (!map_.empty() && spare_.size() < mostSpare) {
-            spare_.push_back(map_.extract(map_.begin()));
-        }
-        map_.clear();
-    }
-
-private:
-    static constexpr std::size_t mostSpare = 8;
-
-    AttributeMap map_;
-    std::vector<AttributeMap::node_type> spare_;
-};
-
-// Adds the attributes of the reader's current element, by local name; of two with one local name
-// the later stays. A value is the text of the attribute's first child node, so an entity reference
-// cuts it short, and null without a child. Keys and values belong to the reader and are valid
-// until the element's end tag has been handled.
-void storeAttributes(xmlTextReader* reader, Attributes& attributes)
-{
-    const xmlNode* const node = xmlTextReaderCurrentNode(reader);
-    if (node == nullptr || node->type != XML_ELEMENT_NODE) {
-        return;
-    }
-    for (const xmlAttr* attribute = node->properties; attribute != nullptr;
-         attribute = attribute->next) {
-        attributes.set(asText(attribute->name),
-                       attribute->children == nullptr ? nullptr : attribute->children->content);
-    }
-}
-
 TagParser* parserFor(const char* name, const ParserMap& parsers)
 {
     const auto entry = parsers.find(name);
@@ -88,10 +37,54 @@ TagParser* parserFor(const char* name, const ParserMap& parsers)
 
 // What the walk does at an element of a name.
 struct Element {
-    const xmlChar* name;
-    TagParser* beginParser;  // or null
-    TagParser* endParser;    // or null
-    bool collectsText;
+    const xmlChar* name = nullptr;
+    TagParser* beginParser = nullptr;
+    TagParser* endParser = nullptr;
+    bool collectsText = false;
+    ElementAttributes attributes;
+};
+
+// The text of an element, in one piece: UTF-8, terminated by NUL. Mostly it comes in one.
+class Content {
+public:
+    void append(ReaderText piece)
+    {
+        if (first_ == nullptr) {
+            first_ = std::move(piece);
+            return;
+        }
+        if (joined_.empty()) {
+            appendBytes(first_.get());
+        } else {
+            joined_.pop_back();
+        }
+        appendBytes(piece.get());
+        joined_.push_back(0);
+    }
+
+    // Null when there is none.
+    unsigned char* text()
+    {
+        if (!joined_.empty()) {
+            return joined_.data();
+        }
+        return first_ == nullptr || *first_ == 0 ? nullptr : first_.get();
+    }
+
+    void clear()
+    {
+        first_.reset();
+        joined_.clear();
+    }
+
+private:
+    void appendBytes(const xmlChar* text)
+    {
+        joined_.insert(joined_.end(), text, text + xmlStrlen(text));
+    }
+
+    ReaderText first_;
+    std::vector<unsigned char> joined_;  // when there are several pieces
 };
 
 enum class Event { startTag, emptyElement, endTag, text, other };
@@ -172,20 +165,22 @@ private:
             if (name == nullptr) {
                 return State::idle;
             }
-            storeAttributes(reader_, attributes_);
-            const Element element = elementOf(name);
+            Element& element = elementOf(name);
+            if (element.beginParser != nullptr) {
+                element.attributes.read(xmlTextReaderCurrentNode(reader_));
+            }
             if (event == Event::startTag && element.collectsText) {
-                kept_ = element;
+                kept_ = &element;
                 return State::collecting;
             }
-            call(element.beginParser, name);
+            callBeginParser(element);
             if (event == Event::emptyElement) {
-                call(element.endParser, name);
+                callEndParser(element);
             }
             return State::idle;
         }
         case Event::endTag:
-            callEndParser();
+            endElement();
             return State::idle;
         case Event::text:
         case Event::other:
@@ -201,11 +196,13 @@ private:
             depth_ = 1;
             return State::skipping;
         case Event::endTag:
-            callKeptParser();
-            callEndParser();
+            callBeginParser(*kept_);
+            endElement();
             return State::idle;
         case Event::text:
-            appendContent();
+            if (ReaderText text{xmlTextReaderValue(reader_)}) {
+                content_.append(std::move(text));
+            }
             return State::collecting;
         case Event::emptyElement:
         case Event::other:
@@ -231,54 +228,50 @@ private:
         return State::skipping;
     }
 
-    void appendContent()
-    {
-        const ReaderText text(xmlTextReaderValue(reader_));
-        if (text != nullptr) {
-            content_.insert(content_.end(), text.get(), text.get() + xmlStrlen(text.get()));
-        }
-    }
-
-    void callKeptParser()
-    {
-        if (!content_.empty()) {
-            content_.push_back(0);
-            attributes_.set(TagParser::CONTENT, content_.data());
-        }
-        call(kept_.beginParser, kept_.name);
-        content_.clear();
-    }
-
-    void callEndParser()
+    void endElement()
     {
         if (const xmlChar* const name = xmlTextReaderConstLocalName(reader_)) {
-            call(elementOf(name).endParser, name);
+            callEndParser(elementOf(name));
         }
     }
 
     // The reader gives equal names at one address, so each name of a parser is looked up once.
-    Element elementOf(const xmlChar* name)
+    Element& elementOf(const xmlChar* name)
     {
-        for (const Element& element : elements_) {
+        for (Element& element : elements_) {
             if (element.name == name) {
                 return element;
             }
         }
-        const Element element{name, parserFor(asText(name), beginParsers_),
-                              parserFor(asText(name), endParsers_), collectsText(asText(name))};
-        if (element.beginParser != nullptr || element.endParser != nullptr) {
-            elements_.push_back(element);
+        Element element;
+        element.name = name;
+        element.beginParser = parserFor(asText(name), beginParsers_);
+        element.endParser = parserFor(asText(name), endParsers_);
+        element.collectsText = collectsText(asText(name));
+        if (element.beginParser == nullptr && element.endParser == nullptr &&
+            !element.collectsText) {
+            return without_;
         }
-        return element;
+        return elements_.emplace_front(std::move(element));
     }
 
-    // No attribute passes from one call to the next, whether there is a parser or not.
-    void call(TagParser* parser, const xmlChar* name)
+    void callBeginParser(Element& element)
     {
-        if (parser != nullptr) {
-            parser->parse(name, attributes_.map(), documentState_, out_);
+        if (element.beginParser != nullptr) {
+            element.beginParser->parse(element.name, element.attributes.map(content_.text()),
+                                       documentState_, out_);
+            element.attributes.release();
         }
-        attributes_.clear();
+        content_.clear();
+    }
+
+    // The attributes have been used up by then.
+    void callEndParser(Element& element)
+    {
+        if (element.endParser != nullptr) {
+            AttributeMap none;
+            element.endParser->parse(element.name, none, documentState_, out_);
+        }
     }
 
     xmlTextReader* reader_;
@@ -287,13 +280,13 @@ private:
     OutputVector& out_;
 
     State state_ = State::idle;
-    unsigned int depth_ = 0;              // skipping: elements open inside the kept one
-    Element kept_{};                      // collecting, skipping: waits for its end tag
-    Attributes attributes_;               // of the current or the kept element
-    std::vector<unsigned char> content_;  // text collected so far, UTF-8
+    unsigned int depth_ = 0;   // skipping: elements open inside the kept one
+    Element* kept_ = nullptr;  // collecting, skipping: waits for its end tag
+    Content content_;          // collected so far
     std::array<unsigned char, KestrixDispEngine::LANG_BUF_LEN> language_{};
     AttributeMap documentState_;
-    std::vector<Element> elements_;  // met so far, those with a parser
+    std::forward_list<Element> elements_;  // met so far, those with something to do
+    Element without_;                      // stands for all others
 };
 
 }  // namespace

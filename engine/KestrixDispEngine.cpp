@@ -4,12 +4,17 @@
 #include "DocumentWalk.h"
 #include "ParserRegistry.h"
 
+#include <algorithm>
 #include <climits>
 #include <cstring>
 
 short KestrixDispEngine::ucHandle = 0;
 
 namespace {
+
+// The output of a document is mostly shorter than the document, in bytes.
+constexpr std::size_t leastRoomAtStart = 512;
+constexpr std::size_t mostRoomAtStart = 64 * 1024;
 
 const unsigned char* bytesOf(const std::string& text)
 {
@@ -65,6 +70,7 @@ std::string KestrixDispEngine::parse(std::string data, std::string devInfo,
             return {};
         }
         OutputVector out;
+        out.reserve(std::min(data.size(), mostRoomAtStart) + leastRoomAtStart);
         walkDocument(data, funcMapBegin, funcMapEnd, out);
         return std::string(reinterpret_cast<const char*>(out.data()), out.size());
     } catch (...) {

@@ -8,7 +8,6 @@
 
 #include <cstddef>
 #include <cstdint>
-#include <cstring>
 #include <map>
 #include <new>
 #include <vector>
@@ -19,14 +18,16 @@
 #define KESTRIX_API
 #endif
 
-// Orders NUL-terminated strings by content (strcmp below 0), never by pointer.
+// Orders NUL-terminated strings by content (as strcmp below 0), never by pointer. Names are short:
+// a loop in place is quicker than a call.
 struct compare {
     bool operator()(const char* left, const char* right) const noexcept
     {
-        // Names mostly differ in their first byte.
-        const auto first = static_cast<unsigned char>(*left);
-        const auto second = static_cast<unsigned char>(*right);
-        return first != second ? first < second : std::strcmp(left, right) < 0;
+        while (*left == *right && *left != '\0') {
+            ++left;
+            ++right;
+        }
+        return static_cast<unsigned char>(*left) < static_cast<unsigned char>(*right);
     }
 };
 

@@ -1,6 +1,7 @@
 #include "DeviceControlTagParsers.h"
 
 #include <algorithm>
+#include <cstring>
 #include <iterator>
 #include <limits>
 

@@ -250,13 +250,18 @@ TEST_F(Engine, TwoEnginesShareNoHandle)
     EXPECT_EQ(secondHandle, KestrixDispEngine::getUCHandle());
 }
 
-// A parser of a program's own: appends a mark and the number of attributes.
+// A parser of a program's own: appends a mark and the number of attributes, and uses the map up in
+// a way that keeps its size.
 class CountingParser final : public TagParser {
 public:
     void subParse(AttributeMap& attributes, AttributeMap&, OutputVector& out) override
     {
         out.push_back(0xEE);
         out.push_back(static_cast<unsigned char>(attributes.size()));
+        for (std::size_t i = attributes.size(); i > 0; --i) {
+            attributes.erase(attributes.begin());
+            attributes[std::vector{"~1", "~2", "~3"}.at(i - 1)] = nullptr;
+        }
     }
 };
 
@@ -299,10 +304,12 @@ TEST_F(Engine, ChangedRegistriesAreFollowed)
     engine.funcMapBegin.erase("marquee");
 
     EXPECT_TRUE(sameBytes(fromHex("EE 02 EE 00"
+                                  "EE 02 EE 00"
                                   "EE 01 EE 00"
                                   "1F 72 01 1B 74 00 61 EE 00"
                                   "1F 72 00 EE 00"),
-                          parse(engine, "<any><clear a=\"1\" b=\"2\"/><clear a=\"1\"></clear>"
+                          parse(engine, "<any><clear a=\"1\" b=\"2\"/><clear a=\"3\" b=\"4\"/>"
+                                        "<clear a=\"1\"></clear>"
                                         "<text reverse=\"1\">a</text><text/><new/>"
                                         "<command>0c</command><marquee uwait=\"1\" rwait=\"1\">A"
                                         "</marquee></any>")));
