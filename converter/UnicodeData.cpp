@@ -68,17 +68,25 @@ void Lutm_BrkClassInfSplit(std::string_view text, std::vector<std::string_view>&
     }
 }
 
-int digitValue(char c)
+// The value of each character as a digit of base 16; 99 for those that are none.
+constexpr std::array<std::uint8_t, 256> kDigitValues = [] {
+    std::array<std::uint8_t, 256> values;
+    values.fill(99);
+    for (unsigned int i = 0; i < 16; ++i) {
+        values[static_cast<unsigned char>("0123456789abcdef"[i])] = static_cast<std::uint8_t>(i);
+        values[static_cast<unsigned char>("0123456789ABCDEF"[i])] = static_cast<std::uint8_t>(i);
+    }
+    return values;
+}();
+
+long digitValue(char c)
 {
-    if (c >= '0' && c <= '9')
-        return c - '0';
-    const char lower = static_cast<char>(c | 0x20);
-    return lower >= 'a' && lower <= 'f' ? lower - 'a' + 10 : 99;
+    return kDigitValues[static_cast<unsigned char>(c)];
 }
 
 // Reads a number as far as it goes, saturated; without digits it is 0. Leading white space, a sign
 // and, in base 16, "0x" are accepted, as the C library's strtol does.
-long readNumber(std::string_view text, int base)
+long readUnusualNumber(std::string_view text, int base)
 {
     const auto isSpace = [](char c) { return c == ' ' || (c >= '\t' && c <= '\r'); };
     while (!text.empty() && isSpace(text[0]))
@@ -92,7 +100,7 @@ long readNumber(std::string_view text, int base)
     constexpr long limit = std::numeric_limits<long>::max();
     long value = 0;
     for (const char c : text) {
-        const int digit = digitValue(c);
+        const long digit = digitValue(c);
         if (digit >= base)
             break;
         value = value > (limit >> 4) - 1 ? limit : value * base + digit;
@@ -100,9 +108,23 @@ long readNumber(std::string_view text, int base)
     return negative ? -value : value;
 }
 
+// The same. Nearly every number is a few digits and nothing else.
+template <int base>
+long readNumber(std::string_view text)
+{
+    constexpr std::size_t fewDigits = 8;
+    long value = 0;
+    bool plain = text.size() <= fewDigits;
+    for (std::size_t i = 0; plain && i < text.size(); ++i) {
+        plain = digitValue(text[i]) < base;
+        value = value * base + digitValue(text[i]);
+    }
+    return plain ? value : readUnusualNumber(text, base);
+}
+
 std::uint32_t readComponent(std::string_view part)
 {
-    const long value = readNumber(part, 16);
+    const long value = readNumber<16>(part);
     constexpr std::uint32_t unmatched = 0xFFFFFFFF;
     return value < 0 || value > long{unmatched} ? unmatched : static_cast<std::uint32_t>(value);
 }
@@ -172,7 +194,7 @@ short Lutm_createTranslationTable(LineReader& reader, std::span<const MapEntry> 
             continue;
         Fields fields;
         Lutm_Split(line, fields);
-        const long value = readNumber(fields[codeValue], 16);
+        const long value = readNumber<16>(fields[codeValue]);
         if (value < 0 || value > long{kMaxCodePoint})
             continue;
         const auto codePoint = static_cast<std::uint32_t>(value);
@@ -189,7 +211,7 @@ short Lutm_createTranslationTable(LineReader& reader, std::span<const MapEntry> 
         if (!mappings.empty())
             unicodeTable.setMappings(codePoint, mappings);
         info.ucCombiningClass =
-            static_cast<std::uint8_t>(readNumber(fields[combiningClass], 10) & 0xFF);
+            static_cast<std::uint8_t>(readNumber<10>(fields[combiningClass]) & 0xFF);
         info.combiningMark =
             isCombiningMark(fields[generalCategory].substr(0, settings.ucGeneralCategorySize));
         decompositionReader.read(codePoint, fields[decomposition]);
