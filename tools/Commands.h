@@ -22,3 +22,6 @@ struct Command {
 
 // Each adds its subcommand to the program.
 Command renderCommand(CLI::App& program);
+Command explainCommand(CLI::App& program);
+Command previewCommand(CLI::App& program);
+Command whichCommand(CLI::App& program);

@@ -6,3 +6,10 @@
 
 // Sixteen bytes a line: offset, bytes, and the printable ones as characters.
 std::string hexDump(std::string_view bytes);
+
+// Whether bytes are a text of the kind that bytesOfHexText reads.
+bool isHexText(std::string_view text);
+
+// The bytes of a hexDump, or of any text of pairs of digits, with blanks between pairs or without.
+// Throws std::runtime_error that names the line where the text is neither.
+std::string bytesOfHexText(std::string_view text);

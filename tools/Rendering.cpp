@@ -20,14 +20,18 @@ void ProfileOptions::addTo(CLI::App& arguments)
         ->capture_default_str();
 }
 
+std::string openFailure(const ProfileOptions& profile, short status)
+{
+    return "cannot open device \"" + profile.device + "\" with setting \"" + profile.setting +
+           "\": status " + std::to_string(status) + ", " + std::string(statusText(status));
+}
+
 std::string renderDocument(const std::string& document, const ProfileOptions& profile)
 {
     KestrixDispEngine engine;
     std::string bytes = engine.parse(document, profile.device, profile.setting);
     const short status = KestrixDispEngine::getUCHandle();
     if (status < 0)
-        throw std::runtime_error("cannot open device \"" + profile.device + "\" with setting \"" +
-                                 profile.setting + "\": status " + std::to_string(status) + ", " +
-                                 std::string(statusText(status)));
+        throw std::runtime_error(openFailure(profile, status));
     return bytes;
 }

@@ -15,5 +15,8 @@ struct ProfileOptions {
     void addTo(CLI::App& arguments);
 };
 
+// The message for a profile that cannot be opened, with a status of enum RuvoStatus.
+std::string openFailure(const ProfileOptions& profile, short status);
+
 // The display commands of a document. Throws std::runtime_error when the profile cannot be opened.
 std::string renderDocument(const std::string& document, const ProfileOptions& profile);

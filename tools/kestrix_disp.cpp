@@ -11,12 +11,12 @@ namespace {
 
 constexpr Command (*kCommands[])(CLI::App&) = {
     renderCommand,
+    explainCommand,
 };
 
 int run(int argc, char** argv)
 {
-    CLI::App program("Display documents and command streams of Kestrix displays.",
-                     "kestrix-disp");
+    CLI::App program("Display documents and command streams of Kestrix displays.", "kestrix-disp");
     program.require_subcommand(1);
     std::vector<Command> commands;
     for (const auto makeCommand : kCommands)

@@ -1,0 +1,24 @@
+#include "CharacterText.h"
+
+#include <unicode/uchar.h>
+#include <unicode/utf8.h>
+
+void appendCharacter(std::string& text, char32_t character)
+{
+    constexpr UChar32 kReplacement = 0xFFFD;
+    UChar32 shown = static_cast<UChar32>(character);
+    if (!u_isprint(shown))  // false for values above U+10FFFF too
+        shown = kReplacement;
+    char bytes[U8_MAX_LENGTH];
+    int32_t length = 0;
+    U8_APPEND_UNSAFE(bytes, length, shown);
+    text.append(bytes, static_cast<std::size_t>(length));
+}
+
+std::string characterName(char32_t character)
+{
+    char name[128];
+    UErrorCode status = U_ZERO_ERROR;
+    u_charName(static_cast<UChar32>(character), U_UNICODE_CHAR_NAME, name, sizeof name, &status);
+    return U_SUCCESS(status) ? name : "";
+}

@@ -1,0 +1,11 @@
+// Characters as UTF-8 text that is safe to print.
+#pragma once
+
+#include <string>
+
+// Appends a character. Control and format characters, which would act on a terminal, and code
+// points that are no characters become U+FFFD.
+void appendCharacter(std::string& text, char32_t character);
+
+// "LATIN SMALL LETTER A"; "" for a code point without a name.
+std::string characterName(char32_t character);

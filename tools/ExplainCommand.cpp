@@ -1,0 +1,22 @@
+// kestrix-disp explain: a command stream in words.
+#include "Commands.h"
+#include "Explanation.h"
+#include "Files.h"
+#include "StreamInput.h"
+
+#include <CLI/CLI.hpp>
+
+#include <memory>
+
+Command explainCommand(CLI::App& program)
+{
+    const auto input = std::make_shared<StreamInput>();
+    CLI::App* const arguments = program.add_subcommand(
+        "explain", "Says what a command stream does, one line for each command and text");
+    input->addTo(*arguments);
+    return {arguments, [input] {
+                const std::string stream = input->readStream();
+                writeFile("-", explainStream(byteSpan(stream), input->readTables()));
+                return kDone;
+            }};
+}

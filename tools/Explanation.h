@@ -1,0 +1,12 @@
+// A command stream in words.
+#pragma once
+
+#include "CommandStream.h"
+#include "ProfileTables.h"
+
+#include <string>
+
+// One line for each command, text and run of unknown bytes: offset, bytes, and what they do. More
+// bytes than fit a line follow on lines of their own. Text is decoded with the switches in force.
+// Every byte of the stream stands in exactly one line.
+std::string explainStream(ByteSpan bytes, const ProfileTables& tables);

@@ -1,0 +1,97 @@
+#include "ProfileTables.h"
+
+#include "Rendering.h"
+#include "StatusText.h"
+#include "converter/SettingsFiles.h"
+#include "converter/TableFiles.h"
+
+#include <memory>
+#include <stdexcept>
+#include <vector>
+
+namespace {
+
+void check(short status, const ProfileOptions& profile)
+{
+    if (status < 0)
+        throw std::runtime_error(openFailure(profile, status));
+}
+
+// Of several files with one parameter, and several lines of one byte, the first one counts.
+template <class File>
+void enter(const std::vector<ruvo::MapEntry>& entries, const std::string& name,
+           std::map<unsigned, File>& files)
+{
+    for (const ruvo::MapEntry& entry : entries) {
+        File& file = files[entry.ucParam];
+        if (file.name.empty())
+            file.name = name;
+        auto& character = file.characters[entry.ucCode];
+        if (!character && entry.ulCodePoint != ruvo::kNoCharacter)
+            character = entry.ulCodePoint;
+    }
+}
+
+}  // namespace
+
+ProfileTables::ProfileTables() = default;
+
+ProfileTables::ProfileTables(const ProfileOptions& profile) : m_read(true)
+{
+    const auto settings = std::make_unique<ruvo::HandleSettings>();
+    const auto device = std::make_unique<ruvo::DeviceInfo>();
+    std::string modulePath;
+    if (ruvo::Lutm_ModuleFileFullPath(ruvo::kModuleRoot, profile.setting, modulePath) != 0)
+        modulePath.clear();
+    check(ruvo::readSettingsFile(modulePath, *settings, *device), profile);
+    check(ruvo::readDeviceInfoFile(profile.device, *settings, *device), profile);
+
+    ruvo::LineReader reader;
+    std::vector<ruvo::MapEntry> entries;
+    for (int i = 0; i < settings->sMappingTableNumber; ++i) {
+        const ruvo::TableEntry& table = device->astTable[static_cast<std::size_t>(i)];
+        entries.clear();
+        check(ruvo::readTableFile(reader, settings->szDeviceInfoPath + table.szTableFileName,
+                                  ruvo::TableFileKind::translation, table.ucTableCommandParam,
+                                  entries),
+              profile);
+        enter(entries, "code page " + std::to_string(table.sCodePage), m_tables);
+    }
+    for (int i = 0; i < device->sInternalCharacterSetNumber; ++i) {
+        const ruvo::ICSEntry& set = device->astICS[static_cast<std::size_t>(i)];
+        entries.clear();
+        check(ruvo::readTableFile(reader, settings->szDeviceInfoPath + set.szICSFileName,
+                                  ruvo::TableFileKind::internalSet, set.ucICSCommandParam, entries),
+              profile);
+        enter(entries, set.szICSFileName, m_sets);
+    }
+    m_defaultSet = settings->ucICSCommandDefault;
+    m_missingCharacter = settings->ucMissingCharacterCode;
+}
+
+std::optional<char32_t> ProfileTables::character(CodeState state, std::uint8_t byte) const
+{
+    if (!m_read)
+        return byte >= 0x20 && byte < 0x7F ? std::optional<char32_t>(byte) : std::nullopt;
+    if (state.set != m_defaultSet) {
+        const auto set = m_sets.find(state.set);
+        if (set != m_sets.end() && set->second.characters[byte])
+            return set->second.characters[byte];
+    }
+    const auto table = m_tables.find(state.table);
+    return table == m_tables.end() ? std::nullopt : table->second.characters[byte];
+}
+
+std::string ProfileTables::tableName(unsigned table) const
+{
+    const auto file = m_tables.find(table);
+    return std::to_string(table) + (file == m_tables.end() ? "" : " (" + file->second.name + ")");
+}
+
+std::string ProfileTables::setName(unsigned set) const
+{
+    const auto file = m_sets.find(set);
+    if (m_read && set == m_defaultSet)
+        return std::to_string(set) + " (default)";
+    return std::to_string(set) + (file == m_sets.end() ? "" : " (" + file->second.name + ")");
+}

@@ -1,0 +1,52 @@
+// A device profile read backwards: from the display's bytes to characters.
+#pragma once
+
+#include <array>
+#include <cstdint>
+#include <map>
+#include <optional>
+#include <string>
+
+struct ProfileOptions;
+
+// The switches in force.
+struct CodeState {
+    std::uint8_t table = 0;
+    std::uint8_t set = 0;
+};
+
+class ProfileTables {
+public:
+    // Of no profile: the printable ASCII characters are themselves in every table.
+    ProfileTables();
+
+    // Finds and reads the profile as the library does. Throws std::runtime_error.
+    explicit ProfileTables(const ProfileOptions& profile);
+
+    // The switches after power-on and after a reset.
+    CodeState powerOn() const { return {0, m_defaultSet}; }
+
+    // The character that the display shows for a byte: that of the set, where the set has one, or
+    // that of the table. Nothing where the profile knows none.
+    std::optional<char32_t> character(CodeState state, std::uint8_t byte) const;
+
+    // "17 (code page 866)", "8 (japan.txt)", "0 (default)"; the number alone where the profile has
+    // no such table or set.
+    std::string tableName(unsigned table) const;
+    std::string setName(unsigned set) const;
+
+    std::uint8_t missingCharacter() const { return m_missingCharacter; }
+
+private:
+    struct CodeFile {
+        std::string name;
+        std::array<std::optional<char32_t>, 256> characters{};
+    };
+
+    // By command parameter.
+    std::map<unsigned, CodeFile> m_tables;
+    std::map<unsigned, CodeFile> m_sets;
+    std::uint8_t m_defaultSet = 0;
+    std::uint8_t m_missingCharacter = '?';
+    bool m_read = false;
+};

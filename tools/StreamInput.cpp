@@ -1,0 +1,63 @@
+#include "StreamInput.h"
+
+#include "Files.h"
+#include "HexText.h"
+
+#include <CLI/CLI.hpp>
+
+#include <exception>
+#include <iostream>
+#include <string_view>
+
+namespace {
+
+// XML begins with "<" behind blanks and a byte order mark; of two-byte encodings the mark tells.
+bool isDocument(std::string_view bytes)
+{
+    if (bytes.starts_with("\xFF\xFE") || bytes.starts_with("\xFE\xFF"))
+        return true;
+    if (bytes.starts_with("\xEF\xBB\xBF"))
+        bytes.remove_prefix(3);
+    const std::size_t first = bytes.find_first_not_of(" \t\r\n");
+    return first != std::string_view::npos && bytes[first] == '<';
+}
+
+}  // namespace
+
+void StreamInput::addTo(CLI::App& arguments)
+{
+    arguments
+        .add_option("FILE", file,
+                    "A command stream, raw or in hexadecimal, or a document; \"-\" or none is the "
+                    "standard input")
+        ->type_name("");
+    CLI::Option* const documentFlag =
+        arguments.add_flag("--document", document, "FILE is a document, whatever it looks like");
+    CLI::Option* const hexFlag =
+        arguments.add_flag("--hex", hex, "FILE is hexadecimal text, such as render --hex writes");
+    CLI::Option* const rawFlag = arguments.add_flag("--raw", raw, "FILE is raw bytes");
+    hexFlag->excludes(documentFlag);
+    rawFlag->excludes(documentFlag)->excludes(hexFlag);
+    profile.addTo(arguments);
+}
+
+std::string StreamInput::readStream() const
+{
+    std::string bytes = readFile(file);
+    const bool detect = !document && !hex && !raw;
+    if (document || (detect && isDocument(bytes)))
+        return renderDocument(bytes, profile);
+    if (hex || (detect && isHexText(bytes)))
+        return bytesOfHexText(bytes);
+    return bytes;
+}
+
+ProfileTables StreamInput::readTables() const
+{
+    try {
+        return ProfileTables(profile);
+    } catch (const std::exception& error) {
+        std::cerr << "kestrix-disp: " << error.what() << "; only ASCII is decoded\n";
+        return {};
+    }
+}
