@@ -12,6 +12,7 @@ namespace {
 constexpr Command (*kCommands[])(CLI::App&) = {
     renderCommand,
     explainCommand,
+    previewCommand,
 };
 
 int run(int argc, char** argv)

@@ -1,0 +1,70 @@
+// What a display shows: made by VirtualDisplay, drawn by the drawings, which know nothing else.
+// Columns and lines count from 0 here.
+#pragma once
+
+#include <cstddef>
+#include <optional>
+#include <vector>
+
+struct Cell {
+    char32_t character = U' ';
+    bool reverse = false;
+};
+
+struct Position {
+    int column = 0;
+    int line = 0;
+
+    bool operator==(const Position&) const = default;
+};
+
+struct Size {
+    int columns = 20;
+    int lines = 2;
+};
+
+struct Area {
+    Position at;
+    Size size;
+
+    bool contains(Position position) const
+    {
+        return position.column >= at.column && position.column < at.column + size.columns &&
+               position.line >= at.line && position.line < at.line + size.lines;
+    }
+    bool holds(const Area& other) const
+    {
+        return contains(other.at) && contains({other.at.column + other.size.columns - 1,
+                                               other.at.line + other.size.lines - 1});
+    }
+    bool overlaps(const Area& other) const
+    {
+        return at.column < other.at.column + other.size.columns &&
+               other.at.column < at.column + size.columns &&
+               at.line < other.at.line + other.size.lines && other.at.line < at.line + size.lines;
+    }
+};
+
+struct Marquee {
+    Area area;  // one line
+    bool places = false;
+    int stepWait = 0;  // milliseconds
+    int runWait = 0;
+    int runs = 0;  // 0: for ever
+    std::vector<Cell> text;
+};
+
+struct Screen {
+    Size size;
+    std::vector<Cell> cells;  // line by line, the clock and the front of the marquee among them
+    int brightness = 100;     // percent
+    int blink = 0;            // milliseconds on, and as many off; 0 does not blink
+    std::optional<Position> cursor;  // where one is shown
+    std::optional<Marquee> marquee;
+    bool clock = false;
+
+    const Cell& cell(int column, int line) const
+    {
+        return cells[static_cast<std::size_t>(line * size.columns + column)];
+    }
+};
