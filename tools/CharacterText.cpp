@@ -19,6 +19,6 @@ std::string characterName(char32_t character)
 {
     char name[128];
     UErrorCode status = U_ZERO_ERROR;
-    u_charName(static_cast<UChar32>(character), U_UNICODE_CHAR_NAME, name, sizeof name, &status);
+    u_charName(static_cast<UChar32>(character), U_EXTENDED_CHAR_NAME, name, sizeof name, &status);
     return U_SUCCESS(status) ? name : "";
 }

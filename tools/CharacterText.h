@@ -7,5 +7,5 @@
 // points that are no characters become U+FFFD.
 void appendCharacter(std::string& text, char32_t character);
 
-// "LATIN SMALL LETTER A"; "" for a code point without a name.
+// "LATIN SMALL LETTER A", or the like of "<control-000A>" for a code point without a name.
 std::string characterName(char32_t character);

@@ -13,6 +13,7 @@ constexpr Command (*kCommands[])(CLI::App&) = {
     renderCommand,
     explainCommand,
     previewCommand,
+    whichCommand,
 };
 
 int run(int argc, char** argv)
