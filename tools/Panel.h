@@ -17,9 +17,9 @@ inline constexpr int kBorder = kBezel + kGlassMargin;
 inline constexpr int kColumnPitch = kGlyphColumns + kColumnGap;
 inline constexpr int kLinePitch = kGlyphRows + kLineGap;
 
-inline constexpr double kDotSize = 0.88;
+inline constexpr double kDotSize = 0.9;
 inline constexpr double kGlowRadius = 1.2;  // standard deviation of the blur
-inline constexpr double kGlowStrength = 0.5;
+inline constexpr double kGlowStrength = 0.55;
 inline constexpr double kBezelCorner = 4.5;
 inline constexpr double kGlassCorner = 2;
 
@@ -32,7 +32,7 @@ inline constexpr Colour kBezelBottom{0x17, 0x19, 0x1c};
 inline constexpr Colour kGlassTop{0x06, 0x12, 0x12};
 inline constexpr Colour kGlassBottom{0x02, 0x08, 0x09};
 inline constexpr Colour kUnlit{0x0c, 0x20, 0x21};
-inline constexpr Colour kLit{0x7a, 0xff, 0xe6};
+inline constexpr Colour kLit{0x6c, 0xff, 0xe2};
 
 // Of the lit dots, in percent of brightness.
 constexpr double litOpacity(int brightness)
