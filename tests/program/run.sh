@@ -1,0 +1,80 @@
+#!/bin/sh
+# Runs kestrix-disp as a user does: exit statuses, where output and messages go, input and output
+# through files and pipes.
+set -eu
+build=$(cd "$1" && pwd)
+program=$build/kestrix-disp
+work=$(mktemp -d)
+trap 'rm -rf "$work"' EXIT
+cd "$build/profile"
+failed=0
+
+fail() { echo "$*" >&2; failed=1; }
+
+# status EXPECTED ARGUMENT...: a status other than 0 comes with a message and without output.
+status() {
+    expected=$1
+    shift
+    actual=0
+    "$program" "$@" >"$work/out" 2>"$work/err" </dev/null || actual=$?
+    [ "$actual" -eq "$expected" ] || fail "status $actual, not $expected: $*"
+    if [ "$expected" -ne 0 ]; then
+        [ -s "$work/err" ] || fail "no message: $*"
+        [ ! -s "$work/out" ] || fail "output in spite of status $expected: $*"
+    fi
+}
+
+printf '<any><clear/><text>a</text></any>' >"$work/document"
+"$program" render "$work/document" >"$work/stream"
+"$program" render "$work/document" --hex >"$work/hex"
+
+status 0 --help
+for command in render explain preview which; do
+    status 0 "$command" --help
+    grep -q -- '--device' "$work/out" || fail "no help for $command on the standard output"
+done
+status 2
+status 2 unknown
+status 2 render
+status 2 which
+status 2 render "$work/document" "$work/document"
+status 2 render "$work/document" --hex --raw
+status 2 render "$work/document" --device
+status 2 explain "$work/stream" --hex --raw
+for size in 0 256 -1 x ''; do
+    status 2 preview "$work/stream" --columns "$size"
+    status 2 preview "$work/stream" --rows "$size"
+done
+status 2 preview "$work/stream" --origin 2
+for time in 24:00 12:60 1:00 12:3 12.30 ab:cd 12:300 :::::; do
+    status 2 preview "$work/stream" --clock "$time"
+done
+
+for command in render explain preview; do
+    status 1 "$command" "$work/none"
+    status 1 "$command" "$work"
+done
+for device in none '' "$(printf '%0200d' 0)"; do
+    status 1 render "$work/document" --device "$device"
+    status 1 which a --device "$device"
+    status 0 explain "$work/stream" --device "$device"
+    [ -s "$work/err" ] || fail "no note that only ASCII is decoded"
+done
+status 1 explain --hex "$work/stream"
+status 1 render "$work/document" -o "$work/none/file"
+status 1 preview "$work/stream" --svg "$work/none/file"
+status 1 preview "$work/stream" --png "$work"
+
+# The same bytes by every way in and out.
+"$program" render "$work/document" -o "$work/written"
+"$program" render - --raw <"$work/document" >"$work/piped"
+cmp "$work/stream" "$work/written" || fail "-o writes other bytes"
+cmp "$work/stream" "$work/piped" || fail "a pipe gives other bytes"
+"$program" explain "$work/stream" >"$work/explained"
+for input in "$work/document" "$work/hex"; do
+    "$program" explain - <"$input" | cmp - "$work/explained" || fail "explained otherwise: $input"
+done
+"$program" preview "$work/document" --svg "$work/svg" --png "$work/png"
+grep -q '<desc id="s">a</desc>' "$work/svg" || fail "no text in the SVG picture"
+head -c 4 "$work/png" | grep -q PNG || fail "no PNG picture"
+exit "$failed"
