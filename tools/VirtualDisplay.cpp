@@ -35,14 +35,18 @@ int number(const StreamItem& command, std::size_t index)
 }  // namespace
 
 VirtualDisplay::VirtualDisplay(const ProfileTables& tables, Size size, int origin)
-    : m_tables(tables), m_size(size), m_origin(origin)
+    : m_tables(tables),
+      m_size(size),
+      m_origin(origin),
+      m_cells(static_cast<std::size_t>(size.columns * size.lines)),
+      m_touched(static_cast<std::size_t>(size.lines))
 {
     powerOn();
 }
 
 void VirtualDisplay::powerOn()
 {
-    m_cells.assign(static_cast<std::size_t>(m_size.columns * m_size.lines), {});
+    clear({{}, m_size});
     m_windows = {{kWholeDisplay, {{{}, m_size}, Mode::overwrite, {}}}};
     m_selected = kWholeDisplay;
     m_codes = m_tables.powerOn();
@@ -152,7 +156,7 @@ void VirtualDisplay::show(const Cell& shown)
                          window.area.at.line + window.cursor.line};
     if (m_marquee && m_marquee->area.contains(place))
         m_marquee.reset();
-    cell(place) = shown;
+    *cells(place) = shown;
     advance(window);
 }
 
@@ -173,9 +177,7 @@ void VirtualDisplay::advance(Window& window) const
 void VirtualDisplay::scroll(Window& window)
 {
     const auto [at, size] = window.area;
-    const auto row = [&](int line) {
-        return m_cells.begin() + (at.line + line) * m_size.columns + at.column;
-    };
+    const auto row = [&](int line) { return cells({at.column, at.line + line}); };
     if (window.mode == Mode::scrollLeft) {
         const auto line = row(window.cursor.line);
         std::shift_left(line, line + size.columns, 1);
@@ -238,9 +240,13 @@ bool VirtualDisplay::startMarquee(const StreamItem& command)
 
 void VirtualDisplay::clear(const Area& area)
 {
-    for (int line = 0; line < area.size.lines; ++line)
-        for (int column = 0; column < area.size.columns; ++column)
-            cell({area.at.column + column, area.at.line + line}) = {};
+    for (int line = area.at.line; line < area.at.line + area.size.lines; ++line) {
+        if (!m_touched[static_cast<std::size_t>(line)])
+            continue;
+        std::fill_n(cells({area.at.column, line}), area.size.columns, Cell{});
+        if (area.size.columns == m_size.columns)
+            m_touched[static_cast<std::size_t>(line)] = false;
+    }
     if (m_marquee && area.overlaps(m_marquee->area))
         m_marquee.reset();
     if (area.contains({m_size.columns - 1, m_size.lines - 1}))

@@ -49,9 +49,11 @@ private:
     bool applySwitch(const StreamItem& item);
 
     Window& selected() { return m_windows.at(m_selected); }
-    Cell& cell(Position position)
+    // The cells of a line from a place on, to change them.
+    std::vector<Cell>::iterator cells(Position from)
     {
-        return m_cells[static_cast<std::size_t>(position.line * m_size.columns + position.column)];
+        m_touched[static_cast<std::size_t>(from.line)] = true;
+        return m_cells.begin() + from.line * m_size.columns + from.column;
     }
 
     const ProfileTables& m_tables;
@@ -61,6 +63,7 @@ private:
 
     // All that a reset sets back.
     std::vector<Cell> m_cells;
+    std::vector<bool> m_touched;  // by line: may hold more than blanks, so a clear has work to do
     std::map<unsigned, Window> m_windows;  // by number; 0 is the whole display
     unsigned m_selected = 0;
     CodeState m_codes;
