@@ -39,6 +39,12 @@ std::string localTime()
                : "00:00";
 }
 
+// A range that does not describe itself in the help.
+CLI::Validator within(int least, int most)
+{
+    return CLI::Range(least, most).description("");
+}
+
 // "" for a time of the form HH:MM, and else what is wrong.
 std::string checkTime(const std::string& time)
 {
@@ -82,17 +88,18 @@ Command previewCommand(CLI::App& program)
         "preview", "Shows what a document or command stream leaves on a display: in the terminal, "
                    "or as a picture");
     options->input.addTo(*arguments);
-    arguments->add_option("--columns", options->size.columns, "Characters in a line")
-        ->check(CLI::Range(1, kMaxSize))
-        ->type_name("1..255")
+    arguments->add_option("--columns", options->size.columns, "Characters in a line, 1 to 255")
+        ->check(within(1, kMaxSize))
+        ->type_name("N")
         ->capture_default_str();
-    arguments->add_option("--rows", options->size.lines, "Lines of the display")
-        ->check(CLI::Range(1, kMaxSize))
-        ->type_name("1..255")
+    arguments->add_option("--rows", options->size.lines, "Lines of the display, 1 to 255")
+        ->check(within(1, kMaxSize))
+        ->type_name("N")
         ->capture_default_str();
-    arguments->add_option("--origin", options->origin, "Number of the first column and line")
-        ->check(CLI::Range(0, 1))
-        ->type_name("0|1")
+    arguments
+        ->add_option("--origin", options->origin, "Number of the first column and line, 0 or 1")
+        ->check(within(0, 1))
+        ->type_name("N")
         ->capture_default_str();
     arguments
         ->add_option("--clock", options->time, "Time that the clock shows; else the local time")

@@ -38,7 +38,8 @@ Command renderCommand(CLI::App& program)
         "render", "Writes the display commands of a document: raw bytes to a pipe or file, a hex "
                   "dump to a terminal");
     arguments->add_option("FILE", options->document, "The document; \"-\" is the standard input")
-        ->required();
+        ->required()
+        ->type_name("");
     options->profile.addTo(*arguments);
     CLI::Option* const hex = arguments->add_flag("--hex", options->hex, "Write a hex dump");
     arguments->add_flag("--raw", options->raw, "Write raw bytes")->excludes(hex);
