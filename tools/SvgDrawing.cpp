@@ -4,7 +4,6 @@
 #include "TerminalDrawing.h"
 
 #include <algorithm>
-#include <cmath>
 #include <cstdio>
 #include <map>
 #include <string_view>
@@ -19,7 +18,7 @@ constexpr int kShortestStep = 20;
 std::string number(double value)
 {
     char text[32];
-    std::snprintf(text, sizeof text, "%.4f", value);
+    std::snprintf(text, sizeof text, "%.5f", value);
     std::string_view digits = text;
     digits = digits.substr(0, digits.find_last_not_of('0') + 1);
     if (digits.ends_with('.'))
