@@ -25,6 +25,8 @@ short LineReader::open(const std::string& path, short missingStatus)
         m_buffer = std::make_unique_for_overwrite<char[]>(kBufferSize);
     m_begin = m_end = 0;
     m_holdsNul = false;
+    m_lineNumber = 0;
+    m_continues = m_goesOn = false;
     return RUVO_OK;
 }
 
@@ -41,6 +43,9 @@ bool LineReader::next(std::string_view& line)
         return false;
     const char* const start = m_buffer.get() + m_begin;
     m_begin += length;
+    m_continues = m_goesOn;
+    m_lineNumber += m_continues ? 0 : 1;
+    m_goesOn = start[length - 1] != '\n';
     const void* const nul = m_holdsNul ? std::memchr(start, '\0', length) : nullptr;
     line = {start, nul ? static_cast<std::size_t>(static_cast<const char*>(nul) - start) : length};
     return true;

@@ -23,6 +23,11 @@ public:
     // the next call. False at the end of the file.
     bool next(std::string_view& line);
 
+    // Of the line that was given last: its number in the file, from 1 on, and whether it is the
+    // rest of a longer one.
+    std::size_t lineNumber() const { return m_lineNumber; }
+    bool continues() const { return m_continues; }
+
 private:
     struct FileCloser {
         void operator()(std::FILE* file) const { std::fclose(file); }
@@ -36,6 +41,9 @@ private:
     std::size_t m_begin = 0;
     std::size_t m_end = 0;
     bool m_holdsNul = false;  // somewhere between m_begin and m_end
+    std::size_t m_lineNumber = 0;
+    bool m_continues = false;
+    bool m_goesOn = false;  // the line given last has no LF
 };
 
 // Gives the next line that is neither blank nor starts with the file format's comment character. A

@@ -2,10 +2,12 @@
 #pragma once
 
 #include "HandleSettings.h"
+#include "ProfileFile.h"
 
 #include <bitset>
 #include <cstddef>
 #include <span>
+#include <string>
 #include <string_view>
 
 namespace ruvo {
@@ -60,26 +62,45 @@ public:
         noKey,     // ends the section
     };
 
-    Section(std::span<const SectionKey> keys, SectionTarget target) : m_keys(keys), m_target(target)
+    Section(std::span<const SectionKey> keys, SectionTarget target, const ProfileFile& file)
+        : m_keys(keys), m_target(target), m_file(file)
     {
     }
 
     Line read(std::string_view line);
 
+    // Checks a line that an open does not read, because a fault has ended the section. Stores texts
+    // of unset keys all the same: they may tell which files to check next. False without a key.
+    bool check(std::string_view line);
+
     // Every key has been set.
     bool complete() const { return m_set.count() == m_keys.size(); }
 
-    // Goes on with the next numbered section, all keys unset.
-    void startNext()
+    // The keys that no line has named, as a list for people. Each is given once.
+    std::string takeMissingKeys();
+
+    // Goes on with the numbered section of an index, all keys unset.
+    void start(std::size_t index)
     {
-        ++m_target.index;
+        m_target.index = index;
         m_set.reset();
+        m_named.reset();
     }
 
 private:
+    struct FoundKey {
+        std::size_t index;
+        std::string_view textBehind;
+    };
+
+    bool find(std::string_view line, FoundKey& found) const;
+    void remarkOn(const SectionKey& key, std::string_view line, bool setBefore) const;
+
     std::span<const SectionKey> m_keys;
     SectionTarget m_target;
+    const ProfileFile& m_file;
     std::bitset<16> m_set;
+    std::bitset<16> m_named;  // set, rejected or checked
 };
 
 }  // namespace ruvo

@@ -2,8 +2,8 @@
 
 #include "HandleTable.h"
 #include "LineReader.h"
+#include "ProfileSections.h"
 #include "RuvoConverter.h"
-#include "SectionReader.h"
 
 namespace ruvo {
 
@@ -108,126 +108,6 @@ constexpr SectionKey kICSKeys[] = {
             nameInEntry<&DeviceInfo::astICS, &ICSEntry::szICSFileName>),
 };
 
-bool holdsBracket(std::string_view line)
-{
-    return line.find('[') != std::string_view::npos;
-}
-
-// A section with a fixed header: [Settings], [LOG] or [Common].
-class FixedSection {
-public:
-    FixedSection(std::string_view header, std::span<const SectionKey> keys, SectionTarget target)
-        : m_header(header), m_section(keys, target)
-    {
-    }
-
-    // Opens the section when the line is its header.
-    bool open(std::string_view line)
-    {
-        const bool isHeader = line.starts_with(m_header);
-        m_seen = m_seen || isHeader;
-        return isHeader;
-    }
-
-    // Reads a line inside the section. False when the line ends it.
-    bool read(std::string_view line)
-    {
-        const Section::Line result = m_section.read(line);
-        if (result == Section::Line::noKey && !holdsBracket(line))
-            m_error = true;
-        return result == Section::Line::stored;
-    }
-
-    // Every key must be set where the section ends: a later section of the same name cannot help.
-    void requireComplete() { m_error = m_error || !m_section.complete(); }
-
-    bool valid() const { return m_seen && !m_error && m_section.complete(); }
-
-private:
-    std::string_view m_header;
-    Section m_section;
-    bool m_seen = false;
-    bool m_error = false;
-};
-
-// A part made of sections [<name>1], [<name>2] and so on: the tables or the character sets.
-//
-//   waiting --[<name>1]--> reading --a line that is no next section--> over
-class NumberedSections {
-public:
-    NumberedSections(std::string_view name, std::span<const SectionKey> keys, SectionTarget target)
-        : m_prefix(std::string("[").append(name)), m_section(keys, target)
-    {
-    }
-
-    // Tests a line outside all sections. True when it opens the part, which it can only when the
-    // part before it has been read.
-    bool open(std::string_view line, bool mayStart)
-    {
-        if (line.starts_with(m_prefix + "]"))
-            m_invalid = true;
-        return mayStart && !m_over && line.starts_with(header());
-    }
-
-    // Reads a line inside the part, which is to have `count` sections. False when the line ends
-    // the part.
-    bool read(std::string_view line, int count)
-    {
-        switch (m_section.read(line)) {
-        case Section::Line::stored:
-            return true;
-        case Section::Line::rejected:
-            m_invalid = true;
-            break;
-        case Section::Line::noKey:
-            if (readHeader(line, count))
-                return true;
-            break;
-        }
-        m_over = true;
-        return false;
-    }
-
-    // The file ends inside the part.
-    void end()
-    {
-        if (m_section.complete())
-            ++m_number;
-        else
-            m_invalid = true;
-    }
-
-    bool over() const { return m_over; }
-    bool valid(int count) const { return !m_invalid && m_number > count; }
-
-private:
-    std::string header() const { return m_prefix + std::to_string(m_number) + "]"; }
-
-    bool readHeader(std::string_view line, int count)
-    {
-        if (!m_section.complete()) {
-            m_invalid = true;
-            return false;
-        }
-        ++m_number;
-        if (m_number > count)
-            return false;
-        if (line.starts_with(header())) {
-            m_section.startNext();
-            return true;
-        }
-        if (line.starts_with(m_prefix) || !holdsBracket(line))
-            m_invalid = true;
-        return false;
-    }
-
-    std::string m_prefix;
-    Section m_section;
-    int m_number = 1;  // of the section that is read or looked for
-    bool m_over = false;
-    bool m_invalid = false;
-};
-
 }  // namespace
 
 int Lutm_ModuleFileFullPath(const std::string& root, const std::string& id, std::string& modulePath)
@@ -253,53 +133,71 @@ int Lutm_ModuleFileFullPath(const std::string& root, const std::string& id, std:
 }
 
 short readSettingsFile(const std::string& modulePath, HandleSettings& settings,
-                       DeviceInfo& deviceInfo)
+                       DeviceInfo& deviceInfo, ProfileListener* listener)
 {
-    LineReader reader;
-    if (const short status = reader.open(modulePath + "HalvoSet.txt", RUVO_SETTINGS_MISSING))
+    ProfileFile file(listener);
+    if (const short status =
+            file.open(modulePath + "HalvoSet.txt", RUVO_SETTINGS_MISSING, RUVO_SETTINGS_INVALID))
         return status;
 
     const SectionTarget target{settings, deviceInfo, 0};
-    FixedSection settingsSection("[Settings]", kSettingsKeys, target);
-    FixedSection logSection("[LOG]", kLogKeys, target);
+    FixedSection settingsSection("[Settings]", kSettingsKeys, target, file);
+    FixedSection logSection("[LOG]", kLogKeys, target, file);
+    UnreadLines unread(file);
 
     // The line that ends [Settings] may be the header of [LOG]; the one that ends [LOG] is dropped.
     enum class State { outside, settings, log };
     State state = State::outside;
+    const auto openAny = [&](std::string_view line) {
+        if (settingsSection.open(line))
+            return State::settings;
+        return logSection.open(line) ? State::log : State::outside;
+    };
     std::string_view line;
-    while (nextContentLine(reader, kComment, line)) {
+    while (file.next(kComment, line)) {
         switch (state) {
         case State::outside:
-            if (settingsSection.open(line))
-                state = State::settings;
-            else if (logSection.open(line))
-                state = State::log;
+            state = openAny(line);
             break;
         case State::settings:
-            if (!settingsSection.read(line))
+            if (settingsSection.read(line))
+                break;
+            if (settingsSection.endedBefore())
+                state = openAny(line);
+            else
                 state = logSection.open(line) ? State::log : State::outside;
             break;
         case State::log:
             if (!logSection.read(line))
-                state = State::outside;
+                state = logSection.endedBefore() ? openAny(line) : State::outside;
             break;
         }
+        if (state == State::outside) {
+            settingsSection.miss(line);
+            logSection.miss(line);
+            unread.tell(line, [] { return "[Settings], [LOG]"; });
+        } else {
+            unread.endRow();
+        }
     }
-    const bool valid = settingsSection.valid() && logSection.valid();
-    return valid ? short{RUVO_OK} : short{RUVO_SETTINGS_INVALID};
+    const bool settingsValid = settingsSection.finish();
+    const bool logValid = logSection.finish();
+    return settingsValid && logValid ? short{RUVO_OK} : short{RUVO_SETTINGS_INVALID};
 }
 
-short readDeviceInfoFile(const std::string& name, HandleSettings& settings, DeviceInfo& deviceInfo)
+short readDeviceInfoFile(const std::string& name, HandleSettings& settings, DeviceInfo& deviceInfo,
+                         ProfileListener* listener)
 {
-    LineReader reader;
-    if (const short status =
-            reader.open(settings.szDeviceInfoPath + name, RUVO_DEVICE_INFO_MISSING))
+    ProfileFile file(listener);
+    if (const short status = file.open(settings.szDeviceInfoPath + name, RUVO_DEVICE_INFO_MISSING,
+                                       RUVO_DEVICE_INFO_INVALID))
         return status;
 
     const SectionTarget target{settings, deviceInfo, 0};
-    FixedSection common("[Common]", kCommonKeys, target);
-    NumberedSections tables("Table", kTableKeys, target);
-    NumberedSections sets("ICS", kICSKeys, target);
+    FixedSection common("[Common]", kCommonKeys, target, file);
+    NumberedSections tables("Table", "MappingTableNumber", kTableKeys, target, file);
+    NumberedSections sets("ICS", "InternalCharacterSetNumber", kICSKeys, target, file);
+    UnreadLines unread(file);
 
     // The line that ends a part may be the first header of the next part, in the order [Common],
     // tables, character sets; any other header in its place is dropped.
@@ -311,8 +209,12 @@ short readDeviceInfoFile(const std::string& name, HandleSettings& settings, Devi
             return State::tables;
         return sets.open(line, tables.over()) ? State::sets : State::outside;
     };
+    const auto order = [&] {
+        return "[Common], " + tables.range(settings.sMappingTableNumber) + ", " +
+               sets.range(deviceInfo.sInternalCharacterSetNumber);
+    };
     std::string_view line;
-    while (nextContentLine(reader, kComment, line)) {
+    while (file.next(kComment, line)) {
         switch (state) {
         case State::outside:
             // Behind the tables a [Common] is out of order, a line like any other.
@@ -334,15 +236,25 @@ short readDeviceInfoFile(const std::string& name, HandleSettings& settings, Devi
                 state = State::outside;
             break;
         }
+        if (state == State::outside) {
+            common.miss(line);
+            tables.miss(line);
+            sets.miss(line);
+            unread.tell(line, order);
+        } else {
+            unread.endRow();
+        }
     }
     if (state == State::tables)
         tables.end();
     else if (state == State::sets)
         sets.end();
 
-    const bool valid = common.valid() && tables.valid(settings.sMappingTableNumber) &&
-                       sets.valid(deviceInfo.sInternalCharacterSetNumber);
-    return valid ? short{RUVO_OK} : short{RUVO_DEVICE_INFO_INVALID};
+    const bool commonValid = common.finish();
+    const bool tablesValid = tables.finish(settings.sMappingTableNumber, common.seen());
+    const bool setsValid = sets.finish(deviceInfo.sInternalCharacterSetNumber, tables.seen());
+    return commonValid && tablesValid && setsValid ? short{RUVO_OK}
+                                                   : short{RUVO_DEVICE_INFO_INVALID};
 }
 
 }  // namespace ruvo

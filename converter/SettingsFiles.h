@@ -2,6 +2,7 @@
 #pragma once
 
 #include "HandleSettings.h"
+#include "ProfileListener.h"
 
 #include <string>
 
@@ -15,12 +16,16 @@ inline constexpr char kModuleRoot[] = "/usr/local/KALDO/HalvoCvt/";
 int Lutm_ModuleFileFullPath(const std::string& root, const std::string& id,
                             std::string& modulePath);
 
+// With a listener the two below tell all faults of their file. A fault of [Settings] or [LOG] may
+// then be made up for by a later section of that name: the status decides.
+
 // Reads modulePath + "HalvoSet.txt". Returns 0, -30, -100 or -110. "MaximumHandle" is in force for
 // the process as soon as its line is read, even if a later line breaks a rule.
 short readSettingsFile(const std::string& modulePath, HandleSettings& settings,
-                       DeviceInfo& deviceInfo);
+                       DeviceInfo& deviceInfo, ProfileListener* listener = nullptr);
 
 // Reads szDeviceInfoPath + name. Returns 0, -30, -200 or -210.
-short readDeviceInfoFile(const std::string& name, HandleSettings& settings, DeviceInfo& deviceInfo);
+short readDeviceInfoFile(const std::string& name, HandleSettings& settings, DeviceInfo& deviceInfo,
+                         ProfileListener* listener = nullptr);
 
 }  // namespace ruvo

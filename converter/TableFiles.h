@@ -2,7 +2,7 @@
 #pragma once
 
 #include "HandleSettings.h"
-#include "LineReader.h"
+#include "ProfileFile.h"
 
 #include <cstdint>
 #include <string>
@@ -25,12 +25,12 @@ struct MapEntry {
 enum class TableFileKind { translation, internalSet };
 
 // Checks and reads one line: 0xBYTE, TAB, 0xCODEPOINT, TAB, "#" and a comment; in a translation
-// table the code point may be blank. False when the line breaks a rule.
-bool Lutm_FileDataCheck(std::string_view line, TableFileKind kind, MapEntry& entry);
+// table the code point may be blank. Returns the rule that the line breaks, in words, or null.
+const char* Lutm_FileDataCheck(std::string_view line, TableFileKind kind, MapEntry& entry);
 
-// Appends the lines of one file, read with `reader`, to the list. Returns 0, -30, -60 or the kind's
+// Appends the lines of one file, read with `file`, to the list. Returns 0, -30, -60 or the kind's
 // status for a missing or invalid file.
-short readTableFile(LineReader& reader, const std::string& path, TableFileKind kind,
+short readTableFile(ProfileFile& file, const std::string& path, TableFileKind kind,
                     std::uint8_t param, std::vector<MapEntry>& list);
 
 // Sorts a list by code point; the order of equal code points is fixed (see quickSort).

@@ -176,8 +176,7 @@ short Lutm_createTranslationTable(LineReader& reader, std::span<const MapEntry> 
                                   std::span<const MapEntry> icsList, const HandleSettings& settings,
                                   CharacterTables& tables)
 {
-    if (const short status =
-            reader.open(settings.szDeviceInfoPath + "UnicodeData.txt", RUVO_UNICODE_DATA_MISSING))
+    if (const short status = reader.open(unicodeDataPath(settings), RUVO_UNICODE_DATA_MISSING))
         return status;
 
     CodePointTable& unicodeTable = tables.unicodeTable;

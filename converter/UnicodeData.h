@@ -7,10 +7,16 @@
 #include "TableFiles.h"
 
 #include <span>
+#include <string>
 
 namespace ruvo {
 
-// Fills the tables from szDeviceInfoPath + "UnicodeData.txt" and the two sorted lists. Returns 0,
+inline std::string unicodeDataPath(const HandleSettings& settings)
+{
+    return settings.szDeviceInfoPath + "UnicodeData.txt";
+}
+
+// Fills the tables from UnicodeData.txt and the two sorted lists. Returns 0,
 // -30 or -320.
 short Lutm_createTranslationTable(LineReader& reader, std::span<const MapEntry> tableList,
                                   std::span<const MapEntry> icsList, const HandleSettings& settings,

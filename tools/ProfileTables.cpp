@@ -46,12 +46,12 @@ ProfileTables::ProfileTables(const ProfileOptions& profile) : m_read(true)
     check(ruvo::readSettingsFile(modulePath, *settings, *device), profile);
     check(ruvo::readDeviceInfoFile(profile.device, *settings, *device), profile);
 
-    ruvo::LineReader reader;
+    ruvo::ProfileFile file;
     std::vector<ruvo::MapEntry> entries;
     for (int i = 0; i < settings->sMappingTableNumber; ++i) {
         const ruvo::TableEntry& table = device->astTable[static_cast<std::size_t>(i)];
         entries.clear();
-        check(ruvo::readTableFile(reader, settings->szDeviceInfoPath + table.szTableFileName,
+        check(ruvo::readTableFile(file, settings->szDeviceInfoPath + table.szTableFileName,
                                   ruvo::TableFileKind::translation, table.ucTableCommandParam,
                                   entries),
               profile);
@@ -60,7 +60,7 @@ ProfileTables::ProfileTables(const ProfileOptions& profile) : m_read(true)
     for (int i = 0; i < device->sInternalCharacterSetNumber; ++i) {
         const ruvo::ICSEntry& set = device->astICS[static_cast<std::size_t>(i)];
         entries.clear();
-        check(ruvo::readTableFile(reader, settings->szDeviceInfoPath + set.szICSFileName,
+        check(ruvo::readTableFile(file, settings->szDeviceInfoPath + set.szICSFileName,
                                   ruvo::TableFileKind::internalSet, set.ucICSCommandParam, entries),
               profile);
         enter(entries, set.szICSFileName, m_sets);
