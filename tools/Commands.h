@@ -25,3 +25,4 @@ Command renderCommand(CLI::App& program);
 Command explainCommand(CLI::App& program);
 Command previewCommand(CLI::App& program);
 Command whichCommand(CLI::App& program);
+Command checkCommand(CLI::App& program);

@@ -14,6 +14,7 @@ constexpr Command (*kCommands[])(CLI::App&) = {
     explainCommand,
     previewCommand,
     whichCommand,
+    checkCommand,
 };
 
 int run(int argc, char** argv)

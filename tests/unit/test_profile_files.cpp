@@ -3,10 +3,12 @@
 #include "Bytes.h"
 #include "CaseFile.h"
 #include "ProfileFixture.h"
+#include "ProfileText.h"
 #include "converter/CharacterTables.h"
 #include "converter/RuvoConverter.h"
 #include "converter/SettingsFiles.h"
 #include "converter/TableFiles.h"
+#include "tools/ProfileCheck.h"
 
 #include <algorithm>
 #include <filesystem>
@@ -25,101 +27,21 @@ namespace {
 namespace fs = std::filesystem;
 using Lines = std::vector<std::string>;
 
-void writeFile(const std::string& name, const std::string& bytes)
-{
-    std::ofstream(name, std::ios::binary) << bytes;
-}
-
-// The two halves of a text around the first separator. Throws where there is none.
-std::pair<std::string, std::string> halves(const std::string& text, const std::string& separator)
-{
-    const std::size_t position = text.find(separator);
-    if (position == std::string::npos)
-        throw std::invalid_argument("no \"" + separator + "\" in \"" + text + "\"");
-    return {text.substr(0, position), text.substr(position + separator.size())};
-}
-
-// The profile of the first case, and what a later case makes of it.
-class ProfileText {
-public:
-    // Takes a line "name", "file" or "with".
-    void define(const CaseLine& line)
-    {
-        const auto [name, text] = halves(line.value, " ");
-        if (line.keyword == "name")
-            m_names[name] = lines(text);
-        else if (line.keyword == "file")
-            m_files[expandText(name)] = lines(text);
-        else if (line.keyword == "with")
-            m_files[name] = withKey(name, text);
-        else
-            throw std::invalid_argument("no keyword " + line.keyword);
-    }
-
-    const Lines& file(const std::string& name) const { return m_files.at(name); }
-
-    Lines lines(const std::string& text) const
-    {
-        Lines result;
-        for (std::size_t begin = 0; begin < text.size();) {
-            const std::size_t end = std::min(text.find(" | ", begin), text.size());
-            const std::string line = text.substr(begin, end - begin);
-            if (line.starts_with('@'))
-                result.insert(result.end(), m_names.at(line).begin(), m_names.at(line).end());
-            else
-                result.push_back(line);
-            begin = end + 3;
-        }
-        return result;
-    }
-
-    // The file with its first line of the given line's key replaced by that line.
-    Lines withKey(const std::string& name, const std::string& newLine) const
-    {
-        Lines text = file(name);
-        const auto line = std::ranges::find_if(text, [&](const std::string& old) {
-            return old.find('=') != std::string::npos &&
-                   newLine.starts_with(old.substr(0, old.find('=')));
-        });
-        if (line == text.end())
-            throw std::invalid_argument("no key for " + newLine);
-        *line = newLine;
-        return text;
-    }
-
-    static std::string bytes(const Lines& lines)
-    {
-        std::string result;
-        for (std::string line : lines) {
-            std::ranges::replace(line, '^', '\t');
-            const bool isBroken = !line.ends_with('~');
-            result += expandText(isBroken ? line : line.substr(0, line.size() - 1));
-            result += isBroken ? "\r\n" : "";
-        }
-        return result;
-    }
-
-    void write() const
-    {
-        for (const auto& [name, text] : m_files)
-            writeFile(name, bytes(text));
-    }
-
-private:
-    std::map<std::string, Lines> m_names;
-    std::map<std::string, Lines> m_files;
-};
-
 class ProfileFiles : public ProfileFixture {
 protected:
     ~ProfileFiles() override { close(); }
 
-    // The status of an open; 0 for a handle.
+    // The status of an open; 0 for a handle. The check of the same profile must foretell it.
     int open()
     {
         close();
         m_handle = RuvoOpenHandle(bytesOf("DEVICE"), 6, bytesOf(noSetting), sizeof noSetting - 1);
-        return std::min<int>(m_handle, 0);
+        const int status = std::min<int>(m_handle, 0);
+        const CheckedProfile checked = checkProfile(".", "DEVICE");
+        EXPECT_EQ(status, checked.status);
+        EXPECT_EQ(status != 0,
+                  std::ranges::count(checked.findings, Finding::Kind::error, &Finding::kind) > 0);
+        return status;
     }
 
     std::string shown(std::string text) const
@@ -130,19 +52,6 @@ protected:
         EXPECT_EQ(
             0, RuvoGetOutputData(m_handle, reinterpret_cast<unsigned char*>(out.data()), &length));
         return out.substr(0, length);
-    }
-
-    // The profile that the first case defines.
-    static ProfileText base()
-    {
-        ProfileText profile;
-        const Case first = readCases("profile_files.txt").front();
-        for (const CaseLine& line : first.lines) {
-            if (line.keyword == "in")
-                break;
-            profile.define(line);
-        }
-        return profile;
     }
 
 private:
@@ -164,7 +73,7 @@ TEST_F(ProfileFiles, Rows)
 {
     for (const Case& row : readCases("profile_files.txt")) {
         SCOPED_TRACE("case " + row.name);
-        ProfileText profile = base();
+        ProfileText profile = ProfileText::base();
         std::string name;
         for (const CaseLine& line : row.lines) {
             SCOPED_TRACE("profile_files.txt:" + std::to_string(line.number));
@@ -192,7 +101,7 @@ TEST_F(ProfileFiles, Rows)
 
 TEST_F(ProfileFiles, EveryHeaderAndEveryKeyIsNeeded)
 {
-    const ProfileText profile = base();
+    const ProfileText profile = ProfileText::base();
     for (const auto& [name, status] :
          {std::pair("HalvoSet.txt", -110), std::pair("DEVICE", -210)}) {
         profile.write();
@@ -218,7 +127,7 @@ TEST_F(ProfileFiles, AFileMissingADirectoryOrUnreadable)
                            Row{"UnicodeData.txt", -320, 0, -30}}) {
         SCOPED_TRACE(row.name);
         fs::remove(row.name);
-        base().write();
+        ProfileText::base().write();
         fs::remove(row.name);
         EXPECT_EQ(row.missing, open());
         fs::create_directory(row.name);
@@ -232,7 +141,7 @@ TEST_F(ProfileFiles, AFileMissingADirectoryOrUnreadable)
 
 TEST_F(ProfileFiles, AFileHolds256DataLinesAtMost)
 {
-    const ProfileText profile = base();
+    const ProfileText profile = ProfileText::base();
     for (const auto& [name, line, status] :
          {std::tuple("one.txt", "0x41^0x0041^#", -330), std::tuple("two.txt", "0x80^ ^#", -330),
           std::tuple("four.txt", "0x5C^0x00A5^#", -340)}) {
@@ -250,7 +159,7 @@ TEST_F(ProfileFiles, AFileHolds256DataLinesAtMost)
 
 TEST_F(ProfileFiles, ThereAre256TablesAndSetsAtMost)
 {
-    ProfileText profile = base();
+    ProfileText profile = ProfileText::base();
     Lines device =
         profile.lines("[Common] | MappingTableNumber=256 | InternalCharacterSetNumber=256 "
                       "| ICSCommandDefault=7 | @sizes");
@@ -271,7 +180,7 @@ TEST_F(ProfileFiles, ThereAre256TablesAndSetsAtMost)
 
 TEST_F(ProfileFiles, ValuesGoToTheirPlaces)
 {
-    ProfileText profile = base();
+    ProfileText profile = ProfileText::base();
     profile.write();
     fs::create_directory("module");
     writeFile(
