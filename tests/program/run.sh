@@ -29,7 +29,7 @@ printf '<any><clear/><text>a</text></any>' >"$work/document"
 "$program" render "$work/document" --hex >"$work/hex"
 
 status 0 --help
-for command in render explain preview which; do
+for command in render explain preview which check; do
     status 0 "$command" --help
     grep -q -- '--device' "$work/out" || fail "no help for $command on the standard output"
 done
@@ -46,6 +46,11 @@ for size in 0 256 -1 x ''; do
     status 2 preview "$work/stream" --rows "$size"
 done
 status 2 preview "$work/stream" --origin 2
+status 2 check
+status 2 check ''
+for device in '' "$(printf 'a\tb')" "$(printf '%0128d' 0)"; do
+    status 2 check . --device "$device"
+done
 for time in 24:00 12:60 1:00 12:3 12.30 ab:cd 12:300 :::::; do
     status 2 preview "$work/stream" --clock "$time"
 done
@@ -77,4 +82,21 @@ done
 "$program" preview "$work/document" --svg "$work/svg" --png "$work/png"
 grep -q '<desc id="s">a</desc>' "$work/svg" || fail "no text in the SVG picture"
 head -c 4 "$work/png" | grep -q PNG || fail "no PNG picture"
+
+# What check finds is its output. A relative path of the profile starts at the profile where the
+# current folder has no such device.
+status 0 check .
+tail -n 1 "$work/out" | grep -q '^device "default" opens, with 9 tables, ' || fail "wrong verdict"
+grep -q 'error:\|warning:' "$work/out" && fail "the default profile has faults"
+mkdir "$work/profile"
+cp ./* "$work/profile"
+printf 'x\r\n' >>"$work/profile/ibm850.txt"
+sed -i 's/EncodeTypeDefault=3/EncodeTypeDefault=4/' "$work/profile/HalvoSet.txt"
+cd /
+"$program" check "$work/profile" >"$work/out" && fail "status 0 for a broken profile"
+for line in "HalvoSet.txt:2: error: .* (status -110)" "HalvoSet.txt:4: note: .* is relative" \
+    "ibm850.txt:[0-9]*: error: .* (status -330)"; do
+    grep -q "^$work/profile/$line" "$work/out" || fail "not found by check: $line"
+done
+tail -n 1 "$work/out" | grep -q '^device "default" does not open: status -110' || fail "wrong verdict"
 exit "$failed"
