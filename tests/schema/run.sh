@@ -1,0 +1,74 @@
+#!/bin/sh
+# Tests the schema of display documents: its two forms are one, it has every element and attribute
+# of the library, it accepts the examples, and it rejects what makes no sense to write.
+set -eu
+cd "$(dirname "$0")/../.."
+schema=docs/ovix-display
+status=0
+fail() { echo "$*" >&2; status=1; }
+valid() { xmllint --noout --nonet --relaxng $schema.rng "$1" >/dev/null 2>&1; }
+
+rnc2rng $schema.rnc | diff $schema.rng - || fail "$schema.rng is not what rnc2rng makes of $schema.rnc (>)"
+
+# Window's "reset" has no effect, so nobody needs to write it.
+sed -n 's/.* \(TAG\|ATTR\)_[A-Z]*\[\] = "\(.*\)";/\1 \2/p' engine/*.h tags/*.h |
+    sed -e '/^ATTR reset$/d' -e 's/^TAG/element/' -e 's/^ATTR/attribute/' | {
+    count=0
+    while read -r name; do
+        count=$((count + 1))
+        grep -q "$name {" $schema.rnc || fail "the schema has no $name"
+    done
+    [ $count -gt 20 ] || fail "only $count names of elements and attributes found in the headers"
+    exit $status
+} || status=1
+
+for example in examples/*.xml; do
+    valid "$example" || fail "not accepted: $example"
+done
+
+check() { # accepted or rejected, then an element on each line
+    while IFS= read -r element; do
+        echo "<ovix-display>$element</ovix-display>" | { valid - && echo accepted || echo rejected; } |
+            grep -qx "$1" || fail "not $1: $element"
+    done
+}
+check accepted <<'END'
+<text/>
+<text x="0" y="255" reverse="0" lang="ja-JP"> a<!-- b -->c<![CDATA[<d>]]>&amp; </text>
+<marquee uwait="65535" rwait="0" repeat="255">a</marquee>
+<window number="255" x="0" y="1" width="1" height="255" destroy="false"/>
+<window number="1" destroy="1"/>
+<cursor type="none"/>
+<blink interval="12750"/>
+<command> 1b4C </command>
+END
+check rejected <<'END'
+<txt>a</txt>
+<text>a<clear/></text>
+<text x="1">a</text>
+<text x="256" y="1">a</text>
+<text x="a" y="1">a</text>
+<text colour="red">a</text>
+<text lang="ja_JP">a</text>
+<text reverse="yes">a</text>
+<marquee rwait="1">a</marquee>
+<marquee uwait="65536" rwait="1">a</marquee>
+<marquee uwait="1" rwait="1" repeat="-1">a</marquee>
+<window x="1" y="1" width="20" height="2"/>
+<window number="0"/>
+<window number="1" x="1" y="1" width="20"/>
+<window number="1" x="1" y="1" width="20" height="2" destroy="true"/>
+<window number="1" x="1" y="1" width="20" height="2" scrollmode="scroll"/>
+<cursor/>
+<cursor moveto="top"/>
+<cursor x="1" y="1" moveto="top_left"/>
+<clear>a</clear>
+<blink/>
+<blink interval="12751"/>
+<brightness value="80"/>
+<command>1B 40</command>
+<command>1B4</command>
+<command/>
+a
+END
+exit $status
