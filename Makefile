@@ -3,7 +3,7 @@
 PREFIX ?= /usr/local
 PRESETS := release asan-ubsan
 
-.PHONY: all build test test-sanitized demo bench install clean
+.PHONY: all build test test-sanitized demo bench install deb test-deb clean
 
 all: build
 
@@ -28,6 +28,14 @@ bench: build
 install: build
 	@case "$(PREFIX)" in /*) ;; *) echo "PREFIX must be an absolute path" >&2; exit 2 ;; esac
 	@cmake --install build --prefix "$(PREFIX)"
+
+deb: build-deb
+	@rm -f build/*.deb
+	@cpack --preset deb
+
+# On a fresh Debian system; as root, with debootstrap.
+test-deb: deb
+	@tests/deb/run.sh build
 
 clean:
 	rm -rf build

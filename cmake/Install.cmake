@@ -1,10 +1,27 @@
-# What `make install` puts where.
+# What `make install` puts where. The components are the Debian packages of Packages.cmake.
 
 set(KESTRIX_HEADER_DIR ${CMAKE_INSTALL_INCLUDEDIR}/kestrixdispengine)
 set(KESTRIX_PACKAGE_DIR ${CMAKE_INSTALL_LIBDIR}/cmake/KestrixDispEngine)
 
-install(TARGETS kestrixdispengine EXPORT KestrixDispEngineTargets)
+install(TARGETS kestrixdispengine EXPORT KestrixDispEngineTargets
+  LIBRARY COMPONENT library NAMELINK_COMPONENT development)
+
+set(CMAKE_INSTALL_DEFAULT_COMPONENT_NAME program)
 install(TARGETS kestrix-disp)
+install(FILES ${CMAKE_BINARY_DIR}/kestrix-disp.1.gz DESTINATION ${CMAKE_INSTALL_MANDIR}/man1)
+install(FILES tools/completion.bash DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-completion/completions
+  RENAME kestrix-disp)
+install(FILES docs/ovix-display.rnc docs/ovix-display.rng
+  DESTINATION ${CMAKE_INSTALL_DATADIR}/kestrix-disp)
+install(DIRECTORY examples DESTINATION ${CMAKE_INSTALL_DATADIR}/kestrix-disp
+  FILES_MATCHING PATTERN "*.xml")
+add_custom_command(
+  OUTPUT ${CMAKE_BINARY_DIR}/kestrix-disp.1.gz
+  COMMAND gzip -9nc ${CMAKE_CURRENT_SOURCE_DIR}/docs/kestrix-disp.1 > ${CMAKE_BINARY_DIR}/kestrix-disp.1.gz
+  DEPENDS docs/kestrix-disp.1)
+add_custom_target(manual ALL DEPENDS ${CMAKE_BINARY_DIR}/kestrix-disp.1.gz)
+
+set(CMAKE_INSTALL_DEFAULT_COMPONENT_NAME development)
 install(FILES converter/RuvoConverter.h DESTINATION ${KESTRIX_HEADER_DIR}/converter)
 install(FILES engine/KestrixDispEngine.h engine/TagParser.h DESTINATION ${KESTRIX_HEADER_DIR}/engine)
 install(DIRECTORY tags/ DESTINATION ${KESTRIX_HEADER_DIR}/tags FILES_MATCHING PATTERN "*TagParser*.h")
@@ -27,10 +44,11 @@ install(CODE "
   set(includedir \"${KESTRIX_HEADER_DIR}\")
   set(version \"${PROJECT_VERSION}\")
   configure_file(\"${CMAKE_CURRENT_SOURCE_DIR}/cmake/kestrixdispengine.pc.in\"
-                 \"${CMAKE_BINARY_DIR}/cmake/kestrixdispengine.pc\" @ONLY)")
+                 \"${CMAKE_BINARY_DIR}/cmake/kestrixdispengine.pc\" @ONLY)" COMPONENT development)
 install(FILES ${CMAKE_BINARY_DIR}/cmake/kestrixdispengine.pc
   DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
 
+set(CMAKE_INSTALL_DEFAULT_COMPONENT_NAME profile)
 # The default profile stands where the library looks for it, whatever the prefix.
 install(DIRECTORY ${CMAKE_BINARY_DIR}/profile-installed/ DESTINATION ${KESTRIX_MODULE_ROOT}/default)
 install(FILES ${CMAKE_BINARY_DIR}/profile-id/DEFAULT.txt DESTINATION ${KESTRIX_MODULE_ROOT})

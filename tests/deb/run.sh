@@ -1,0 +1,42 @@
+#!/bin/sh
+# Installs the packages of `make deb` on a fresh Debian system in a temporary folder, uses them there
+# and removes them. Needs root, debootstrap and a mirror (DEBIAN_MIRROR).
+set -eu
+packages=$(cd "$1" && pwd)
+source=$(cd "$(dirname "$0")/../.." && pwd)
+work=$(mktemp -d)
+trap 'rm -rf "$work"' EXIT
+root=$work/root
+
+fail() { echo "$*" >&2; exit 1; }
+expect() { [ "$2" = "$3" ] || fail "$1: expected \"$2\", got \"$3\""; }
+inside() { chroot "$root" env -i PATH=/usr/sbin:/usr/bin:/sbin:/bin LC_ALL=C.UTF-8 "$@"; }
+
+suite=$(. /etc/os-release && echo "$VERSION_CODENAME")
+{
+    debootstrap --variant=minbase "$suite" "$root" "${DEBIAN_MIRROR:-http://deb.debian.org/debian}"
+    cp "$packages"/*.deb "$root/var/tmp/"
+    inside sh -c 'DEBIAN_FRONTEND=noninteractive apt-get install -y --no-install-recommends /var/tmp/*.deb'
+} >"$work/log" 2>&1 || { tail -20 "$work/log"; fail "the packages do not install"; }
+
+expect "the program" "0c1f72001b740041821b741080" "$(echo '<any><clear/><text>Aé€</text></any>' |
+    inside kestrix-disp render - --raw | od -An -v -tx1 | tr -d ' \n')"
+expect "the Perl module" "0c" "$(inside perl -MKestrixDispEngine -e '
+    print unpack "H*", KestrixDispEngine::KestrixDispEngine->new->parse("<clear/>", "default", "DEFAULT")')"
+for example in "$root"/usr/share/kestrix-disp/examples/*.xml; do
+    xmllint --noout --nonet --relaxng "$root/usr/share/kestrix-disp/ovix-display.rng" "$example" 2>&1 |
+        grep -q " validates$" || fail "not accepted by the installed schema: $example"
+done
+
+# Built outside on what is installed inside, to do without a compiler there.
+pc=$(dirname "$(find "$root/usr/lib" -name kestrixdispengine.pc)")
+# shellcheck disable=SC2046
+${CC:-cc} "$source/tests/consumer/convert.c" -o "$root/usr/bin/convert" \
+    $(PKG_CONFIG_SYSROOT_DIR=$root PKG_CONFIG_LIBDIR=$pc PKG_CONFIG_ALLOW_SYSTEM_LIBS=1 \
+        PKG_CONFIG_ALLOW_SYSTEM_CFLAGS=1 pkg-config --cflags --libs kestrixdispengine)
+expect "a C program" "1B 74 00 41 82 " "$(inside sh -c 'cd /usr/local/KALDO/HalvoCvt/default && convert')"
+
+# shellcheck disable=SC2046
+inside apt-get purge -y $(for deb in "$packages"/*.deb; do dpkg-deb -f "$deb" Package; done) >"$work/log" 2>&1 ||
+    { tail -20 "$work/log"; fail "the packages do not go"; }
+expect "what is left" "" "$(find "$root/usr" "$root/etc" -iname '*kestrix*' -o -name KALDO)"

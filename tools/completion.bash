@@ -1,0 +1,43 @@
+# bash completion of kestrix-disp
+
+_kestrix_disp()
+{
+    local cur=${COMP_WORDS[COMP_CWORD]} prev=${COMP_WORDS[COMP_CWORD - 1]}
+    local profile="--device --setting --help" options=""
+    COMPREPLY=()
+
+    if [ "$COMP_CWORD" -eq 1 ]; then
+        mapfile -t COMPREPLY < <(compgen -W "render explain preview check which --help" -- "$cur")
+        return
+    fi
+    case $prev in
+    --device | --columns | --rows | --clock) return ;;
+    --origin)
+        mapfile -t COMPREPLY < <(compgen -W "0 1" -- "$cur")
+        return
+        ;;
+    --setting)
+        local file
+        for file in /usr/local/KALDO/HalvoCvt/"$cur"*.txt; do
+            [ -e "$file" ] && file=${file##*/} && COMPREPLY+=("${file%.txt}")
+        done
+        return
+        ;;
+    esac
+    case ${COMP_WORDS[1]} in
+    render) options="--hex --raw --output $profile" ;;
+    explain) options="--document --hex --raw $profile" ;;
+    preview)
+        options="--document --hex --raw --columns --rows --origin --clock --sgr --svg --png $profile"
+        ;;
+    check) options="--device --help" ;;
+    which) options=$profile ;;
+    esac
+    if [[ $cur == -* ]]; then
+        mapfile -t COMPREPLY < <(compgen -W "$options" -- "$cur")
+    else
+        compopt -o filenames
+        mapfile -t COMPREPLY < <(compgen -f -- "$cur")
+    fi
+}
+complete -F _kestrix_disp kestrix-disp
