@@ -1,0 +1,23 @@
+#!/bin/sh
+# The manual page and the bash completion name each command and each option of the program.
+set -eu
+program=$1/kestrix-disp
+root=$(cd "$(dirname "$0")/../.." && pwd)
+status=0
+fail() { echo "$*" >&2; status=1; }
+
+LC_ALL=C.UTF-8 man -l --warnings "$root/docs/kestrix-disp.1" 2>&1 >/dev/null | grep . && fail "the manual page is malformed"
+# Escaped hyphens are hyphens.
+names() { tr -d '\\' <"$1" | grep -o -e '--[a-z]\{1,\}' -e '[a-z]\{1,\}' | LC_ALL=C sort -u; }
+
+commands=$("$program" --help | sed -n '/^Subcommands:/,$s/^  \([a-z]\{1,\}\) .*/\1/p')
+[ "$(echo "$commands" | wc -l)" -ge 5 ] || fail "only these commands are in the program's help: $commands"
+for file in docs/kestrix-disp.1 tools/completion.bash; do
+    names=$(names "$root/$file")
+    for command in $commands; do
+        for name in $command $("$program" "$command" --help | grep -o '^  \(-[a-z],\)\{0,1\}--[a-z]\{1,\}' | grep -o -e '--[a-z]*'); do
+            echo "$names" | grep -qxe "$name" || fail "$file lacks $name, of \"$command\""
+        done
+    done
+done
+exit $status
