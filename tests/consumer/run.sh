@@ -18,6 +18,8 @@ expect "outside the prefix, the profile and Perl's folder" "" \
     "$(cd "$stage" && find . -type f | grep -v -e '^\./opt/kestrix/' -e '^\./usr/local/KALDO/HalvoCvt/' \
         -e "^\.$perl_dir/")"
 
+perl -e 'exit !grep { $_ eq $ARGV[0] } @INC' "$perl_dir" || fail "perl does not search $perl_dir"
+
 cmake -S "$source" -B "$work/cxx" -DCMAKE_BUILD_TYPE=Release -DCMAKE_PREFIX_PATH="$prefix" >"$work/log" &&
     cmake --build "$work/cxx" >>"$work/log" || { cat "$work/log"; exit 1; }
 
