@@ -152,8 +152,11 @@ void DecompositionTable::finish(std::uint8_t mappingSize)
 
 std::span<const DecompEntry> DecompositionTable::startingWith(std::uint32_t codePoint) const
 {
-    const auto [begin, end] =
-        std::ranges::equal_range(m_rows, codePoint, {}, &DecompEntry::firstComponent);
+    // Not ranges::equal_range: with it clang 14 does not compile libstdc++ 12.
+    const auto begin =
+        std::ranges::lower_bound(m_rows, codePoint, {}, &DecompEntry::firstComponent);
+    const auto end =
+        std::ranges::upper_bound(begin, m_rows.end(), codePoint, {}, &DecompEntry::firstComponent);
     return {begin, end};
 }
 
