@@ -130,7 +130,45 @@ Profile smallDisplay()
     return profile;
 }
 
-ProfileFixture::ProfileFixture() : previous_(std::filesystem::current_path())
+Profile mixedDisplay(int blockSize)
+{
+    Profile profile;
+    profile.set("OutputBufferBlockSize", std::to_string(blockSize));
+    profile.set("DecompositionMappingSize", "3");
+    Profile::Lines ascii;
+    Profile::Lines shifted;
+    Profile::Lines wide;
+    for (int i = 0x20; i < 0x7F; ++i) {
+        ascii.push_back(Profile::mapping(i, static_cast<char32_t>(i)));
+        if (i != '$' && i != '@')
+            shifted.push_back(Profile::mapping(i < 0x60 ? i : i + 0x20, static_cast<char32_t>(i)));
+        wide.push_back(Profile::mapping(i + 0x80, static_cast<char32_t>(0x3000 + i)));
+    }
+    for (int i = 0; i < 32; ++i) {
+        ascii.push_back(Profile::mapping(0xC0 + i, static_cast<char32_t>(0xE0 + i)));
+        wide.push_back(Profile::mapping(0x20 + i, static_cast<char32_t>(0x10400 + i)));
+    }
+    profile.tables = {
+        {437, 0, "a.txt", ascii}, {850, 4, "b.txt", shifted}, {932, 2, "c.txt", wide}};
+    profile.sets = {{7, "s.txt", {Profile::mapping(0x5C, 0xA5), Profile::mapping(0x7E, '~')}}};
+    for (char32_t i = 0x20; i < 0x110; ++i) {
+        const bool composes = i == 0xE1 || i == 0xE9 || i == 0x101;
+        const std::string decomposition = i == 0xE1    ? "0061 0301"
+                                          : i == 0xE9  ? "0065 0301"
+                                          : i == 0x101 ? "00E1 0323"
+                                                       : "";
+        profile.database.push_back(Profile::character(i, composes ? "Ll" : "Lo", 0, decomposition));
+    }
+    for (const char32_t mark : {0x300, 0x301, 0x323})
+        profile.database.push_back(Profile::character(mark, "Mn", mark == 0x323 ? 220 : 230));
+    for (char32_t i = 0x3000; i < 0x3100; ++i)
+        profile.database.push_back(Profile::character(i));
+    for (char32_t i = 0x10400; i < 0x10430; ++i)
+        profile.database.push_back(Profile::character(i));
+    return profile;
+}
+
+TemporaryDirectory::TemporaryDirectory() : previous_(std::filesystem::current_path())
 {
     std::string name = std::filesystem::temp_directory_path() / "kestrix-test-XXXXXX";
     if (mkdtemp(name.data()) == nullptr) {
@@ -140,7 +178,7 @@ ProfileFixture::ProfileFixture() : previous_(std::filesystem::current_path())
     std::filesystem::current_path(directory_);
 }
 
-ProfileFixture::~ProfileFixture()
+TemporaryDirectory::~TemporaryDirectory()
 {
     std::error_code ignored;
     std::filesystem::current_path(previous_, ignored);

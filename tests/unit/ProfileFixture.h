@@ -69,18 +69,30 @@ struct Profile {
 // U+00A5) and the marks that compose to U+00E4 and U+00E9. No character is in two of them.
 Profile smallDisplay();
 
-// Each test runs in a temporary directory of its own, as the current directory.
-class ProfileFixture : public testing::Test {
-protected:
-    ProfileFixture();
-    ~ProfileFixture() override;
+// Tables of many characters, alone and shared, sets, marks that compose and marks that do not.
+Profile mixedDisplay(int blockSize);
 
-    // The ID of a file that does not exist: settings come from the current directory.
-    static constexpr char noSetting[] = "KESTRIX-TEST-NO-SUCH-ID";
+// A new directory that is the current one while this lives.
+class TemporaryDirectory {
+public:
+    TemporaryDirectory();
+    ~TemporaryDirectory();
+    TemporaryDirectory(const TemporaryDirectory&) = delete;
+    TemporaryDirectory& operator=(const TemporaryDirectory&) = delete;
 
 private:
     std::filesystem::path previous_;
     std::filesystem::path directory_;
+};
+
+// Each test runs in a temporary directory of its own.
+class ProfileFixture : public testing::Test {
+protected:
+    // The ID of a file that does not exist: settings come from the current directory.
+    static constexpr char noSetting[] = "KESTRIX-TEST-NO-SUCH-ID";
+
+private:
+    TemporaryDirectory directory_;
 };
 
 #endif

@@ -1,0 +1,47 @@
+// An open converter handle whose retrievals check themselves (by EXPECT), and simple second
+// routines to compare the converter's with.
+#ifndef KESTRIX_TESTS_CONVERTER_HANDLE_H
+#define KESTRIX_TESTS_CONVERTER_HANDLE_H
+
+#include <cstddef>
+#include <string>
+
+struct RawStreams {
+    std::string characters;
+    std::string tables;
+    std::string sets;
+};
+
+// The device information file "DEVICE" of the current directory's profile.
+class ConverterHandle {
+public:
+    ConverterHandle();
+    ~ConverterHandle();
+    ConverterHandle(const ConverterHandle&) = delete;
+    ConverterHandle& operator=(const ConverterHandle&) = delete;
+
+    // Negative if the profile cannot be opened.
+    operator short() const { return handle_; }
+
+    // Hands the text in and gives the status; the text is as the call leaves it.
+    short setData(std::string& text) const;
+
+    // Each asks for the length first, and leaves the handle empty.
+    std::string output() const;
+    RawStreams raw() const;
+
+private:
+    void expectEmpty() const;
+
+    short handle_;
+};
+
+// What RuvoGetOutputData gives of these streams, merged one character at a time.
+std::string mergedSlowly(const RawStreams& raw, std::size_t blockSize);
+
+// Code points from U+0000 to U+10FFFF but surrogates.
+std::string utf8(const std::u32string& text);
+std::string utf16BigEndian(const std::u32string& text);
+std::string utf16LittleEndian(const std::u32string& text);
+
+#endif
