@@ -3,7 +3,10 @@
 PREFIX ?= /usr/local
 PRESETS := release asan-ubsan
 
-.PHONY: all build test test-sanitized demo bench install deb test-deb clean
+FUZZ_SECONDS ?= 60
+FUZZ_TARGETS ?=
+
+.PHONY: all build test test-sanitized fuzz demo bench install deb test-deb clean
 
 all: build
 
@@ -17,6 +20,10 @@ build-%:
 
 test-%: build-%
 	@ctest --preset $*
+
+# Each target for FUZZ_SECONDS; needs the packages of "scripts/setup --all".
+fuzz: build-fuzz
+	@tests/fuzz/run.sh build/fuzz $(FUZZ_SECONDS) $(FUZZ_TARGETS)
 
 demo: build
 	@cd build/profile && ../kestrix-disp render "$(CURDIR)/examples/demo.xml" --device default --setting local --hex

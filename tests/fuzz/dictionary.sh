@@ -1,0 +1,7 @@
+#!/bin/sh
+# Writes the strings that stand in source files as a fuzzer's dictionary: dictionary.sh OUT SOURCE...
+set -eu
+out=$1
+shift
+: > "$out"
+[ $# -eq 0 ] || cat "$@" | grep -v '^#include' | grep -o '"[^"\\ ]\+"' | sort -u > "$out"

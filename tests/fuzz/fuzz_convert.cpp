@@ -1,0 +1,156 @@
+// The input is a sequence of calls. They go to two handles: what one gives merged the other gives
+// raw, and where one is given a text in UTF-8 the other is given it in UTF-16.
+
+#include "../unit/Bytes.h"
+#include "../unit/ConverterHandle.h"
+#include "../unit/ProfileFixture.h"
+#include "FuzzTarget.h"
+#include "converter/RuvoConverter.h"
+
+#include <array>
+#include <memory>
+#include <vector>
+
+namespace {
+
+constexpr std::size_t blockSizes[] = {5, 7, 64, 4096};
+
+struct Pair {
+    ConverterHandle first;
+    ConverterHandle second;
+    std::size_t blockSize = 0;
+    short type = RUVO_UTF8;  // of both, but while a text goes in
+
+    void feed(std::string firstText, std::string secondText) const
+    {
+        EXPECT_EQ(first.setData(firstText), second.setData(secondText));
+    }
+
+    void setTypes(short firstType, short secondType) const
+    {
+        const short status = firstType >= 0 && firstType <= 3 ? RUVO_OK : RUVO_INVALID_ARGUMENT;
+        EXPECT_EQ(status, RuvoSetEncodeType(first, firstType));
+        EXPECT_EQ(status, RuvoSetEncodeType(second, secondType));
+    }
+
+    void setPage(long page) const
+    {
+        EXPECT_EQ(RuvoSetTargetCodePage(first, page), RuvoSetTargetCodePage(second, page));
+    }
+
+    void check(const RawStreams& raw, const std::string& output) const
+    {
+        EXPECT_TRUE(sameBytes(mergedSlowly(raw, blockSize), output));
+    }
+};
+
+std::array<std::unique_ptr<Pair>, std::size(blockSizes)> pairs;
+
+void feedBytes(Pair& pair, InputReader& input)
+{
+    const std::string text = input.bytes(input.byte());
+    pair.feed(text, text);
+}
+
+// One byte a character: ASCII, those of the profile, any by its number.
+void feedText(Pair& pair, InputReader& input)
+{
+    static constexpr std::u32string_view listed =
+        U"\u00A5\u00E1\u00E9\u0101\u0300\u0301\u0323\u20AC\u3041\u3042\u30FF\U00010400\U0001041F";
+    std::u32string text;
+    for (int count = input.byte(); count > 0; --count) {
+        char32_t character = input.byte();
+        if (character >= 0x80 + listed.size())
+            character = input.number() % 0x110000;
+        else if (character >= 0x80)
+            character = listed[character - 0x80];
+        text += character >= 0xD800 && character <= 0xDFFF ? U'?' : character;
+    }
+    const bool bigEndian = text.size() % 2 == 0;
+    pair.setTypes(RUVO_UTF8, bigEndian ? RUVO_UTF16_BIG_ENDIAN : RUVO_UTF16_LITTLE_ENDIAN);
+    pair.feed(utf8(text), bigEndian ? utf16BigEndian(text) : utf16LittleEndian(text));
+    pair.setTypes(pair.type, pair.type);
+}
+
+void setType(Pair& pair, InputReader& input)
+{
+    const auto type = static_cast<short>(input.byte() - 1);
+    pair.setTypes(type, type);
+    pair.type = type >= 0 && type <= 3 ? type : pair.type;
+}
+
+void setPage(Pair& pair, InputReader& input)
+{
+    static constexpr long pages[] = {-1, 437, 850, 932};
+    const std::size_t row = input.byte();
+    pair.setPage(row < std::size(pages) ? pages[row] : static_cast<long>(input.number()));
+}
+
+void retrieve(Pair& pair, InputReader&)
+{
+    pair.check(pair.second.raw(), pair.first.output());
+}
+
+void retrieveInto(Pair& pair, InputReader& input)
+{
+    const unsigned long room = input.byte();
+    std::vector<unsigned char> buffer(room);
+    unsigned long length = room;
+    const short status = RuvoGetOutputData(pair.first, buffer.data(), &length);
+    EXPECT_EQ(length > room ? RUVO_BUFFER_TOO_SMALL : RUVO_OK, status);
+    if (status == RUVO_OK)
+        pair.check(pair.second.raw(),
+                   std::string(buffer.begin(), buffer.begin() + static_cast<long>(length)));
+}
+
+void retrieveRawInto(Pair& pair, InputReader& input)
+{
+    std::string streams[3];
+    unsigned long lengths[3];
+    unsigned char* buffers[3];
+    bool fits = true;
+    for (int i = 0; i < 3; ++i) {
+        streams[i].resize(lengths[i] = input.byte());
+        buffers[i] = reinterpret_cast<unsigned char*>(streams[i].data());
+    }
+    const short status = RuvoGetRawData(pair.second, buffers[0], &lengths[0], buffers[1],
+                                        &lengths[1], buffers[2], &lengths[2]);
+    for (int i = 0; i < 3; ++i) {
+        fits = fits && lengths[i] <= streams[i].size();
+        streams[i].resize(lengths[i]);
+    }
+    EXPECT_EQ(fits ? RUVO_OK : RUVO_BUFFER_TOO_SMALL, status);
+    if (status == RUVO_OK)
+        pair.check({streams[0], streams[1], streams[2]}, pair.first.output());
+}
+
+constexpr void (*calls[])(Pair&, InputReader&) = {feedBytes, feedText,     setType,        setPage,
+                                                  retrieve,  retrieveInto, retrieveRawInto};
+
+}  // namespace
+
+void writeProfile()
+{
+    for (std::size_t i = 0; i < pairs.size(); ++i) {
+        mixedDisplay(static_cast<int>(blockSizes[i])).write(".");
+        pairs[i] = std::make_unique<Pair>();
+        pairs[i]->blockSize = blockSizes[i];
+    }
+}
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
+{
+    InputReader input(data, size);
+    Pair& pair = *pairs[input.byte() % pairs.size()];
+    // Table 0 is the current one in front of every input.
+    pair.type = RUVO_UTF8;
+    pair.setTypes(RUVO_UTF8, RUVO_UTF8);
+    pair.setPage(437);
+    pair.feed("A", "A");
+    retrieve(pair, input);
+    pair.setPage(-1);
+    while (!input.atEnd())
+        calls[input.byte() % std::size(calls)](pair, input);
+    retrieve(pair, input);
+    return 0;
+}
