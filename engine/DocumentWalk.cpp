@@ -1,5 +1,6 @@
 #include "DocumentWalk.h"
 
+#include "DocumentSource.h"
 #include "ElementAttributes.h"
 #include "ParserRegistry.h"
 
@@ -13,15 +14,10 @@
 
 namespace {
 
-struct FreeReader {
-    void operator()(xmlTextReader* reader) const { xmlFreeTextReader(reader); }
-};
-
 struct FreeText {
     void operator()(xmlChar* text) const { xmlFree(text); }
 };
 
-using Reader = std::unique_ptr<xmlTextReader, FreeReader>;
 using ReaderText = std::unique_ptr<xmlChar, FreeText>;
 
 const char* asText(const xmlChar* name)
@@ -125,9 +121,13 @@ enum class State { idle, collecting, skipping };
 
 class DocumentWalk {
 public:
-    DocumentWalk(xmlTextReader* reader, const ParserMap& beginParsers, const ParserMap& endParsers,
+    DocumentWalk(DocumentSource& source, const ParserMap& beginParsers, const ParserMap& endParsers,
                  OutputVector& out)
-        : reader_(reader), beginParsers_(beginParsers), endParsers_(endParsers), out_(out)
+        : source_(source),
+          reader_(source.reader()),
+          beginParsers_(beginParsers),
+          endParsers_(endParsers),
+          out_(out)
     {
         static_assert(sizeof(KestrixDispEngine::LANG_DEFAULT) <= KestrixDispEngine::LANG_BUF_LEN);
         std::memcpy(language_.data(), KestrixDispEngine::LANG_DEFAULT,
@@ -137,7 +137,7 @@ public:
 
     void run()
     {
-        while (xmlTextReaderRead(reader_) == 1) {
+        while (source_.read()) {
             state_ = next(eventOf(reader_));
         }
     }
@@ -274,6 +274,7 @@ private:
         }
     }
 
+    DocumentSource& source_;
     xmlTextReader* reader_;
     const ParserMap& beginParsers_;
     const ParserMap& endParsers_;
@@ -294,9 +295,8 @@ private:
 void walkDocument(const std::string& data, const ParserMap& beginParsers,
                   const ParserMap& endParsers, OutputVector& out)
 {
-    const Reader reader(
-        xmlReaderForMemory(data.data(), static_cast<int>(data.size()), nullptr, nullptr, 0));
-    if (reader != nullptr) {
-        DocumentWalk(reader.get(), beginParsers, endParsers, out).run();
+    DocumentSource source(data);
+    if (source.reader() != nullptr) {
+        DocumentWalk(source, beginParsers, endParsers, out).run();
     }
 }

@@ -99,50 +99,6 @@ TEST_F(Engine, Documents)
     }
 }
 
-TEST_F(Engine, EveryBeginningOfADocumentGivesTheBeginningOfItsBytes)
-{
-    smallDisplay().write(".");
-    const std::string document =
-        "<?xml version=\"1.0\"?><!DOCTYPE ovix-display [<!ENTITY e \"77\">]>\n"
-        "<ovix-display><!-- c --><clear/><text x=\"1\" y='2' lang=\"ja\">a&amp;&#xE4;&e;b</text>"
-        "<window number=\"1\"/><text>a<b>c</b><![CDATA[d]]></text><command>1b40</command>"
-        "<marquee uwait=\"1\" rwait=\"1\">A</marquee><text lang=\"en\"/></ovix-display>";
-    KestrixDispEngine engine;
-    const std::string whole = parse(engine, document);
-    ASSERT_TRUE(sameBytes(fromHex("0C 1B 74 00 1B 52 08 1F 24 01 02 1F 72 00 1B 74 00 61 26"
-                                  "1B 74 02 84 1B 74 00 62 1A 43 01 1F 72 00 1B 74 00 61 64 1B 40"
-                                  "1A 4D 01 01 00 01 00 00 04 00 1B 74 00 41"
-                                  "1B 74 00 1B 52 00 1F 72 00"),
-                          whole));
-    std::set<std::string> results;
-    for (std::size_t length = 0; length < document.size(); ++length) {
-        const std::string bytes = parse(engine, document.substr(0, length));
-        if (!whole.starts_with(bytes)) {
-            ADD_FAILURE() << "cut to " << length << ": " << toHex(bytes);
-        }
-        results.insert(bytes);
-    }
-    EXPECT_LT(4u, results.size()) << "hardly anything is shown of a cut document";
-    EXPECT_TRUE(sameBytes(whole, parse(engine, document))) << "the same document again";
-}
-
-TEST_F(Engine, EntityBombEndsAtOnce)
-{
-    smallDisplay().write(".");
-    std::string entities = "<!ENTITY e0 \"{x*10}\">";
-    for (int i = 1; i < 30; ++i) {
-        const std::string inner = "&e" + std::to_string(i - 1) + ";";
-        entities += "<!ENTITY e" + std::to_string(i) + " \"" + inner + inner + inner + "\">";
-    }
-    KestrixDispEngine engine;
-    const std::string bytes =
-        parse(engine, "<!DOCTYPE any [" + entities + "]><any><clear/>" + std::string(5000, ' ') +
-                          "<text>a&e29;</text></any>");
-    // Newer readers refuse the reference as an error, older ones pass it on as a node.
-    EXPECT_TRUE(bytes == fromHex("0C") || bytes == fromHex("0C 1F 72 00 1B 74 00 61"))
-        << toHex(bytes);
-}
-
 TEST_F(Engine, MalformedTextOfADirectCallerIsDroppedWhole)
 {
     smallDisplay().write(".");
