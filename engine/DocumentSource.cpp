@@ -1,23 +1,48 @@
 #include "DocumentSource.h"
 
 #include <algorithm>
+#include <iterator>
 #include <string_view>
+#include <utility>
 
 namespace {
 
 constexpr std::size_t largestPiece = 4096;
 
+// Of the document type that is the reader's current node.
 bool hasTooManyDefaults(xmlTextReader* reader)
 {
-    const xmlDoc* const document = xmlTextReaderCurrentDoc(reader);
-    const xmlDtd* const type = document == nullptr ? nullptr : document->intSubset;
+    // Not by way of the document: who asks for it has to free it.
+    const xmlNode* const type = xmlTextReaderCurrentNode(reader);
     int count = 0;
-    for (const xmlNode* node = type == nullptr ? nullptr : type->children; node != nullptr;
-         node = node->next) {
+    for (const xmlNode* node = type->children; node != nullptr; node = node->next) {
         count += node->type == XML_ATTRIBUTE_DECL;
     }
     return count > DocumentSource::mostDefaults;
 }
+
+// A new reader takes over the thread's defaults, which are the host's, whatever its options say.
+// With some of them documents would have files read. While this lives there are none of these.
+class PlainDefaults {
+public:
+    PlainDefaults()
+    {
+        for (std::size_t i = 0; i < std::size(defaults_); ++i)
+            ofHost_[i] = std::exchange(*defaults_[i], 0);
+    }
+    ~PlainDefaults()
+    {
+        for (std::size_t i = 0; i < std::size(defaults_); ++i)
+            *defaults_[i] = ofHost_[i];
+    }
+    PlainDefaults(const PlainDefaults&) = delete;
+    PlainDefaults& operator=(const PlainDefaults&) = delete;
+
+private:
+    int* const defaults_[3] = {&xmlLoadExtDtdDefaultValue, &xmlSubstituteEntitiesDefaultValue,
+                               &xmlDoValidityCheckingDefaultValue};
+    int ofHost_[3] = {};
+};
 
 // Whether the positions of the document's bytes are not those of the text that the parser sees.
 bool isEncoded(xmlTextReader* reader)
@@ -28,9 +53,10 @@ bool isEncoded(xmlTextReader* reader)
 
 }  // namespace
 
-DocumentSource::DocumentSource(const std::string& data)
-    : data_(data), reader_(xmlReaderForIO(give, nullptr, this, nullptr, nullptr, 0))
+DocumentSource::DocumentSource(const std::string& data) : data_(data)
 {
+    const PlainDefaults defaults;
+    reader_.reset(xmlReaderForIO(give, nullptr, this, nullptr, nullptr, 0));
 }
 
 bool DocumentSource::read()
