@@ -6,7 +6,7 @@ PRESETS := release asan-ubsan
 FUZZ_SECONDS ?= 60
 FUZZ_TARGETS ?=
 
-.PHONY: all build test test-sanitized fuzz demo bench install deb test-deb clean
+.PHONY: all build test test-sanitized fuzz soak demo bench install deb test-deb clean
 
 all: build
 
@@ -24,6 +24,10 @@ test-%: build-%
 # Each target for FUZZ_SECONDS; needs the packages of "scripts/setup --all".
 fuzz: build-fuzz
 	@tests/fuzz/run.sh build/fuzz $(FUZZ_SECONDS) $(FUZZ_TARGETS)
+
+# Minutes of what "make test" does for seconds.
+soak: build
+	@KESTRIX_SOAK=full build/tests/soak_tests
 
 demo: build
 	@cd build/profile && ../kestrix-disp render "$(CURDIR)/examples/demo.xml" --device default --setting local --hex

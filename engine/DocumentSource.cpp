@@ -64,6 +64,9 @@ bool DocumentSource::read()
     if (xmlTextReaderRead(reader()) != 1) {
         return false;
     }
+    if (atNode_ == 0) {
+        xmlDictSetLimit(xmlTextReaderCurrentNode(reader())->doc->dict, largestDictionary);
+    }
     atNode_ = given_;
     return xmlTextReaderNodeType(reader()) != XML_READER_TYPE_DOCUMENT_TYPE ||
            !hasTooManyDefaults(reader());

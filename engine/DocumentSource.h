@@ -12,11 +12,14 @@
 // The XML reader compares each attribute of a tag with all others, and gives each element all the
 // attributes that the document type declares for it. So a tag or a document type that is longer
 // than longestMarkup, by 8192 bytes or more, ends the document in front of it, and so does a
-// document type that declares more than mostDefaults attributes.
+// document type that declares more than mostDefaults attributes. Names that differ are kept in a
+// dictionary that becomes slow when it is large; the name that does not fit largestDictionary ends
+// the document.
 class DocumentSource {
 public:
     static constexpr std::size_t longestMarkup = 16 * 1024;  // bytes
     static constexpr int mostDefaults = 64;
+    static constexpr std::size_t largestDictionary = 1024 * 1024;  // bytes
 
     // Refers to data.
     explicit DocumentSource(const std::string& data);

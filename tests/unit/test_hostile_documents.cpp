@@ -189,6 +189,14 @@ std::string declaredAttributes(std::size_t count)
     return text + ">]>";
 }
 
+std::string names(std::size_t count)
+{
+    std::string text;
+    for (std::size_t i = 0; i < count; ++i)
+        text += "<a" + std::to_string(i) + "/>";
+    return text;
+}
+
 // Without the limits of engine/DocumentSource.h the rows of attributes take hours.
 TEST_F(HostileDocuments, LargeDocumentsAreShownAsFarAsTheyCanBeRead)
 {
@@ -234,6 +242,7 @@ TEST_F(HostileDocuments, LargeDocumentsAreShownAsFarAsTheyCanBeRead)
               {shown}},
              {"many sections", "<text>" + repeated("<![CDATA[a]]>", 100000) + "</text>", {shown}},
              {"many references", "<text>" + repeated("&#97;", 100000) + "</text>", {shown}},
+             {"a million names", between(names(million)), {one}},
              {"a million elements", between(repeated("<a/>", million)), {two}},
          }) {
         SCOPED_TRACE(row.name);
