@@ -189,8 +189,8 @@ double seconds(const std::function<void()>& work)
     return static_cast<double>(least) / CLOCKS_PER_SEC;
 }
 
-// Eight times the input may take up to 24 times the time: more than caches explain, and far less
-// than the 64 times of a quadratic algorithm.
+// Eight times the input may take up to 40 times the time, as caches overflow and other programs
+// take their share; a quadratic algorithm takes 64 times as much.
 void expectLinear(const std::string& name, const std::function<double(std::size_t)>& secondsFor,
                   std::size_t size)
 {
@@ -198,7 +198,7 @@ void expectLinear(const std::string& name, const std::function<double(std::size_
     const double more = secondsFor(8 * size);
     std::cout << name << ": " << size << " in " << less << " s, eight times as much in " << more
               << " s\n";
-    EXPECT_GT(24 * std::max(less, 0.002), more) << name;
+    EXPECT_GT(40 * std::max(less, 0.005), more) << name;
 }
 
 std::string repeated(const std::string& text, std::size_t size)
