@@ -6,7 +6,8 @@ PRESETS := release asan-ubsan
 FUZZ_SECONDS ?= 60
 FUZZ_TARGETS ?=
 
-.PHONY: all build test test-sanitized fuzz soak demo bench install deb test-deb clean
+.PHONY: all build test test-sanitized fuzz soak memcheck tidy coverage demo bench install deb \
+        test-deb clean
 
 all: build
 
@@ -24,6 +25,21 @@ test-%: build-%
 # Each target for FUZZ_SECONDS; needs the packages of "scripts/setup --all".
 fuzz: build-fuzz
 	@tests/fuzz/run.sh build/fuzz $(FUZZ_SECONDS) $(FUZZ_TARGETS)
+
+# The tests under valgrind; about ten minutes.
+memcheck: build
+	@tests/memcheck.sh build
+
+tidy:
+	@test -e build/fuzz/build.ninja || cmake --preset fuzz
+	@ls engine/*.cpp tags/*.cpp converter/*.cpp binding/*.cpp tools/*.cpp | \
+	    xargs -P2 -n4 clang-tidy-14 -p build/fuzz --quiet
+
+# Lines and branches that the tests reach; see docs/coverage.md.
+coverage: test-coverage
+	@gcovr --root . --object-directory build/coverage --exclude-throw-branches \
+	    --filter '(engine|tags|converter|binding)/' --html-details build/coverage/coverage.html \
+	    --txt --sort-uncovered
 
 # Minutes of what "make test" does for seconds.
 soak: build

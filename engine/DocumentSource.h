@@ -17,9 +17,9 @@
 // the document.
 class DocumentSource {
 public:
-    static constexpr std::size_t longestMarkup = 16 * 1024;  // bytes
+    static constexpr std::size_t longestMarkup = 16384;  // bytes
     static constexpr int mostDefaults = 64;
-    static constexpr std::size_t largestDictionary = 1024 * 1024;  // bytes
+    static constexpr std::size_t largestDictionary = 1048576;  // bytes
 
     // Refers to data.
     explicit DocumentSource(const std::string& data);

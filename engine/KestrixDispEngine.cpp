@@ -62,6 +62,7 @@ KestrixDispEngine::~KestrixDispEngine()
     closeHandles(ucHandleMap);
 }
 
+// NOLINTNEXTLINE(performance-unnecessary-value-param): the signature is fixed
 std::string KestrixDispEngine::parse(std::string data, std::string devInfo,
                                      std::string setting) noexcept
 {

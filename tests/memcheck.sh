@@ -1,0 +1,34 @@
+#!/bin/sh
+# Runs the unit tests, the corpus and the Perl tests under valgrind: memcheck.sh BUILD.
+#
+# Left out for the time they take: texts of megabytes. The Perl tests of memory and of threads
+# measure the process, which is valgrind's here. Perl does not free all at its end, so leaks are
+# looked for in the C++ programs only.
+set -eu
+build=$(realpath "$1")
+source=$(realpath "$(dirname "$0")/..")
+memcheck="valgrind -q --error-exitcode=9 --suppressions=$source/tests/memcheck.supp"
+
+# The unit tests count and fail allocations in an operator new of their own.
+$memcheck --leak-check=full --errors-for-leak-kinds=definite \
+    --soname-synonyms=somalloc=nouserintercepts "$build/tests/unit_tests" --gtest_brief=1 \
+    --gtest_filter='-*InputAtTheLimits:*LargeDocuments*:*LawsForRandomTexts:*EveryBeginning*'
+for target in document settings device_info tables convert; do
+    $memcheck --leak-check=full --errors-for-leak-kinds=definite \
+        "$build/tests/fuzz/fuzz_$target" "$source/tests/fuzz/corpus/$target" > /dev/null
+    echo "corpus $target: clean"
+done
+cd "$source/binding"
+for test in t/*.t; do
+    case $test in
+    */memory.t | */threads.t | */without_perl.t) continue ;;
+    esac
+    log=$(mktemp)
+    if ! KESTRIX_PROFILE_DIR=$build/profile PERL_DESTRUCT_LEVEL=2 \
+        $memcheck perl -I "$build/perl" "$test" > "$log" 2>&1; then
+        cat "$log" >&2
+        exit 1
+    fi
+    rm "$log"
+    echo "$test: clean"
+done
