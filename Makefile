@@ -26,10 +26,11 @@ test-%: build-%
 fuzz: build-fuzz
 	@tests/fuzz/run.sh build/fuzz $(FUZZ_SECONDS) $(FUZZ_TARGETS)
 
-# The tests under valgrind; about ten minutes.
+# The tests under valgrind, for some minutes.
 memcheck: build
 	@tests/memcheck.sh build
 
+# The exceptions stand in .clang-tidy.
 tidy:
 	@test -e build/fuzz/build.ninja || cmake --preset fuzz
 	@ls engine/*.cpp tags/*.cpp converter/*.cpp binding/*.cpp tools/*.cpp | \
@@ -39,7 +40,7 @@ tidy:
 coverage: test-coverage
 	@gcovr --root . --object-directory build/coverage --exclude-throw-branches \
 	    --filter '(engine|tags|converter|binding)/' --html-details build/coverage/coverage.html \
-	    --txt --sort-uncovered
+	    --txt --sort-uncovered --print-summary
 
 # Minutes of what "make test" does for seconds.
 soak: build

@@ -130,7 +130,7 @@ TEST_F(Soak, FailedOpensLeaveNothing)
                 continue;  // a database without characters is one
             if (empty)
                 std::ofstream(file) << "no such line\n";
-            expectConstantMemory(rounds(1000), [&](int) { EXPECT_LT(ConverterHandle(), -50); });
+            expectConstantMemory(rounds(1200), [&](int) { EXPECT_LT(ConverterHandle(), -50); });
         }
         fs::rename("away", file);
     }
