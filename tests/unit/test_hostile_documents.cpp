@@ -197,7 +197,7 @@ std::string names(std::size_t count)
     return text;
 }
 
-// Without the limits of engine/DocumentSource.h the rows of attributes take hours.
+// Without the limits of engine/ReadableLength.h the rows of attributes take hours.
 TEST_F(HostileDocuments, LargeDocumentsAreShownAsFarAsTheyCanBeRead)
 {
     constexpr std::size_t million = 1000000;
