@@ -6,8 +6,8 @@ PRESETS := release asan-ubsan
 FUZZ_SECONDS ?= 60
 FUZZ_TARGETS ?=
 
-.PHONY: all build test test-sanitized fuzz soak memcheck tidy coverage demo bench install deb \
-        test-deb clean
+.PHONY: all build test test-sanitized fuzz soak memcheck tidy coverage demo pictures bench \
+        install deb test-deb clean
 
 all: build
 
@@ -48,6 +48,10 @@ soak: build
 
 demo: build
 	@cd build/profile && ../kestrix-disp render "$(CURDIR)/examples/demo.xml" --device default --setting local --hex
+
+# The pictures of the examples, in docs/pictures.
+pictures: build
+	@scripts/pictures build
 
 bench: build
 	@cmake --build --preset release --target kestrix-bench

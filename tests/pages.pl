@@ -1,23 +1,28 @@
 #!/usr/bin/perl
-# Carries out docs/tutorial.md in a temporary folder: runs its "sh" blocks, and the commands behind
-# "$ " in its "console" blocks, whose output must be what stands below them.
+# Carries out a page of the documentation in a temporary folder: runs its "sh" blocks, and the
+# commands behind "$ " in its "console" blocks, whose output must be what stands below them. The
+# folder is like a clone after `make`, as far as the pages need it.
 #
-#   tests/tutorial/run.pl build            check
-#   tests/tutorial/run.pl build --update   write the outputs into the tutorial
+#   tests/pages.pl build PAGE            check
+#   tests/pages.pl build PAGE --update   write the outputs into the page
 use strict;
 use warnings;
 use Cwd 'abs_path';
 use File::Basename 'dirname';
 use File::Temp 'tempdir';
 
-my ($build, $update) = (abs_path($ARGV[0]), $ARGV[1]);
-my $tutorial = abs_path(dirname(__FILE__) . '/../../docs/tutorial.md');
-open my $in, '<', $tutorial or die "$tutorial: $!";
+my ($build, $page, $update) = (abs_path($ARGV[0]), abs_path($ARGV[1]), $ARGV[2]);
+my $clone = abs_path(dirname(__FILE__) . '/..');
+open my $in, '<', $page or die "$page: $!";
 my @parts = split /^(```(?:sh|console)\n.*?^```\n)/ms, join '', <$in>;
 
 # One shell carries out all, so that folders and functions stay.
 my $work = tempdir(CLEANUP => 1);
 mkdir "$work/in";
+mkdir "$work/in/build";
+symlink "$build/kestrix-disp", "$work/in/build/kestrix-disp";
+system('cp', '-r', "$build/profile", "$clone/examples", "$work/in/build") == 0 or die 'cp';
+rename "$work/in/build/examples", "$work/in/examples";
 my $script = '';
 my @expected;
 for (@parts) {
@@ -44,7 +49,7 @@ for my $i (grep { $actual[$_] ne $expected[$_][1] } 0 .. $#expected) {
 if ($update) {
     my $i = 0;
     s{^(\$ .*\n)(?:(?!\$ |```).*\n)*}{$1 . $actual[$i++]}gem for grep { /^```console/ } @parts;
-    open my $out, '>', $tutorial or die "$tutorial: $!";
+    open my $out, '>', $page or die "$page: $!";
     print $out @parts;
     exit;
 }
