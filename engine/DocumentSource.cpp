@@ -53,14 +53,14 @@ DocumentSource::DocumentSource(const std::string& data)
                                      nullptr, 0));
 }
 
-bool DocumentSource::read()
+int DocumentSource::read()
 {
     if (xmlTextReaderRead(reader()) != 1) {
-        return false;
+        return 0;
     }
     if (std::exchange(atStart_, false)) {
         xmlDictSetLimit(xmlTextReaderCurrentNode(reader())->doc->dict, largestDictionary);
     }
-    return xmlTextReaderNodeType(reader()) != XML_READER_TYPE_DOCUMENT_TYPE ||
-           !hasTooManyDefaults(reader());
+    const int type = xmlTextReaderNodeType(reader());
+    return type == XML_READER_TYPE_DOCUMENT_TYPE && hasTooManyDefaults(reader()) ? 0 : type;
 }

@@ -24,8 +24,9 @@ public:
     // Null without memory.
     xmlTextReader* reader() const { return reader_.get(); }
 
-    // Goes to the reader's next node. False at the end of the document or at an error.
-    bool read();
+    // Goes to the reader's next node and gives its type; 0, which is no node's, at the end of the
+    // document or at an error.
+    int read();
 
 private:
     struct FreeReader {

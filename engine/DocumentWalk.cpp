@@ -7,18 +7,12 @@
 #include <array>
 #include <cstring>
 #include <forward_list>
-#include <memory>
 #include <utility>
+#include <vector>
 
 #include <libxml/xmlreader.h>
 
 namespace {
-
-struct FreeText {
-    void operator()(xmlChar* text) const { xmlFree(text); }
-};
-
-using ReaderText = std::unique_ptr<xmlChar, FreeText>;
 
 const char* asText(const xmlChar* name)
 {
@@ -40,54 +34,11 @@ struct Element {
     ElementAttributes attributes;
 };
 
-// The text of an element, in one piece: UTF-8, terminated by NUL. Mostly it comes in one.
-class Content {
-public:
-    void append(ReaderText piece)
-    {
-        if (first_ == nullptr) {
-            first_ = std::move(piece);
-            return;
-        }
-        if (joined_.empty()) {
-            appendBytes(first_.get());
-        } else {
-            joined_.pop_back();
-        }
-        appendBytes(piece.get());
-        joined_.push_back(0);
-    }
-
-    // Null when there is none.
-    unsigned char* text()
-    {
-        if (!joined_.empty()) {
-            return joined_.data();
-        }
-        return first_ == nullptr || *first_ == 0 ? nullptr : first_.get();
-    }
-
-    void clear()
-    {
-        first_.reset();
-        joined_.clear();
-    }
-
-private:
-    void appendBytes(const xmlChar* text)
-    {
-        joined_.insert(joined_.end(), text, text + xmlStrlen(text));
-    }
-
-    ReaderText first_;
-    std::vector<unsigned char> joined_;  // when there are several pieces
-};
-
 enum class Event { startTag, emptyElement, endTag, text, other };
 
-Event eventOf(xmlTextReader* reader)
+Event eventOf(xmlTextReader* reader, int nodeType)
 {
-    switch (xmlTextReaderNodeType(reader)) {
+    switch (nodeType) {
     case XML_READER_TYPE_ELEMENT:
         return xmlTextReaderIsEmptyElement(reader) == 1 ? Event::emptyElement : Event::startTag;
     case XML_READER_TYPE_END_ELEMENT:
@@ -137,8 +88,8 @@ public:
 
     void run()
     {
-        while (source_.read()) {
-            state_ = next(eventOf(reader_));
+        while (const int nodeType = source_.read()) {
+            state_ = next(eventOf(reader_, nodeType));
         }
     }
 
@@ -200,9 +151,7 @@ private:
             endElement();
             return State::idle;
         case Event::text:
-            if (ReaderText text{xmlTextReaderValue(reader_)}) {
-                content_.append(std::move(text));
-            }
+            appendContent();
             return State::collecting;
         case Event::emptyElement:
         case Event::other:
@@ -226,6 +175,26 @@ private:
             return State::skipping;
         }
         return State::skipping;
+    }
+
+    // Of a text node, a section or white space the node's content is all there is.
+    void appendContent()
+    {
+        const xmlNode* const node = xmlTextReaderCurrentNode(reader_);
+        if (node != nullptr && node->content != nullptr) {
+            content_.insert(content_.end(), node->content,
+                            node->content + xmlStrlen(node->content));
+        }
+    }
+
+    // The text collected, terminated by NUL; null when there is none.
+    unsigned char* content()
+    {
+        if (content_.empty()) {
+            return nullptr;
+        }
+        content_.push_back(0);
+        return content_.data();
     }
 
     void endElement()
@@ -258,7 +227,7 @@ private:
     void callBeginParser(Element& element)
     {
         if (element.beginParser != nullptr) {
-            element.beginParser->parse(element.name, element.attributes.map(content_.text()),
+            element.beginParser->parse(element.name, element.attributes.map(content()),
                                        documentState_, out_);
             element.attributes.release();
         }
@@ -281,9 +250,9 @@ private:
     OutputVector& out_;
 
     State state_ = State::idle;
-    unsigned int depth_ = 0;   // skipping: elements open inside the kept one
-    Element* kept_ = nullptr;  // collecting, skipping: waits for its end tag
-    Content content_;          // collected so far
+    unsigned int depth_ = 0;              // skipping: elements open inside the kept one
+    Element* kept_ = nullptr;             // collecting, skipping: waits for its end tag
+    std::vector<unsigned char> content_;  // text collected so far, UTF-8
     std::array<unsigned char, KestrixDispEngine::LANG_BUF_LEN> language_{};
     AttributeMap documentState_;
     std::forward_list<Element> elements_;  // met so far, those with something to do
