@@ -30,10 +30,11 @@ fuzz: build-fuzz
 memcheck: build
 	@tests/memcheck.sh build
 
-# The exceptions stand in .clang-tidy.
+# The library; clang 14 does not know all of the C++20 in the programs. The exceptions stand in
+# .clang-tidy.
 tidy:
 	@test -e build/fuzz/build.ninja || cmake --preset fuzz
-	@ls engine/*.cpp tags/*.cpp converter/*.cpp binding/*.cpp tools/*.cpp | \
+	@ls engine/*.cpp tags/*.cpp converter/*.cpp binding/*.cpp | \
 	    xargs -P2 -n4 clang-tidy-14 -p build/fuzz --quiet
 
 # Lines and branches that the tests reach; see docs/coverage.md.
