@@ -1,0 +1,110 @@
+#!/usr/bin/perl
+# Compares the reference in README.md with the code: its tables of elements, functions and status
+# codes with the headers and the program's texts; and its C++, C and Perl, put into programs, must
+# give what the program gives.
+#
+#   tests/reference.pl BUILD
+use strict;
+use warnings;
+use Cwd 'abs_path';
+use File::Basename 'dirname';
+use File::Temp 'tempdir';
+
+my $build = abs_path($ARGV[0]);
+chdir dirname(__FILE__) . '/..' or die;
+my $failed = 0;
+
+sub text {
+    return join '', map { open my $in, '<', $_ or die "$_: $!"; local $/; <$in> } @_;
+}
+
+sub same {
+    my ($what, $actual, $expected) = @_;
+    my ($left, $right) = map { my %set = map { $_ => 1 } @$_; join "\n", sort keys %set } $actual, $expected;
+    return if $left eq $right && @$expected > 5;
+    $failed = 1;
+    print STDERR "$what in README.md:\n$left\nand in the code:\n$right\n\n";
+}
+
+my $readme = text('README.md');
+
+# The rows of the table with this word at the top left, as lists of cells.
+sub rows {
+    my ($body) = $readme =~ /^\| $_[0] \|.*\n\|[-|]+\n((?:\|.*\n)+)/m or die "README.md has no table: $_[0]";
+    return map { [/\|([^|]*)(?=\|)/g] } split /\n/, $body;
+}
+
+sub quoted { return map { /`(\w[\w-]*)`/g } @_ }
+
+my $headers = text(glob('engine/*.h tags/*.h'));
+my @elements = rows('element');
+same('elements', [quoted(map { $_->[0] } @elements)], [$headers =~ / TAG_[A-Z]+\[\] = "(.*)";/g]);
+# Window's "reset" has no effect, so nobody needs to write it.
+same('attributes', [quoted(map { $_->[1] } @elements)],
+    [grep { $_ ne 'reset' } $headers =~ / ATTR_[A-Z]+\[\] = "(.*)";/g]);
+
+my $converter = text('converter/RuvoConverter.h');
+same('functions', [quoted(map { $_->[0] } rows('function'))], [$converter =~ /^RUVO_API short (\w+)/mg]);
+
+my %number = $converter =~ /(RUVO_\w+) = (-?\d+)/g;
+my @texts;
+my $texts = text('tools/StatusText.h');
+while ($texts =~ /\{(RUVO_\w+), "((?:\\.|[^"\\])*)"\}/g) {
+    push @texts, "$number{$1} " . $2 =~ s/\\//gr;
+}
+same('status codes', [map { "@$_" =~ s/^ +| +$|;.*//gr =~ s/ +/ /gr } rows('status')], \@texts);
+
+my $work = tempdir(CLEANUP => 1);
+my $root = abs_path('.');
+my %snippet = $readme =~ /^```(cpp|c|perl)\n(.*?)^```/msg;
+
+# A snippet's includes, and the rest of it within a main function.
+sub program {
+    my ($language, $before, $after) = @_;
+    my ($includes, $rest) = $snippet{$language} =~ /^((?:#include[^\n]*\n)*)(.*)/s;
+    my $name = "$work/" . ($language eq 'c' ? 'c.c' : 'cpp.cpp');
+    open my $out, '>', $name or die "$name: $!";
+    print $out "$includes$before$rest$after";
+    close $out or die;
+    system($language eq 'c' ? qw(cc -std=c11) : qw(c++ -std=c++17), qw(-Wall -Wextra -Werror), "-I$root",
+        $name, '-o', "$work/$language", "-L$build", '-lkestrixdispengine', "-Wl,-rpath,$build") == 0
+        or die "does not compile: the $language of README.md\n";
+}
+
+# The escapes are those of C++, Perl and printf.
+my $document = '<a><clear/><text>caf\303\251 \342\202\254</text></a>';
+program('cpp', <<"BEFORE", <<'AFTER');
+#include <cstdio>
+int main()
+{
+    const std::string document = "$document";
+BEFORE
+    std::fwrite(bytes.data(), 1, bytes.size(), stdout);
+}
+AFTER
+program('c', <<'BEFORE', <<'AFTER');
+#include <stdio.h>
+int main(void)
+{
+    unsigned char text[] = "caf\303\251 \342\202\254", buffer[100];
+    unsigned long text_length = sizeof text - 1;
+BEFORE
+    fwrite(buffer, 1, length, stdout);
+}
+AFTER
+open my $perl, '>', "$work/perl" or die;
+print $perl qq{my \$document = "$document";\n$snippet{perl}print \$bytes;\n};
+close $perl or die;
+
+chdir "$build/profile" or die;
+my $bytes = qx(printf '$document' | ../kestrix-disp render - --raw);
+my $converted = $bytes =~ s/^\x0C\x1F\x72\x00//r;
+for (['cpp', $bytes, "$work/cpp"], ['c', $converted, "$work/c"], ['perl', $bytes, $^X, '-I../perl', "$work/perl"]) {
+    my ($language, $expected, @command) = @$_;
+    open my $run, '-|', @command or die "@command: $!";
+    my $actual = do { local $/; <$run> } // '';
+    next if $actual eq $expected && length $actual > 10;
+    $failed = 1;
+    print STDERR "the $language of README.md gives ", unpack('H*', $actual), ', not ', unpack('H*', $expected), "\n";
+}
+exit $failed;
