@@ -1,5 +1,6 @@
 #!/bin/sh
-# Renders the examples with the default profile of a build, which has a byte for every character.
+# Renders the examples with the default profile of a build, which has a byte for every character, and
+# looks for their pictures in the examples' README.md.
 set -eu
 examples=$(cd "$(dirname "$0")/../../examples" && pwd)
 cd "$1/profile"
@@ -12,5 +13,11 @@ for document in "$examples"/*.xml; do
         status=1
         ;;
     esac
+    picture=pictures/$(basename "$document" .xml).svg
+    if ! grep -qF "($(basename "$document"))" "$examples/README.md" ||
+        ! grep -qF "/$picture)" "$examples/README.md"; then
+        echo "examples/README.md does not show $document" >&2
+        status=1
+    fi
 done
 exit $status
