@@ -2,10 +2,8 @@
 
 #include <cstdio>
 #include <fstream>
-#include <iostream>
-#include <sstream>
+#include <memory>
 #include <stdexcept>
-#include <utility>
 
 namespace {
 
@@ -15,17 +13,21 @@ constexpr std::string_view kStandardStream = "-";
 
 std::string readFile(const std::string& file)
 {
-    std::ifstream stream;
-    if (file != kStandardStream)
-        stream.open(file, std::ios::binary);
-    std::istream& input = file == kStandardStream ? std::cin : stream;
-    std::ostringstream bytes;
+    struct Closer {
+        void operator()(std::FILE* opened) const { std::fclose(opened); }
+    };
+    const bool standard = file == kStandardStream;
+    const std::unique_ptr<std::FILE, Closer> opened(standard ? nullptr
+                                                             : std::fopen(file.c_str(), "rb"));
+    std::FILE* const input = standard ? stdin : opened.get();
+    std::string bytes;
+    char block[64 * 1024];
+    while (const std::size_t count = input ? std::fread(block, 1, sizeof block, input) : 0)
+        bytes.append(block, count);
     // A folder opens, and fails when it is read.
-    if (input && input.peek() != std::istream::traits_type::eof())
-        bytes << input.rdbuf();
-    if (input.bad() || (file != kStandardStream && !stream.is_open()))
+    if (!input || std::ferror(input))
         throw std::runtime_error("cannot read " + file);
-    return std::move(bytes).str();
+    return bytes;
 }
 
 void writeFile(const std::string& file, std::string_view bytes)

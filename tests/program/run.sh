@@ -58,6 +58,9 @@ done
 for command in render explain preview; do
     status 1 "$command" "$work/none"
     status 1 "$command" "$work"
+    if "$program" "$command" - <"$work" >"$work/out" 2>&1; then
+        fail "no status 1 for a folder on the standard input: $command"
+    fi
 done
 for device in none '' "$(printf '%0200d' 0)"; do
     status 1 render "$work/document" --device "$device"
