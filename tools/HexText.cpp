@@ -1,8 +1,11 @@
 #include "HexText.h"
 
+#include <algorithm>
+#include <charconv>
 #include <cstdio>
 #include <optional>
 #include <stdexcept>
+#include <system_error>
 
 namespace {
 
@@ -23,29 +26,17 @@ std::optional<unsigned> digit(char c)
     return std::nullopt;
 }
 
-// Takes the offset off a line of a dump, which is the number of bytes in front of the line, and the
-// characters behind the bytes.
-std::string_view withoutDumpColumns(std::string_view line, std::size_t offset)
+// Appends the bytes of a text of pairs of digits. False when it holds anything but these and
+// blanks.
+bool readPairs(std::string_view text, std::string& bytes)
 {
-    char column[32];
-    const int length = std::snprintf(column, sizeof column, "%08zx  ", offset);
-    if (!line.starts_with(std::string_view(column, static_cast<std::size_t>(length))))
-        return line;
-    return line.substr(static_cast<std::size_t>(length),
-                       line.find('|') - static_cast<std::size_t>(length));
-}
-
-// Appends the bytes of a line. False when it holds anything but pairs of digits and blanks.
-bool readLine(std::string_view line, std::string& bytes)
-{
-    line = withoutDumpColumns(line, bytes.size());
-    for (std::size_t i = 0; i < line.size();) {
-        if (isBlank(line[i])) {
+    for (std::size_t i = 0; i < text.size();) {
+        if (isBlank(text[i])) {
             ++i;
             continue;
         }
-        const auto high = digit(line[i]);
-        const auto low = i + 1 < line.size() ? digit(line[i + 1]) : std::nullopt;
+        const auto high = digit(text[i]);
+        const auto low = i + 1 < text.size() ? digit(text[i + 1]) : std::nullopt;
         if (!high || !low)
             return false;
         bytes += static_cast<char>(*high << 4 | *low);
@@ -54,16 +45,110 @@ bool readLine(std::string_view line, std::string& bytes)
     return true;
 }
 
-// The number of the first line that cannot be read, or 0.
-std::size_t readLines(std::string_view text, std::string& bytes)
+std::string_view trimmed(std::string_view line)
+{
+    while (!line.empty() && isBlank(line.front()))
+        line.remove_prefix(1);
+    while (!line.empty() && isBlank(line.back()))
+        line.remove_suffix(1);
+    return line;
+}
+
+// A dump as hexdump -C, od -t x1 and xxd write it. Its lines are an offset in one radix, bytes and,
+// perhaps, the bytes as characters; "*" for lines that are like the one before; at the end,
+// perhaps, an offset alone. Each offset is the number of the bytes in front of its line.
+class DumpReader {
+public:
+    DumpReader(int radix, std::string& bytes) : m_radix(radix), m_bytes(bytes) {}
+
+    bool read(std::string_view line)
+    {
+        if (line == "*") {
+            m_repeats = true;
+            return true;
+        }
+        std::size_t offset = 0;
+        const char* const end = line.data() + line.size();
+        const auto [behind, error] = std::from_chars(line.data(), end, offset, m_radix);
+        line.remove_prefix(static_cast<std::size_t>(behind - line.data()));
+        const bool colon = line.starts_with(':');  // xxd, which does not frame the characters
+        line.remove_prefix(colon ? 1 : 0);
+        if (error != std::errc() || (!line.empty() && !isBlank(line.front())))
+            return false;
+        if (m_repeats && !repeatUpTo(offset))
+            return false;
+        line = trimmed(line);
+        line = line.substr(0, colon ? line.find("  ") : line.find_first_of("|>"));
+        m_lineStart = m_bytes.size();
+        return offset == m_bytes.size() && (colon || !holdsWords(line)) && readPairs(line, m_bytes);
+    }
+
+private:
+    // Digits of several bytes in one are a number in the byte order of a machine, except by xxd.
+    static bool holdsWords(std::string_view digits)
+    {
+        return digits.size() > 2 && !isBlank(digits[2]);
+    }
+
+    // Appends the last line's bytes again and again.
+    bool repeatUpTo(std::size_t offset)
+    {
+        constexpr std::size_t mostBytes = 64 * 1024 * 1024;  // no device gets that many
+        const std::string row = m_bytes.substr(m_lineStart);
+        if (row.empty() || offset > mostBytes)
+            return false;
+        while (m_bytes.size() < offset)
+            m_bytes += row;
+        m_repeats = false;
+        return true;
+    }
+
+    int m_radix;
+    std::string& m_bytes;
+    std::size_t m_lineStart = 0;  // where the last line's bytes begin
+    bool m_repeats = false;       // a "*" has been read
+};
+
+// The number of the first line that readLine does not read, or 0.
+template <class ReadLine>
+std::size_t findUnreadLine(std::string_view text, ReadLine readLine)
 {
     for (std::size_t number = 1; !text.empty(); ++number) {
         const std::size_t end = text.find('\n');
-        if (!readLine(text.substr(0, end), bytes))
+        const std::string_view line = trimmed(text.substr(0, end));
+        if (!line.empty() && !readLine(line))
             return number;
         text.remove_prefix(end == std::string_view::npos ? text.size() : end + 1);
     }
     return 0;
+}
+
+// Whether the text begins with the offset of a dump's first line.
+bool isDump(std::string_view text)
+{
+    constexpr std::size_t leastDigits = 6;
+    text.remove_prefix(std::min(text.find_first_not_of(" \t\r\n"), text.size()));
+    const std::size_t digits = text.find_first_not_of('0');
+    return digits >= leastDigits && digits < text.size() &&
+           (text[digits] == ':' || text[digits] == ' ' || text[digits] == '\t');
+}
+
+// The number of the first line that cannot be read, or 0.
+std::size_t readHexText(std::string_view text, std::string& bytes)
+{
+    if (!isDump(text))
+        return findUnreadLine(text, [&](std::string_view line) { return readPairs(line, bytes); });
+    std::size_t unread = 0;
+    for (const int radix : {16, 8, 10}) {
+        bytes.clear();
+        DumpReader reader(radix, bytes);
+        const std::size_t number =
+            findUnreadLine(text, [&](std::string_view line) { return reader.read(line); });
+        if (number == 0)
+            return 0;
+        unread = std::max(unread, number);
+    }
+    return unread;
 }
 
 }  // namespace
@@ -93,13 +178,13 @@ std::string hexDump(std::string_view bytes)
 bool isHexText(std::string_view text)
 {
     std::string bytes;
-    return readLines(text, bytes) == 0 && !bytes.empty();
+    return readHexText(text, bytes) == 0 && !bytes.empty();
 }
 
 std::string bytesOfHexText(std::string_view text)
 {
     std::string bytes;
-    if (const std::size_t number = readLines(text, bytes))
+    if (const std::size_t number = readHexText(text, bytes))
         throw std::runtime_error("line " + std::to_string(number) + " is no hexadecimal text");
     return bytes;
 }

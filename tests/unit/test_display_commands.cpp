@@ -304,4 +304,39 @@ TEST(HexText, ReadsWhatItWritesAndPlainPairs)
         EXPECT_FALSE(isHexText(text)) << text;
 }
 
+// catches: an offset or a character taken for bytes, a repeated line lost, one radix only
+TEST(HexText, ReadsDumpsOfOtherPrograms)
+{
+    const std::string stream = "\fab" + std::string(48, ' ') + "1f";
+    const char* const dumps[] = {
+        // hexdump -C, indented and with CR LF
+        "  00000000  0c 61 62 20 20 20 20 20  20 20 20 20 20 20 20 20  |.ab             |\r\n"
+        "  00000010  20 20 20 20 20 20 20 20  20 20 20 20 20 20 20 20  |                |\r\n"
+        "  *\r\n"
+        "  00000030  20 20 20 31 66                                    |   1f|\r\n"
+        "  00000035\r\n",
+        // xxd
+        "00000000: 0c61 6220 2020 2020 2020 2020 2020 2020  .ab             \n"
+        "00000010: 2020 2020 2020 2020 2020 2020 2020 2020                  \n"
+        "00000020: 2020 2020 2020 2020 2020 2020 2020 2020                  \n"
+        "00000030: 2020 2031 66                                1f\n",
+        // od -t x1, od -A d -t x1z, od -A x -t x1
+        "0000000 0c 61 62 20 20 20 20 20 20 20 20 20 20 20 20 20\n"
+        "0000020 20 20 20 20 20 20 20 20 20 20 20 20 20 20 20 20\n*\n"
+        "0000060 20 20 20 31 66\n0000065\n",
+        "0000000 0c 61 62 20 20 20 20 20 20 20 20 20 20 20 20 20  >.ab             <\n"
+        "0000016 20 20 20 20 20 20 20 20 20 20 20 20 20 20 20 20  >                <\n*\n"
+        "0000048 20 20 20 31 66                                   >   1f<\n0000053\n",
+        "000000 0c 61 62 20 20 20 20 20 20 20 20 20 20 20 20 20\n"
+        "000010 20 20 20 20 20 20 20 20 20 20 20 20 20 20 20 20\n*\n"
+        "000030 20 20 20 31 66\n000035\n",
+    };
+    for (const char* const dump : dumps)
+        EXPECT_TRUE(sameBytes(stream, bytesOfHexText(dump))) << dump;
+    for (const char* const dump :
+         {"00000000  1B 40\n00000003  0C\n", "00000000  1B 4\n", "0000000 401b 000c\n",
+          "*\n00000010  0C\n", "00000000 0C\n*\nFFFFFFFFFFFFFFFF\n"})
+        EXPECT_FALSE(isHexText(dump)) << dump;
+}
+
 }  // namespace
