@@ -6,6 +6,10 @@
 #include <cerrno>
 #include <cstring>
 
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
 namespace ruvo {
 
 namespace {
@@ -14,13 +18,21 @@ constexpr std::size_t kBufferSize = 64 * 1024;
 
 }  // namespace
 
+void LineReader::closeFile()
+{
+    if (m_file >= 0)
+        close(m_file);
+}
+
 short LineReader::open(const std::string& path, short missingStatus)
 {
-    m_file.reset(std::fopen(path.c_str(), "r"));
-    if (!m_file)
+    closeFile();
+    // A pipe that nobody writes to does not hold the open up.
+    m_file = ::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK);
+    if (m_file < 0)
         return errno == ENOENT ? missingStatus : short{RUVO_FILE_NOT_OPENED};
-    // The reader has a buffer of its own.
-    std::setvbuf(m_file.get(), nullptr, _IONBF, 0);
+    struct stat properties;
+    m_hasLines = fstat(m_file, &properties) == 0 && S_ISREG(properties.st_mode);
     if (!m_buffer)
         m_buffer = std::make_unique_for_overwrite<char[]>(kBufferSize);
     m_begin = m_end = 0;
@@ -67,9 +79,13 @@ bool LineReader::refill()
     std::memmove(m_buffer.get(), m_buffer.get() + m_begin, m_end - m_begin);
     m_end -= m_begin;
     m_begin = 0;
-    const std::size_t count =
-        std::fread(m_buffer.get() + m_end, 1, kBufferSize - m_end, m_file.get());
-    m_end += count;
+    ssize_t count = 0;
+    if (m_hasLines) {
+        do
+            count = read(m_file, m_buffer.get() + m_end, kBufferSize - m_end);
+        while (count < 0 && errno == EINTR);
+    }
+    m_end += static_cast<std::size_t>(std::max(count, ssize_t{0}));
     m_holdsNul = std::memchr(m_buffer.get(), '\0', m_end) != nullptr;
     return count > 0;
 }

@@ -2,7 +2,6 @@
 #pragma once
 
 #include <cstddef>
-#include <cstdio>
 #include <memory>
 #include <string>
 #include <string_view>
@@ -14,6 +13,11 @@ inline constexpr std::size_t kMaxLineLength = 1023;
 
 class LineReader {
 public:
+    LineReader() = default;
+    LineReader(const LineReader&) = delete;
+    LineReader& operator=(const LineReader&) = delete;
+    ~LineReader() { closeFile(); }
+
     // Opens `path`. Returns 0, `missingStatus` when there is no such file, or -30 when it cannot be
     // opened for another reason. A directory opens and has no lines.
     short open(const std::string& path, short missingStatus);
@@ -29,14 +33,12 @@ public:
     bool continues() const { return m_continues; }
 
 private:
-    struct FileCloser {
-        void operator()(std::FILE* file) const { std::fclose(file); }
-    };
-
+    void closeFile();
     std::size_t lineLength() const;
     bool refill();
 
-    std::unique_ptr<std::FILE, FileCloser> m_file;
+    int m_file = -1;  // a descriptor; below 0 without a file
+    bool m_hasLines = false;
     std::unique_ptr<char[]> m_buffer;
     std::size_t m_begin = 0;
     std::size_t m_end = 0;

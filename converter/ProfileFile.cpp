@@ -42,8 +42,8 @@ short ProfileFile::open(const std::string& path, short missingStatus, short inva
         if (status != RUVO_OK) {
             const std::string reason = std::generic_category().message(error);
             m_listener->fault({path, 0}, "cannot be opened: " + reason, status);
-        } else if (std::filesystem::is_directory(path, ignored)) {
-            m_listener->remark({path, 0}, "is a directory, which reads as an empty file");
+        } else if (!std::filesystem::is_regular_file(path, ignored)) {
+            m_listener->remark({path, 0}, "is no regular file and reads as an empty one");
         }
     }
     return status;

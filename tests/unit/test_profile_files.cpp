@@ -22,6 +22,8 @@
 #include <utility>
 #include <vector>
 
+#include <sys/stat.h>
+
 namespace {
 
 namespace fs = std::filesystem;
@@ -115,11 +117,11 @@ TEST_F(ProfileFiles, EveryHeaderAndEveryKeyIsNeeded)
     }
 }
 
-TEST_F(ProfileFiles, AFileMissingADirectoryOrUnreadable)
+TEST_F(ProfileFiles, AFileMissingNotRegularOrUnreadable)
 {
     struct Row {
         const char* name;
-        int missing, directory, unreadable;
+        int missing, empty, unreadable;
     };
     for (const Row& row : {Row{"HalvoSet.txt", -100, -110, -30}, Row{"DEVICE", -200, -210, -30},
                            Row{"one.txt", -300, 0, -30}, Row{"two.txt", -300, 0, -30},
@@ -131,7 +133,13 @@ TEST_F(ProfileFiles, AFileMissingADirectoryOrUnreadable)
         fs::remove(row.name);
         EXPECT_EQ(row.missing, open());
         fs::create_directory(row.name);
-        EXPECT_EQ(row.directory, open());
+        EXPECT_EQ(row.empty, open());
+        fs::remove(row.name);
+        ASSERT_EQ(0, mkfifo(row.name, 0600));
+        EXPECT_EQ(row.empty, open()) << "a pipe";
+        fs::remove(row.name);
+        fs::create_symlink("/dev/zero", row.name);
+        EXPECT_EQ(row.empty, open()) << "an endless file";
         fs::remove(row.name);
         fs::create_symlink(row.name, row.name);  // a circle: not even root can open it
         EXPECT_EQ(row.unreadable, open());
