@@ -15,8 +15,8 @@ Command explainCommand(CLI::App& program)
         "explain", "Says what a command stream does, one line for each command and text");
     input->addTo(*arguments);
     return {arguments, [input] {
-                const std::string stream = input->readStream();
-                writeFile("-", explainStream(byteSpan(stream), input->readTables()));
-                return kDone;
+                const CommandBytes stream = input->readStream();
+                writeFile("-", explainStream(byteSpan(stream.bytes), input->readTables()));
+                return stream.whole ? kDone : kWrongInput;
             }};
 }

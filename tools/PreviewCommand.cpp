@@ -58,10 +58,10 @@ std::string checkTime(const std::string& time)
 
 int preview(const Options& options)
 {
-    const std::string stream = options.input.readStream();
+    const CommandBytes stream = options.input.readStream();
     const ProfileTables tables = options.input.readTables();
     VirtualDisplay display(tables, options.size, options.origin);
-    display.run(byteSpan(stream));
+    display.run(byteSpan(stream.bytes));
     if (const std::size_t count = display.ignored().size(); count != 0)
         std::cerr << "kestrix-disp: without effect on this display: " << count
                   << (count == 1 ? " command" : " commands") << ", the first at offset " << std::hex
@@ -76,7 +76,7 @@ int preview(const Options& options)
         const bool sgr = options.sgr || isatty(STDOUT_FILENO) != 0;
         writeFile("-", drawText(screen, sgr ? Highlight::sgr : Highlight::none, options.origin));
     }
-    return kDone;
+    return stream.whole ? kDone : kWrongInput;
 }
 
 }  // namespace

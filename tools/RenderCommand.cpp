@@ -22,11 +22,11 @@ struct Options {
 
 int render(const Options& options)
 {
-    const std::string bytes = renderDocument(readFile(options.document), options.profile);
+    const CommandBytes commands = renderDocument(readFile(options.document), options.profile);
     const bool toTerminal = options.output == "-" && isatty(STDOUT_FILENO) != 0;
     const bool hex = options.hex || (toTerminal && !options.raw);
-    writeFile(options.output, hex ? hexDump(bytes) : bytes);
-    return kDone;
+    writeFile(options.output, hex ? hexDump(commands.bytes) : commands.bytes);
+    return commands.whole ? kDone : kWrongInput;
 }
 
 }  // namespace

@@ -5,7 +5,41 @@
 
 #include <CLI/CLI.hpp>
 
+#include <libxml/xmlerror.h>
+
+#include <iostream>
 #include <stdexcept>
+#include <string_view>
+#include <utility>
+
+namespace {
+
+// Hears what the XML reader says, which parse keeps to itself.
+class XmlErrors {
+public:
+    XmlErrors() { xmlSetStructuredErrorFunc(this, hear); }
+    ~XmlErrors() { xmlSetStructuredErrorFunc(nullptr, nullptr); }
+    XmlErrors(const XmlErrors&) = delete;
+    XmlErrors& operator=(const XmlErrors&) = delete;
+
+    // The reader could not go on.
+    bool ended() const { return m_ended; }
+
+private:
+    static void hear(void* errors, xmlErrorPtr error)
+    {
+        const bool fatal = error->level == XML_ERR_FATAL;
+        std::string_view message = error->message ? error->message : "XML error";
+        message = message.substr(0, message.find_last_not_of('\n') + 1);
+        std::cerr << "kestrix-disp: line " << error->line << ": " << message
+                  << (fatal ? "; the document ends there\n" : "\n");
+        static_cast<XmlErrors*>(errors)->m_ended |= fatal;
+    }
+
+    bool m_ended = false;
+};
+
+}  // namespace
 
 void ProfileOptions::addTo(CLI::App& arguments)
 {
@@ -26,12 +60,13 @@ std::string openFailure(const ProfileOptions& profile, short status)
            "\": status " + std::to_string(status) + ", " + std::string(statusText(status));
 }
 
-std::string renderDocument(const std::string& document, const ProfileOptions& profile)
+CommandBytes renderDocument(const std::string& document, const ProfileOptions& profile)
 {
     KestrixDispEngine engine;
+    const XmlErrors errors;
     std::string bytes = engine.parse(document, profile.device, profile.setting);
     const short status = KestrixDispEngine::getUCHandle();
     if (status < 0)
         throw std::runtime_error(openFailure(profile, status));
-    return bytes;
+    return {std::move(bytes), !errors.ended()};
 }

@@ -18,5 +18,12 @@ struct ProfileOptions {
 // The message for a profile that cannot be opened, with a status of enum RuvoStatus.
 std::string openFailure(const ProfileOptions& profile, short status);
 
-// The display commands of a document. Throws std::runtime_error when the profile cannot be opened.
-std::string renderDocument(const std::string& document, const ProfileOptions& profile);
+// Display commands.
+struct CommandBytes {
+    std::string bytes;
+    bool whole = true;  // or those of the part of a document in front of its damage
+};
+
+// The display commands of a document. Tells on the standard error what the XML reader finds wrong.
+// Throws std::runtime_error when the profile cannot be opened.
+CommandBytes renderDocument(const std::string& document, const ProfileOptions& profile);

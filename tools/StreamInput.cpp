@@ -8,6 +8,7 @@
 #include <exception>
 #include <iostream>
 #include <string_view>
+#include <utility>
 
 namespace {
 
@@ -41,15 +42,15 @@ void StreamInput::addTo(CLI::App& arguments)
     profile.addTo(arguments);
 }
 
-std::string StreamInput::readStream() const
+CommandBytes StreamInput::readStream() const
 {
     std::string bytes = readFile(file);
     const bool detect = !document && !hex && !raw;
     if (document || (detect && isDocument(bytes)))
         return renderDocument(bytes, profile);
     if (hex || (detect && isHexText(bytes)))
-        return bytesOfHexText(bytes);
-    return bytes;
+        return {bytesOfHexText(bytes)};
+    return {std::move(bytes)};
 }
 
 ProfileTables StreamInput::readTables() const

@@ -18,7 +18,7 @@ struct StreamInput {
     void addTo(CLI::App& arguments);
 
     // Reads the file, and renders it if it is a document. Throws std::runtime_error.
-    std::string readStream() const;
+    CommandBytes readStream() const;
 
     // The profile's tables, or those of no profile with a note on the standard error.
     ProfileTables readTables() const;

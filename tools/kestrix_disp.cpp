@@ -5,16 +5,14 @@
 
 #include <exception>
 #include <iostream>
+#include <new>
+#include <stdexcept>
 #include <vector>
 
 namespace {
 
 constexpr Command (*kCommands[])(CLI::App&) = {
-    renderCommand,
-    explainCommand,
-    previewCommand,
-    whichCommand,
-    checkCommand,
+    renderCommand, explainCommand, previewCommand, whichCommand, checkCommand,
 };
 
 int run(int argc, char** argv)
@@ -27,7 +25,10 @@ int run(int argc, char** argv)
     try {
         program.parse(argc, argv);
     } catch (const CLI::ParseError& error) {
-        return program.exit(error) == 0 ? kDone : kUsage;  // 0: help was asked for
+        const int status = program.exit(error);
+        if (!std::cout.flush())
+            throw std::runtime_error("cannot write the output");
+        return status == 0 ? kDone : kUsage;  // 0: help was asked for
     }
     for (const Command& command : commands) {
         if (command.arguments->parsed())
@@ -42,6 +43,9 @@ int main(int argc, char** argv)
 {
     try {
         return run(argc, argv);
+    } catch (const std::bad_alloc&) {
+        std::cerr << "kestrix-disp: memory is exhausted\n";
+        return kWrongInput;
     } catch (const std::exception& error) {
         std::cerr << "kestrix-disp: " << error.what() << "\n";
         return kWrongInput;

@@ -86,6 +86,23 @@ done
 grep -q '<desc id="s">a</desc>' "$work/svg" || fail "no text in the SVG picture"
 head -c 4 "$work/png" | grep -q PNG || fail "no PNG picture"
 
+# A damaged document: what the library makes of it, where it is damaged, and status 1. A namespace
+# without declaration is no damage.
+printf '<any><clear/>\n<text>a</text>\n%0999d</wrong>' 0 >"$work/damaged"
+for command in render explain preview; do
+    if "$program" "$command" "$work/damaged" >"$work/out" 2>"$work/err"; then
+        fail "status 0 for a damaged document: $command"
+    fi
+    [ -s "$work/out" ] || fail "nothing of a damaged document: $command"
+    grep -q 'line 3: Opening and ending tag mismatch' "$work/err" || fail "no line: $command"
+done
+printf '<any a:b="c"/>' | "$program" render - 2>"$work/err" || fail "status for a namespace"
+[ -s "$work/err" ] || fail "no message for a namespace"
+
+if "$program" --help >/dev/full 2>"$work/err"; then
+    fail "status 0 for a help that cannot be written"
+fi
+
 # What check finds is its output. A relative path of the profile starts at the profile where the
 # current folder has no such device.
 status 0 check .

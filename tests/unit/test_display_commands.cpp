@@ -268,7 +268,7 @@ TEST_F(DisplayCommands, ExplanationGivesTheTextOfADocumentBack)
                     text + "</marquee>";
         expected += text + "|" + text + "|";
     }
-    const std::string stream = renderDocument(document + "</ovix-display>", profile);
+    const std::string stream = renderDocument(document + "</ovix-display>", profile).bytes;
 
     std::string text;
     for (const std::string& line : linesOf(explained(stream))) {
