@@ -2,11 +2,6 @@
 
 namespace {
 
-bool isText(std::uint8_t byte)
-{
-    return byte >= 0x20;
-}
-
 unsigned littleEndian16(ByteSpan bytes)
 {
     return bytes[0] | unsigned{bytes[1]} << 8;

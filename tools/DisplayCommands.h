@@ -58,6 +58,12 @@ struct DisplayCommand {
     constexpr std::size_t prefixSize() const { return prefix[1] == 0 ? 1 : 2; }
 };
 
+// Bytes that are characters. All commands begin with one that is not.
+constexpr bool isText(std::uint8_t byte)
+{
+    return byte >= 0x20;
+}
+
 inline constexpr DisplayCommand kDisplayCommands[] = {
     {Action::clear, {TagParser::CLR}, {}, "clear the window, cursor to its top left"},
     {Action::reset, {TagParser::ESC, '@'}, {}, "reset the display"},

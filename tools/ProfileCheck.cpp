@@ -1,5 +1,6 @@
 #include "ProfileCheck.h"
 
+#include "DisplayCommands.h"
 #include "FindingList.h"
 #include "converter/CharacterFiles.h"
 #include "converter/ProfileFile.h"
@@ -87,10 +88,14 @@ private:
     void findDeviceInfo();
     void checkSettings();
     void checkDeviceInfo();
+    template <class Value>
+    void warnOfEqualTables(const std::string& key, Value ruvo::TableEntry::*value,
+                           const std::string& what, const std::string& consequence);
     void keepNamedFiles();
     void checkCharacterFiles(bool deviceIsValid);
     void checkTables();
     void checkSets();
+    void checkBytes(TableFileKind kind);
     bool checkDatabase();
     void countCharacters();
 
@@ -149,6 +154,8 @@ void Checker::checkCharacterFiles(bool deviceIsValid)
                           " decompositions: the last ones are not used");
     checkTables();
     checkSets();
+    checkBytes(TableFileKind::translation);
+    checkBytes(TableFileKind::internalSet);
     countCharacters();
 }
 
@@ -199,17 +206,31 @@ void Checker::checkDeviceInfo()
         m_list.remark(m_list.placeOf("GeneralCategorySize"),
                       "\"GeneralCategorySize\" is 1, too short for Mn, Mc and Me: no character "
                       "counts as a combining mark");
-    std::map<int, std::size_t> tableOfParam;
+    if (m_settings.ucDecompositionMappingSize < 2)
+        m_list.remark(m_list.placeOf("DecompositionMappingSize"),
+                      "\"DecompositionMappingSize\" is " +
+                          std::to_string(m_settings.ucDecompositionMappingSize) +
+                          ": a letter and a mark are never composed");
+    warnOfEqualTables("TableCommandParam", &ruvo::TableEntry::ucTableCommandParam,
+                      "the command parameter",
+                      "one command selects both, and only the code page of the last one can be a "
+                      "target");
+    warnOfEqualTables("CodePage", &ruvo::TableEntry::sCodePage, "the code page",
+                      "as a target, it is the one with the lower command parameter");
+}
+
+// Of tables that have a key's value in common.
+template <class Value>
+void Checker::warnOfEqualTables(const std::string& key, Value ruvo::TableEntry::*value,
+                                const std::string& what, const std::string& consequence)
+{
+    std::map<int, std::size_t> tableOf;
     for (std::size_t i = 0; i < static_cast<std::size_t>(m_settings.sMappingTableNumber); ++i) {
-        const int param = m_deviceInfo.astTable[i].ucTableCommandParam;
-        const auto [first, isNew] = tableOfParam.emplace(param, i);
+        const auto [first, isNew] = tableOf.emplace(m_deviceInfo.astTable[i].*value, i);
         if (!isNew)
-            m_list.remark(m_list.placeOf("TableCommandParam", i),
-                          "[Table" + std::to_string(i + 1) +
-                              "] has the command parameter of [Table" +
-                              std::to_string(first->second + 1) +
-                              "]: one command selects both, and only the code page of the last one "
-                              "can be a target");
+            m_list.remark(m_list.placeOf(key, i),
+                          "[Table" + std::to_string(i + 1) + "] has " + what + " of [Table" +
+                              std::to_string(first->second + 1) + "]: " + consequence);
     }
 }
 
@@ -287,6 +308,19 @@ void Checker::checkSets()
     unlisted.tell(m_list);
     unused.tell(m_list);
     shadowing.tell(m_list);
+}
+
+void Checker::checkBytes(TableFileKind kind)
+{
+    EntryWarnings commands;
+    for (const PlacedEntry& placed : m_list.entries(kind)) {
+        const ruvo::MapEntry& entry = placed.entry;
+        if (entry.ulCodePoint != ruvo::kNoCharacter && !isText(entry.ucCode))
+            commands.add(placed.place, characterName(entry.ulCodePoint) + " has the byte " +
+                                           byteName(entry.ucCode) +
+                                           ", with which commands begin: a text could send one");
+    }
+    commands.tell(m_list);
 }
 
 // False when there is none to check.
