@@ -23,7 +23,7 @@ sub same {
     my ($left, $right) = map { my %set = map { $_ => 1 } @$_; join "\n", sort keys %set } $actual, $expected;
     return if $left eq $right && @$expected > 5;
     $failed = 1;
-    print STDERR "$what in README.md:\n$left\nand in the code:\n$right\n\n";
+    print STDERR "$what in the reference:\n$left\nand in the code:\n$right\n\n";
 }
 
 my $readme = text('README.md');
@@ -53,6 +53,10 @@ while ($texts =~ /\{(RUVO_\w+), "((?:\\.|[^"\\])*)"\}/g) {
     push @texts, "$number{$1} " . $2 =~ s/\\//gr;
 }
 same('status codes', [map { "@$_" =~ s/^ +| +$|;.*//gr =~ s/ +/ /gr } rows('status')], \@texts);
+
+my ($pod) = text('binding/KestrixDispEngine.pm') =~ /^__END__(.*)/ms;
+same('status codes, as in the manual of the Perl module,',
+    [map { /-\d+/g } $pod =~ /^    (-\d+(?:, -\d+)*) {3}/mg], [grep { $_ < 0 } values %number]);
 
 my $work = tempdir(CLEANUP => 1);
 my $root = abs_path('.');
