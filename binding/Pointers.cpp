@@ -53,6 +53,9 @@ SV* wrapOwned(pTHX_ KestrixDispEngine* engine)
 
 void disown(pTHX_ SV* inner)
 {
-    sv_setiv(SvRV(inner), 0);
+    // Setting a read-only scalar would croak; what it holds is the address of no living engine.
+    if (!SvREADONLY(SvRV(inner))) {
+        sv_setiv(SvRV(inner), 0);
+    }
     (void)hv_delete_ent(owners(aTHX), inner, G_DISCARD, 0);
 }

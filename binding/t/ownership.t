@@ -42,6 +42,10 @@ my %ends = (
     'the last reference goes'        => sub { undef $_[0] },
     'delete'                         => sub { call('delete_KestrixDispEngine', $_[0]) },
     'delete by the inner pointer'    => sub { call('delete_KestrixDispEngine', tied %{$_[0]}) },
+    'delete by a read-only pointer'  => sub {
+        Internals::SvREADONLY(${tied %{$_[0]}}, 1);
+        call('delete_KestrixDispEngine', $_[0]);
+    },
     'DESTROY'                        => sub { $_[0]->DESTROY },
     'DESTROY of the inner pointer'   => sub { (tied %{$_[0]})->DESTROY },
     'untie'                          => sub { undef $_[1]; untie %{$_[0]} },
