@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <array>
+#include <cerrno>
 #include <charconv>
 #include <chrono>
 #include <cstring>
@@ -312,8 +313,11 @@ bool rotate(LogContext& log)
         std::fclose(old);
         std::remove(backup.text());
     }
-    return std::fclose(log.pLogFile.release()) == 0 &&
-           std::rename(live.text(), backup.text()) == 0 && openForAppending(log);
+    if (std::fclose(log.pLogFile.release()) != 0)
+        return false;
+    // Somebody may have taken the live file away already.
+    const bool moved = std::rename(live.text(), backup.text()) == 0 || errno == ENOENT;
+    return moved && openForAppending(log);
 }
 
 // Other handles may write to the same file, so its size is asked for each time.
