@@ -150,19 +150,25 @@ public:
 private:
     std::string outcome(const Cluster& cluster, const SentCode& code) const
     {
-        const auto shown =
-            m_tables.character({code.table, code.set.value_or(m_tables.powerOn().set)}, code.byte);
+        const CodeState state{code.table, code.set.value_or(m_tables.powerOn().set)};
+        const auto shown = m_tables.character(state, code.byte);
         char place[16];
         std::snprintf(place, sizeof place, "%02X in ", unsigned{code.byte});
         const std::string where = place + (code.set ? "set " + m_tables.setName(*code.set)
                                                     : "table " + m_tables.tableName(code.table));
-        if (cluster.size() == 1 && shown == cluster.front().codePoint)
-            return where;
+        const std::optional<char32_t> sent = cluster.front().codePoint;
+        if (cluster.size() == 1 && sent && m_tables.has(state, code.byte, *sent))
+            return where + (shown == sent ? "" : ", where it is also " + named(*shown));
         const bool missing = !code.set && code.byte == m_tables.missingCharacter();
         if (missing || !shown)
             return "missing character, " + where;
-        return (cluster.size() > 1 ? "composed to " : "spacing form ") + codePointText(*shown) +
-               " " + characterName(*shown) + ", " + where;
+        return (cluster.size() > 1 ? "composed to " : "spacing form ") + named(*shown) + ", " +
+               where;
+    }
+
+    static std::string named(char32_t character)
+    {
+        return codePointText(character) + " " + characterName(character);
     }
 
     const ProfileTables& m_tables;

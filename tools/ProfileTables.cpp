@@ -5,9 +5,9 @@
 #include "converter/SettingsFiles.h"
 #include "converter/TableFiles.h"
 
+#include <algorithm>
 #include <memory>
 #include <stdexcept>
-#include <vector>
 
 namespace {
 
@@ -17,7 +17,7 @@ void check(short status, const ProfileOptions& profile)
         throw std::runtime_error(openFailure(profile, status));
 }
 
-// Of several files with one parameter, and several lines of one byte, the first one counts.
+// Of several files with one parameter the first name counts.
 template <class File>
 void enter(const std::vector<ruvo::MapEntry>& entries, const std::string& name,
            std::map<unsigned, File>& files)
@@ -26,9 +26,8 @@ void enter(const std::vector<ruvo::MapEntry>& entries, const std::string& name,
         File& file = files[entry.ucParam];
         if (file.name.empty())
             file.name = name;
-        auto& character = file.characters[entry.ucCode];
-        if (!character && entry.ulCodePoint != ruvo::kNoCharacter)
-            character = entry.ulCodePoint;
+        if (entry.ulCodePoint != ruvo::kNoCharacter)
+            file.characters[entry.ucCode].push_back(entry.ulCodePoint);
     }
 }
 
@@ -73,13 +72,28 @@ std::optional<char32_t> ProfileTables::character(CodeState state, std::uint8_t b
 {
     if (!m_read)
         return byte >= 0x20 && byte < 0x7F ? std::optional<char32_t>(byte) : std::nullopt;
+    const std::vector<char32_t>* const characters = find(state, byte);
+    return characters ? std::optional(characters->front()) : std::nullopt;
+}
+
+bool ProfileTables::has(CodeState state, std::uint8_t byte, char32_t character) const
+{
+    const std::vector<char32_t>* const characters = find(state, byte);
+    return characters && std::ranges::find(*characters, character) != characters->end();
+}
+
+const std::vector<char32_t>* ProfileTables::find(CodeState state, std::uint8_t byte) const
+{
+    const auto at = [byte](const auto& files, unsigned parameter) -> const std::vector<char32_t>* {
+        const auto file = files.find(parameter);
+        const bool none = file == files.end() || file->second.characters[byte].empty();
+        return none ? nullptr : &file->second.characters[byte];
+    };
     if (state.set != m_defaultSet) {
-        const auto set = m_sets.find(state.set);
-        if (set != m_sets.end() && set->second.characters[byte])
-            return set->second.characters[byte];
+        if (const auto* const characters = at(m_sets, state.set))
+            return characters;
     }
-    const auto table = m_tables.find(state.table);
-    return table == m_tables.end() ? std::nullopt : table->second.characters[byte];
+    return at(m_tables, state.table);
 }
 
 std::string ProfileTables::tableName(unsigned table) const

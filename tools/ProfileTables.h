@@ -6,6 +6,7 @@
 #include <map>
 #include <optional>
 #include <string>
+#include <vector>
 
 struct ProfileOptions;
 
@@ -27,8 +28,12 @@ public:
     CodeState powerOn() const { return {0, m_defaultSet}; }
 
     // The character that the display shows for a byte: that of the set, where the set has one, or
-    // that of the table. Nothing where the profile knows none.
+    // that of the table; of several at one byte the first. Nothing where the profile knows none.
     std::optional<char32_t> character(CodeState state, std::uint8_t byte) const;
+
+    // Whether the table in force, or the set that covers it, has the character at the byte. It may
+    // have others there, too.
+    bool has(CodeState state, std::uint8_t byte, char32_t character) const;
 
     // "17 (code page 866)", "8 (japan.txt)", "0 (default)"; the number alone where the profile has
     // no such table or set.
@@ -40,8 +45,11 @@ public:
 private:
     struct CodeFile {
         std::string name;
-        std::array<std::optional<char32_t>, 256> characters{};
+        std::array<std::vector<char32_t>, 256> characters;  // of each byte
     };
+
+    // What stands at a byte; null without anything.
+    const std::vector<char32_t>* find(CodeState state, std::uint8_t byte) const;
 
     // By command parameter.
     std::map<unsigned, CodeFile> m_tables;
