@@ -41,9 +41,9 @@ short ProfileFile::open(const std::string& path, short missingStatus, short inva
         std::error_code ignored;
         if (status != RUVO_OK) {
             const std::string reason = std::generic_category().message(error);
-            m_listener->fault({path, 0}, "cannot be opened: " + reason, status);
+            m_listener->noLines(path, "cannot be opened: " + reason, status);
         } else if (!std::filesystem::is_regular_file(path, ignored)) {
-            m_listener->remark({path, 0}, "is no regular file and reads as an empty one");
+            m_listener->noLines(path, "is no regular file and reads as an empty one", RUVO_OK);
         }
     }
     return status;

@@ -24,6 +24,10 @@ public:
     // A broken rule, in words, and the status of an open that meets it.
     virtual void fault(const ProfilePlace& place, const std::string& rule, short status) = 0;
 
+    // A file without lines: it cannot be opened, with the status of the open, or it is no regular
+    // file, with status 0.
+    virtual void noLines(const std::string& path, const std::string& words, short status) = 0;
+
     // What an open accepts, but hardly anybody means.
     virtual void remark(const ProfilePlace& place, const std::string& words) = 0;
 

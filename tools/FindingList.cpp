@@ -1,7 +1,8 @@
 #include "FindingList.h"
 
 #include <algorithm>
-#include <tuple>
+#include <filesystem>
+#include <utility>
 
 namespace {
 
@@ -10,9 +11,24 @@ constexpr std::size_t kMaxFindings = 20;
 
 }  // namespace
 
+std::string shownPath(const std::string& path)
+{
+    return std::filesystem::path(path).lexically_normal().string();
+}
+
 void FindingList::fault(const ruvo::ProfilePlace& place, const std::string& rule, short status)
 {
     add(Finding::Kind::error, place, rule, status);
+}
+
+void FindingList::noLines(const std::string& path, const std::string& words, short status)
+{
+    const Finding::Kind kind = status == 0 ? Finding::Kind::warning : Finding::Kind::error;
+    const auto named = m_namedAt.find(path);
+    if (named == m_namedAt.end())
+        add(kind, {path, 0}, words, status);
+    else
+        add(kind, named->second, '"' + shownPath(path) + "\" " + words, status);
 }
 
 void FindingList::remark(const ruvo::ProfilePlace& place, const std::string& words)
@@ -67,7 +83,7 @@ std::vector<Finding> FindingList::take()
                      " up to this line");
     }
     std::ranges::stable_sort(m_findings, {}, [&](const Finding& finding) {
-        return std::tuple(m_files[finding.place.path], finding.place.line, finding.kind);
+        return std::pair(m_files[finding.place.path], finding.place.line);
     });
     return std::move(m_findings);
 }

@@ -13,6 +13,9 @@
 #include <utility>
 #include <vector>
 
+// Without needless "." and "..".
+std::string shownPath(const std::string& path);
+
 // A line of a table or set file.
 struct PlacedEntry {
     ruvo::ProfilePlace place;
@@ -22,11 +25,19 @@ struct PlacedEntry {
 class FindingList : public ruvo::ProfileListener {
 public:
     void fault(const ruvo::ProfilePlace& place, const std::string& rule, short status) override;
+    void noLines(const std::string& path, const std::string& words, short status) override;
     void remark(const ruvo::ProfilePlace& place, const std::string& words) override;
     void valueRead(const ruvo::ProfilePlace& place, std::string_view key,
                    std::size_t index) override;
     void entryRead(const ruvo::ProfilePlace& place, ruvo::TableFileKind kind,
                    const ruvo::MapEntry& entry) override;
+
+    // A file without lines is told of at the place that names it.
+    void nameFile(const std::string& path, const ruvo::ProfilePlace& place)
+    {
+        if (place.line > 0)
+            m_namedAt.emplace(path, place);
+    }
 
     void note(const ruvo::ProfilePlace& place, const std::string& words);
 
@@ -54,6 +65,7 @@ private:
              short status);
 
     std::vector<Finding> m_findings;
+    std::map<std::string, ruvo::ProfilePlace> m_namedAt;
     std::set<std::tuple<std::string, std::size_t, std::string>> m_kept;  // path, line, words
     std::map<std::string, std::size_t> m_files;  // number of each path in the order of reading
     std::map<std::pair<std::string, Finding::Kind>, Count> m_counts;

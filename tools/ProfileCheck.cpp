@@ -1,6 +1,6 @@
 #include "ProfileCheck.h"
 
-#include "DisplayCommands.h"
+#include "CharacterCheck.h"
 #include "FindingList.h"
 #include "converter/CharacterFiles.h"
 #include "converter/ProfileFile.h"
@@ -9,70 +9,15 @@
 #include "converter/UnicodeData.h"
 
 #include <algorithm>
-#include <charconv>
-#include <cstdio>
 #include <filesystem>
 #include <map>
 #include <memory>
-#include <set>
-#include <string_view>
 #include <system_error>
 #include <utility>
 
 namespace {
 
 namespace fs = std::filesystem;
-using ruvo::TableFileKind;
-
-// Without needless "." and "..".
-std::string shownPath(const std::string& path)
-{
-    return fs::path(path).lexically_normal().string();
-}
-
-std::string characterName(std::uint32_t codePoint)
-{
-    char text[16];
-    std::snprintf(text, sizeof text, "U+%04X", static_cast<unsigned>(codePoint));
-    return text;
-}
-
-std::string byteName(std::uint8_t byte)
-{
-    char text[8];
-    std::snprintf(text, sizeof text, "0x%02X", static_cast<unsigned>(byte));
-    return text;
-}
-
-// One warning a file for all its entries with the same flaw, at the first of them.
-class EntryWarnings {
-public:
-    void add(const ruvo::ProfilePlace& place, const std::string& words)
-    {
-        Group& group = m_groups[place.path];
-        if (group.lines.empty())
-            group.words = words;
-        group.lines.insert(place.line);
-    }
-
-    void tell(FindingList& list) const
-    {
-        for (const auto& [path, group] : m_groups) {
-            const std::size_t count = group.lines.size();
-            const std::string more =
-                count == 1 ? "" : " (so for " + std::to_string(count) + " lines of this file)";
-            list.remark({path, *group.lines.begin()}, group.words + more);
-        }
-    }
-
-private:
-    struct Group {
-        std::set<std::size_t> lines;
-        std::string words;  // of the first one
-    };
-
-    std::map<std::string, Group> m_groups;
-};
 
 class Checker {
 public:
@@ -92,12 +37,8 @@ private:
     void warnOfEqualTables(const std::string& key, Value ruvo::TableEntry::*value,
                            const std::string& what, const std::string& consequence);
     void keepNamedFiles();
+    void nameFiles();
     void checkCharacterFiles(bool deviceIsValid);
-    void checkTables();
-    void checkSets();
-    void checkBytes(TableFileKind kind);
-    bool checkDatabase();
-    void countCharacters();
 
     std::string m_directory;  // with "/" at its end
     std::string m_device;
@@ -122,11 +63,14 @@ CheckedProfile Checker::check()
         return m_result;
     }
     findDeviceInfo();
+    m_list.nameFile(m_settings.szDeviceInfoPath + m_device, m_list.placeOf("DeviceInfoPath"));
+    m_list.nameFile(ruvo::unicodeDataPath(m_settings), m_list.placeOf("DeviceInfoPath"));
     checkSettings();
 
     const short deviceStatus =
         ruvo::readDeviceInfoFile(m_device, m_settings, m_deviceInfo, &m_list);
     take(deviceStatus);
+    nameFiles();
     if (deviceStatus == RUVO_OK)
         checkDeviceInfo();
     else if (deviceStatus == RUVO_DEVICE_INFO_INVALID)
@@ -144,19 +88,20 @@ void Checker::checkCharacterFiles(bool deviceIsValid)
     const std::uint32_t announced = m_settings.ulDecompositionClassNumber;
     m_settings.ulDecompositionClassNumber = ruvo::kMaxCodePoint + 1;
     take(ruvo::readCharacterFiles(m_settings, m_deviceInfo, m_tables, &m_list));
-    if (!checkDatabase() || !deviceIsValid)
+    std::vector<PlacedDecomposition> decompositions;
+    if (!checkDatabase(m_settings, m_list, decompositions) || !deviceIsValid)
         return;
+    if (m_result.status != RUVO_OK)
+        decompositions.clear();  // a file at fault may have the characters
     const std::size_t rows = m_tables.decompTable.size();
     if (rows > announced)
         m_list.remark(m_list.placeOf("DecompositionClassNumber"),
                       "\"DecompositionClassNumber\" is " + std::to_string(announced) +
                           ", but UnicodeData.txt has " + std::to_string(rows) +
                           " decompositions: the last ones are not used");
-    checkTables();
-    checkSets();
-    checkBytes(TableFileKind::translation);
-    checkBytes(TableFileKind::internalSet);
-    countCharacters();
+    m_result.tables = static_cast<std::size_t>(m_settings.sMappingTableNumber);
+    m_result.sets = static_cast<std::size_t>(m_deviceInfo.sInternalCharacterSetNumber);
+    m_result.characters = checkCharacters(m_settings, m_tables, decompositions, m_list);
 }
 
 // The first fault decides the open.
@@ -234,6 +179,16 @@ void Checker::warnOfEqualTables(const std::string& key, Value ruvo::TableEntry::
     }
 }
 
+void Checker::nameFiles()
+{
+    for (std::size_t i = 0; i < m_deviceInfo.astTable.size(); ++i) {
+        m_list.nameFile(m_settings.szDeviceInfoPath + m_deviceInfo.astTable[i].szTableFileName,
+                        m_list.placeOf("TableFileName", i));
+        m_list.nameFile(m_settings.szDeviceInfoPath + m_deviceInfo.astICS[i].szICSFileName,
+                        m_list.placeOf("ICSFileName", i));
+    }
+}
+
 // Of an invalid device information the files whose names are known.
 void Checker::keepNamedFiles()
 {
@@ -244,129 +199,6 @@ void Checker::keepNamedFiles()
     const auto sets = std::ranges::remove(m_deviceInfo.astICS, "", &ruvo::ICSEntry::szICSFileName);
     m_deviceInfo.sInternalCharacterSetNumber =
         static_cast<std::int16_t>(m_deviceInfo.astICS.size() - sets.size());
-}
-
-void Checker::checkTables()
-{
-    EntryWarnings unlisted;
-    EntryWarnings unused;
-    for (const PlacedEntry& placed : m_list.entries(TableFileKind::translation)) {
-        const ruvo::MapEntry& entry = placed.entry;
-        if (entry.ulCodePoint == ruvo::kNoCharacter)
-            continue;
-        const ruvo::UnicodeCharInfo& info = m_tables.unicodeTable[entry.ulCodePoint];
-        if (!info.listed) {
-            unlisted.add(placed.place, characterName(entry.ulCodePoint) +
-                                           " has no line in UnicodeData.txt, so it is never shown");
-            continue;
-        }
-        const auto mappings = m_tables.unicodeTable.mappings(info);
-        const auto isThis = [&](const ruvo::CharMapping& mapping) {
-            return mapping.ucCode == entry.ucCode && mapping.ucTableParam == entry.ucParam;
-        };
-        if (!info.ucICSFlag && std::ranges::none_of(mappings, isThis)) {
-            const bool cut =
-                mappings.size() == static_cast<std::size_t>(m_settings.sMappingTableNumber);
-            unused.add(placed.place, characterName(entry.ulCodePoint) +
-                                         " is never shown with the byte " + byteName(entry.ucCode) +
-                                         (cut ? ": more bytes have it than there are tables"
-                                              : ": its line in UnicodeData.txt is out of order"));
-        }
-    }
-    unlisted.tell(m_list);
-    unused.tell(m_list);
-}
-
-void Checker::checkSets()
-{
-    std::map<std::uint32_t, const PlacedEntry*> ofTables;
-    for (const PlacedEntry& placed : m_list.entries(TableFileKind::translation))
-        ofTables.emplace(placed.entry.ulCodePoint, &placed);
-
-    EntryWarnings unlisted;
-    EntryWarnings unused;
-    EntryWarnings shadowing;
-    for (const PlacedEntry& placed : m_list.entries(TableFileKind::internalSet)) {
-        const ruvo::MapEntry& entry = placed.entry;
-        const std::string name = characterName(entry.ulCodePoint);
-        const ruvo::UnicodeCharInfo& info = m_tables.unicodeTable[entry.ulCodePoint];
-        if (!info.listed) {
-            unlisted.add(placed.place,
-                         name + " has no line in UnicodeData.txt, so it is never shown");
-            continue;
-        }
-        const ruvo::CharMapping inForce = m_tables.unicodeTable.icsMapping(info);
-        const auto table = ofTables.find(entry.ulCodePoint);
-        if (inForce.ucCode != entry.ucCode || inForce.ucTableParam != entry.ucParam)
-            unused.add(placed.place, name + " is never shown with the byte " +
-                                         byteName(entry.ucCode) +
-                                         " of this set: the sets have it twice");
-        else if (table != ofTables.end())
-            shadowing.add(placed.place, name + " is always taken from this set, although " +
-                                            shownPath(table->second->place.path) + " has it too");
-    }
-    unlisted.tell(m_list);
-    unused.tell(m_list);
-    shadowing.tell(m_list);
-}
-
-void Checker::checkBytes(TableFileKind kind)
-{
-    EntryWarnings commands;
-    for (const PlacedEntry& placed : m_list.entries(kind)) {
-        const ruvo::MapEntry& entry = placed.entry;
-        if (entry.ulCodePoint != ruvo::kNoCharacter && !isText(entry.ucCode))
-            commands.add(placed.place, characterName(entry.ulCodePoint) + " has the byte " +
-                                           byteName(entry.ucCode) +
-                                           ", with which commands begin: a text could send one");
-    }
-    commands.tell(m_list);
-}
-
-// False when there is none to check.
-bool Checker::checkDatabase()
-{
-    constexpr char noComment = '\n';
-    ruvo::ProfileFile file(&m_list);
-    if (file.open(ruvo::unicodeDataPath(m_settings), RUVO_UNICODE_DATA_MISSING, RUVO_OK) != RUVO_OK)
-        return false;
-    std::uint32_t last = 0;
-    std::string_view line;
-    while (file.next(noComment, line)) {
-        const std::string_view field = line.substr(0, line.find_first_of(";\r\n"));
-        std::uint32_t codePoint = 0;
-        const auto [end, error] =
-            std::from_chars(field.data(), field.data() + field.size(), codePoint, 16);
-        if (end != field.data() + field.size() || field.empty() ||
-            codePoint > ruvo::kMaxCodePoint) {
-            file.remark([&] {
-                return ruvo::quoted(field) + " in front of the first \";\" is no code point from 0 "
-                                             "to 10FFFF; there are no comments in this file";
-            });
-        } else if (codePoint < last) {
-            file.remark([&] {
-                return characterName(codePoint) + " stands behind " + characterName(last) +
-                       ": characters of tables are found in ascending order only";
-            });
-        }
-        last = std::max(last, codePoint <= ruvo::kMaxCodePoint ? codePoint : 0);
-    }
-    return true;
-}
-
-void Checker::countCharacters()
-{
-    std::set<std::uint32_t> shown;
-    for (const TableFileKind kind : {TableFileKind::translation, TableFileKind::internalSet}) {
-        for (const PlacedEntry& placed : m_list.entries(kind)) {
-            const std::uint32_t codePoint = placed.entry.ulCodePoint;
-            if (codePoint != ruvo::kNoCharacter && m_tables.unicodeTable[codePoint].listed)
-                shown.insert(codePoint);
-        }
-    }
-    m_result.tables = static_cast<std::size_t>(m_settings.sMappingTableNumber);
-    m_result.sets = static_cast<std::size_t>(m_deviceInfo.sInternalCharacterSetNumber);
-    m_result.characters = shown.size();
 }
 
 }  // namespace

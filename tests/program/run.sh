@@ -110,6 +110,9 @@ tail -n 1 "$work/out" | grep -q '^device "default" opens, with 9 tables, ' || fa
 grep -q 'error:\|warning:' "$work/out" && fail "the default profile has faults"
 mkdir "$work/profile"
 cp ./* "$work/profile"
+cd "$work/profile"
+sed -i 's/^0x81\t/0x80\t/' ibm437.txt
+"$program" which ü | grep -q 'ü .*: 80 in table 0 .*, where it is also U+00C7 ' || fail "two at one byte"
 printf 'x\r\n' >>"$work/profile/ibm850.txt"
 sed -i 's/EncodeTypeDefault=3/EncodeTypeDefault=4/' "$work/profile/HalvoSet.txt"
 cd /
