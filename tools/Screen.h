@@ -4,6 +4,7 @@
 
 #include <cstddef>
 #include <optional>
+#include <string_view>
 #include <vector>
 
 struct Cell {
@@ -54,6 +55,13 @@ struct Marquee {
     std::vector<Cell> text;
 };
 
+struct DefinedWindow {
+    unsigned number = 0;
+    Area area;
+    std::string_view mode;  // "scrolls up"
+    bool selected = false;
+};
+
 struct Screen {
     Size size;
     std::vector<Cell> cells;  // line by line, the clock and the front of the marquee among them
@@ -62,6 +70,7 @@ struct Screen {
     std::optional<Position> cursor;  // where one is shown
     std::optional<Marquee> marquee;
     bool clock = false;
+    std::vector<DefinedWindow> windows;  // without the whole display
 
     const Cell& cell(int column, int line) const
     {

@@ -103,6 +103,13 @@ std::string drawText(const Screen& screen, Highlight highlight, int origin)
         text += "blinks every " + std::to_string(screen.blink) + " ms\n";
     if (screen.clock)
         text += "clock\n";
+    for (const auto& [number, area, mode, selected] : screen.windows) {
+        text += "window " + std::to_string(number) + " at column " +
+                std::to_string(area.at.column + origin) + ", line " +
+                std::to_string(area.at.line + origin) + ", size " +
+                std::to_string(area.size.columns) + " x " + std::to_string(area.size.lines) + ", " +
+                std::string(mode) + (selected ? ", selected\n" : "\n");
+    }
     if (const auto& marquee = screen.marquee) {
         text += "marquee in line " + std::to_string(marquee->area.at.line + origin) + ", " +
                 (marquee->places ? "placing characters, " : "walking in from the right, ") +

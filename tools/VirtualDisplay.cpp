@@ -32,6 +32,14 @@ int number(const StreamItem& command, std::size_t index)
     return static_cast<int>(command.parameter(index).value_or(0));
 }
 
+std::string_view modeWords(int mode)
+{
+    const auto isMode = [mode](const ParameterValue& row) {
+        return row.parameter == Parameter::scrollMode && row.number == mode;
+    };
+    return std::ranges::find_if(kParameterValues, isMode)->words;
+}
+
 }  // namespace
 
 VirtualDisplay::VirtualDisplay(const ProfileTables& tables, Size size, int origin)
@@ -255,7 +263,7 @@ void VirtualDisplay::clear(const Area& area)
 
 Screen VirtualDisplay::screen(std::string_view time) const
 {
-    Screen screen{m_size, m_cells, m_brightness, m_blink, {}, m_marquee, m_clock};
+    Screen screen{m_size, m_cells, m_brightness, m_blink, {}, m_marquee, m_clock, {}};
     if (m_marquee) {
         const auto& [at, size] = m_marquee->area;
         const std::size_t shown =
@@ -269,6 +277,11 @@ Screen VirtualDisplay::screen(std::string_view time) const
                        screen.cells.end() - static_cast<std::ptrdiff_t>(shown), [](char c) {
                            return Cell{static_cast<char32_t>(c), false};
                        });
+    }
+    for (const auto& [number, window] : m_windows) {
+        if (number != kWholeDisplay)
+            screen.windows.push_back({number, window.area, modeWords(static_cast<int>(window.mode)),
+                                      number == m_selected});
     }
     if (m_cursorShown) {
         const Window& window = m_windows.at(m_selected);
