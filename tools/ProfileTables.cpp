@@ -39,10 +39,7 @@ ProfileTables::ProfileTables(const ProfileOptions& profile) : m_read(true)
 {
     const auto settings = std::make_unique<ruvo::HandleSettings>();
     const auto device = std::make_unique<ruvo::DeviceInfo>();
-    std::string modulePath;
-    if (ruvo::Lutm_ModuleFileFullPath(ruvo::kModuleRoot, profile.setting, modulePath) != 0)
-        modulePath.clear();
-    check(ruvo::readSettingsFile(modulePath, *settings, *device), profile);
+    check(ruvo::readSettingsFile(profileFolder(profile), *settings, *device), profile);
     check(ruvo::readDeviceInfoFile(profile.device, *settings, *device), profile);
 
     ruvo::ProfileFile file;

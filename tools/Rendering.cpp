@@ -1,6 +1,8 @@
 #include "Rendering.h"
 
 #include "StatusText.h"
+#include "converter/RuvoConverter.h"
+#include "converter/SettingsFiles.h"
 #include "engine/KestrixDispEngine.h"
 
 #include <CLI/CLI.hpp>
@@ -54,10 +56,26 @@ void ProfileOptions::addTo(CLI::App& arguments)
         ->capture_default_str();
 }
 
+std::string profileFolder(const ProfileOptions& profile)
+{
+    std::string folder;
+    const bool named =
+        ruvo::Lutm_ModuleFileFullPath(ruvo::kModuleRoot, profile.setting, folder) == 0;
+    return named ? folder : "";
+}
+
 std::string openFailure(const ProfileOptions& profile, short status)
 {
-    return "cannot open device \"" + profile.device + "\" with setting \"" + profile.setting +
-           "\": status " + std::to_string(status) + ", " + std::string(statusText(status));
+    std::string text = "cannot open device \"" + profile.device + "\" with setting \"" +
+                       profile.setting + "\": status " + std::to_string(status) + ", " +
+                       std::string(statusText(status));
+    if (status == RUVO_SETTINGS_MISSING) {
+        const std::string folder = profileFolder(profile);
+        const std::string idFile = ruvo::kModuleRoot + profile.setting + ".txt";
+        text += folder.empty() ? " in the current folder, as " + idFile + " names no other"
+                               : " in " + folder + ", which " + idFile + " names";
+    }
+    return text;
 }
 
 CommandBytes renderDocument(const std::string& document, const ProfileOptions& profile)

@@ -5,6 +5,7 @@
 
 #include <CLI/CLI.hpp>
 
+#include <algorithm>
 #include <exception>
 #include <iostream>
 #include <string_view>
@@ -21,6 +22,12 @@ bool isDocument(std::string_view bytes)
         bytes.remove_prefix(3);
     const std::size_t first = bytes.find_first_not_of(" \t\r\n");
     return first != std::string_view::npos && bytes[first] == '<';
+}
+
+// Or what ends a line of a text file.
+bool isPrintable(char c)
+{
+    return isText(static_cast<std::uint8_t>(c)) || c == '\n' || c == '\r' || c == '\t';
 }
 
 }  // namespace
@@ -50,6 +57,10 @@ CommandBytes StreamInput::readStream() const
         return renderDocument(bytes, profile);
     if (hex || (detect && isHexText(bytes)))
         return {bytesOfHexText(bytes)};
+    if (detect && !bytes.empty() && std::ranges::all_of(bytes, isPrintable))
+        std::cerr << "kestrix-disp: " << file
+                  << " holds no command and is taken for text; --hex and --document read it "
+                     "otherwise\n";
     return {std::move(bytes)};
 }
 

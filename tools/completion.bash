@@ -7,7 +7,7 @@ _kestrix_disp()
     COMPREPLY=()
 
     if [ "$COMP_CWORD" -eq 1 ]; then
-        mapfile -t COMPREPLY < <(compgen -W "render explain preview check which --help" -- "$cur")
+        mapfile -t COMPREPLY < <(compgen -W "render explain preview check which --help --version" -- "$cur")
         return
     fi
     case $prev in
@@ -36,8 +36,10 @@ _kestrix_disp()
     if [[ $cur == -* ]]; then
         mapfile -t COMPREPLY < <(compgen -W "$options" -- "$cur")
     else
+        local kind=-f
+        [ "${COMP_WORDS[1]}" = check ] && kind=-d
         compopt -o filenames
-        mapfile -t COMPREPLY < <(compgen -f -- "$cur")
+        mapfile -t COMPREPLY < <(compgen $kind -- "$cur")
     fi
 }
 complete -F _kestrix_disp kestrix-disp

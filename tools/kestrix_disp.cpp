@@ -3,6 +3,7 @@
 
 #include <CLI/CLI.hpp>
 
+#include <algorithm>
 #include <exception>
 #include <iostream>
 #include <new>
@@ -15,16 +16,25 @@ constexpr Command (*kCommands[])(CLI::App&) = {
     renderCommand, explainCommand, previewCommand, whichCommand, checkCommand,
 };
 
+bool noneParsed(const std::vector<Command>& commands)
+{
+    return std::ranges::none_of(commands,
+                                [](const Command& command) { return command.arguments->parsed(); });
+}
+
 int run(int argc, char** argv)
 {
     CLI::App program("Display documents and command streams of Kestrix displays.", "kestrix-disp");
     program.require_subcommand(1);
+    program.set_version_flag("--version", "kestrix-disp " KESTRIX_VERSION);
     std::vector<Command> commands;
     for (const auto makeCommand : kCommands)
         commands.push_back(makeCommand(program));
     try {
         program.parse(argc, argv);
     } catch (const CLI::ParseError& error) {
+        if (const auto unknown = program.remaining(); !unknown.empty() && noneParsed(commands))
+            std::cerr << "kestrix-disp: there is no command \"" << unknown.front() << "\"\n";
         const int status = program.exit(error);
         if (!std::cout.flush())
             throw std::runtime_error("cannot write the output");

@@ -33,8 +33,10 @@ for command in render explain preview which check; do
     status 0 "$command" --help
     grep -q -- '--device' "$work/out" || fail "no help for $command on the standard output"
 done
+status 0 --version
 status 2
 status 2 unknown
+grep -q '"unknown"' "$work/err" || fail "the unknown command is not named"
 status 2 render
 status 2 which
 status 2 render "$work/document" "$work/document"
@@ -82,6 +84,9 @@ cmp "$work/stream" "$work/piped" || fail "a pipe gives other bytes"
 for input in "$work/document" "$work/hex"; do
     "$program" explain - <"$input" | cmp - "$work/explained" || fail "explained otherwise: $input"
 done
+printf '0x1B, 0x40\n' | "$program" explain >"$work/out" 2>"$work/err"
+[ -s "$work/err" ] || fail "no note that text is taken for a stream"
+"$program" explain "$work/stream" 2>&1 | cmp - "$work/explained" || fail "a note on a stream"
 "$program" preview "$work/document" --svg "$work/svg" --png "$work/png"
 grep -q '<desc id="s">a</desc>' "$work/svg" || fail "no text in the SVG picture"
 head -c 4 "$work/png" | grep -q PNG || fail "no PNG picture"
