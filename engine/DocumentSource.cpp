@@ -49,18 +49,25 @@ private:
 DocumentSource::DocumentSource(const std::string& data)
 {
     const PlainDefaults defaults;
-    reader_.reset(xmlReaderForMemory(data.data(), static_cast<int>(readableLength(data)), nullptr,
-                                     nullptr, 0));
+    const std::size_t length = readableLength(data);
+    end_ = length < data.size() ? End::longMarkup : End::wellFormed;
+    reader_.reset(xmlReaderForMemory(data.data(), static_cast<int>(length), nullptr, nullptr, 0));
 }
 
 int DocumentSource::read()
 {
-    if (xmlTextReaderRead(reader()) != 1) {
+    const int result = xmlTextReaderRead(reader());
+    if (result != 1) {
+        end_ = result < 0 && end_ == End::wellFormed ? End::damaged : end_;
         return 0;
     }
     if (std::exchange(atStart_, false)) {
         xmlDictSetLimit(xmlTextReaderCurrentNode(reader())->doc->dict, largestDictionary);
     }
     const int type = xmlTextReaderNodeType(reader());
-    return type == XML_READER_TYPE_DOCUMENT_TYPE && hasTooManyDefaults(reader()) ? 0 : type;
+    if (type == XML_READER_TYPE_DOCUMENT_TYPE && hasTooManyDefaults(reader())) {
+        end_ = End::manyDefaults;
+        return 0;
+    }
+    return type;
 }

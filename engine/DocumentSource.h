@@ -16,6 +16,9 @@ public:
     static constexpr int mostDefaults = 64;
     static constexpr unsigned int largestDictionary = 1048576;  // bytes
 
+    // Why there is nothing more to read.
+    enum class End { wellFormed, damaged, longMarkup, manyDefaults };
+
     // Refers to data.
     explicit DocumentSource(const std::string& data);
     DocumentSource(const DocumentSource&) = delete;
@@ -28,6 +31,9 @@ public:
     // document or at an error.
     int read();
 
+    // After read has given 0.
+    End end() const { return end_; }
+
 private:
     struct FreeReader {
         void operator()(xmlTextReader* reader) const { xmlFreeTextReader(reader); }
@@ -35,6 +41,7 @@ private:
 
     std::unique_ptr<xmlTextReader, FreeReader> reader_;
     bool atStart_ = true;
+    End end_ = End::wellFormed;  // the one without damage, before there is any
 };
 
 #endif

@@ -3,43 +3,65 @@
 #include "StatusText.h"
 #include "converter/RuvoConverter.h"
 #include "converter/SettingsFiles.h"
+#include "engine/DocumentSource.h"
 #include "engine/KestrixDispEngine.h"
+#include "engine/ReadableLength.h"
 
 #include <CLI/CLI.hpp>
 
 #include <libxml/xmlerror.h>
 
+#include <climits>
 #include <iostream>
+#include <new>
 #include <stdexcept>
 #include <string_view>
-#include <utility>
 
 namespace {
 
-// Hears what the XML reader says, which parse keeps to itself.
-class XmlErrors {
+// What the XML reader says goes to a function while this lives.
+class XmlListener {
 public:
-    XmlErrors() { xmlSetStructuredErrorFunc(this, hear); }
-    ~XmlErrors() { xmlSetStructuredErrorFunc(nullptr, nullptr); }
-    XmlErrors(const XmlErrors&) = delete;
-    XmlErrors& operator=(const XmlErrors&) = delete;
-
-    // The reader could not go on.
-    bool ended() const { return m_ended; }
-
-private:
-    static void hear(void* errors, xmlErrorPtr error)
+    explicit XmlListener(void (*hear)(void*, xmlErrorPtr))
     {
-        const bool fatal = error->level == XML_ERR_FATAL;
-        std::string_view message = error->message ? error->message : "XML error";
-        message = message.substr(0, message.find_last_not_of('\n') + 1);
-        std::cerr << "kestrix-disp: line " << error->line << ": " << message
-                  << (fatal ? "; the document ends there\n" : "\n");
-        static_cast<XmlErrors*>(errors)->m_ended |= fatal;
+        xmlSetStructuredErrorFunc(nullptr, hear);
     }
-
-    bool m_ended = false;
+    ~XmlListener() { xmlSetStructuredErrorFunc(nullptr, nullptr); }
+    XmlListener(const XmlListener&) = delete;
+    XmlListener& operator=(const XmlListener&) = delete;
 };
+
+void tell(void*, xmlErrorPtr error)
+{
+    std::string_view message = error->message ? error->message : "XML error";
+    message = message.substr(0, message.find_last_not_of('\n') + 1);
+    std::cerr << "kestrix-disp: line " << error->line << ": " << message << "\n";
+}
+
+// Why the library, which keeps it to itself, carries out a part of a document only; "" if it
+// carries out all of it.
+std::string whyCutShort(const std::string& document)
+{
+    const XmlListener silence([](void*, xmlErrorPtr) {});
+    DocumentSource source(document);
+    if (!source.reader())
+        throw std::bad_alloc();
+    while (source.read() != 0)
+        continue;
+    switch (source.end()) {
+    case DocumentSource::End::wellFormed:
+        return "";
+    case DocumentSource::End::damaged:
+        return "it is not well-formed, or exceeds a limit of the XML reader";
+    case DocumentSource::End::longMarkup:
+        return "a tag or document type has more than " + std::to_string(longestMarkup) +
+               " characters";
+    case DocumentSource::End::manyDefaults:
+        return "the document type declares more than " +
+               std::to_string(DocumentSource::mostDefaults) + " attributes";
+    }
+    return "";
+}
 
 }  // namespace
 
@@ -80,11 +102,20 @@ std::string openFailure(const ProfileOptions& profile, short status)
 
 CommandBytes renderDocument(const std::string& document, const ProfileOptions& profile)
 {
+    if (document.size() > INT_MAX)
+        throw std::runtime_error("a document has at most 2147483647 bytes");
     KestrixDispEngine engine;
-    const XmlErrors errors;
-    std::string bytes = engine.parse(document, profile.device, profile.setting);
+    CommandBytes commands;
+    {
+        const XmlListener listener(tell);
+        commands.bytes = engine.parse(document, profile.device, profile.setting);
+    }
     const short status = KestrixDispEngine::getUCHandle();
     if (status < 0)
         throw std::runtime_error(openFailure(profile, status));
-    return {std::move(bytes), !errors.ended()};
+    if (const std::string why = whyCutShort(document); !why.empty()) {
+        std::cerr << "kestrix-disp: the document ends early: " << why << "\n";
+        commands.whole = false;
+    }
+    return commands;
 }

@@ -101,6 +101,10 @@ for command in render explain preview; do
     [ -s "$work/out" ] || fail "nothing of a damaged document: $command"
     grep -q 'line 3: Opening and ending tag mismatch' "$work/err" || fail "no line: $command"
 done
+# So does one that ends at a limit of the library, without a word from the XML reader.
+{ printf '<!DOCTYPE a ['; printf '<!ATTLIST text a%d CDATA "1">' $(seq 65); printf ']><a><clear/></a>'; } |
+    "$program" render - >"$work/out" 2>"$work/err" && fail "status 0 for too many attributes"
+grep -q 'more than 64 attributes' "$work/err" || fail "no reason for too many attributes"
 printf '<any a:b="c"/>' | "$program" render - 2>"$work/err" || fail "status for a namespace"
 [ -s "$work/err" ] || fail "no message for a namespace"
 
