@@ -56,6 +56,9 @@ std::string escaped(std::string_view text)
         case '<':
             result += "&lt;";
             break;
+        case '>':  // "]]>" must not stand in a text
+            result += "&gt;";
+            break;
         default:
             result += c;
         }
