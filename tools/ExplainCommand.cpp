@@ -16,7 +16,8 @@ Command explainCommand(CLI::App& program)
     input->addTo(*arguments);
     return {arguments, [input] {
                 const CommandBytes stream = input->readStream();
-                writeFile("-", explainStream(byteSpan(stream.bytes), input->readTables()));
+                explainStream(byteSpan(stream.bytes), input->readTables(),
+                              [](std::string_view text) { writeFile("-", text); });
                 return stream.whole ? kDone : kWrongInput;
             }};
 }

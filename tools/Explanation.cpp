@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <cstdio>
+#include <string>
 
 namespace {
 
@@ -139,8 +140,10 @@ private:
 
 }  // namespace
 
-std::string explainStream(ByteSpan bytes, const ProfileTables& tables)
+void explainStream(ByteSpan bytes, const ProfileTables& tables,
+                   const std::function<void(std::string_view)>& write)
 {
+    constexpr std::size_t pieceSize = 64 * 1024;  // about
     std::string text;
     char line[64];
     StreamReader reader(bytes);
@@ -157,7 +160,11 @@ std::string explainStream(ByteSpan bytes, const ProfileTables& tables)
                 text += std::string(10, ' ') + hex(row);
             }
             text += '\n';
+            if (text.size() > pieceSize) {
+                write(text);
+                text.clear();
+            }
         }
     }
-    return text;
+    write(text);
 }

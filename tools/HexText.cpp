@@ -78,16 +78,35 @@ public:
         if (m_repeats && !repeatUpTo(offset))
             return false;
         line = trimmed(line);
-        line = line.substr(0, colon ? line.find("  ") : line.find_first_of("|>"));
+        const std::string_view digits =
+            trimmed(line.substr(0, colon ? line.find("  ") : line.find_first_of("|>")));
         m_lineStart = m_bytes.size();
-        return offset == m_bytes.size() && (colon || !holdsWords(line)) && readPairs(line, m_bytes);
+        if (offset != m_bytes.size() || (!colon && !holdsPairs(digits)) ||
+            !readPairs(digits, m_bytes))
+            return false;
+        return !colon || showsLine(trimmed(line.substr(digits.size())));
     }
 
+    // Whether all lines that "*" stands for are known.
+    bool isWhole() const { return !m_repeats; }
+
 private:
-    // Digits of several bytes in one are a number in the byte order of a machine, except by xxd.
-    static bool holdsWords(std::string_view digits)
+    // Digits of several bytes in one would be a number in the byte order of a machine, and od sets
+    // decimal numbers apart by more than a blank. hexdump -C has two blanks in the middle.
+    static bool holdsPairs(std::string_view digits)
     {
-        return digits.size() > 2 && !isBlank(digits[2]);
+        return digits.size() <= 2 ||
+               (isBlank(digits[2]) && (digits.size() <= 3 || !isBlank(digits[3])));
+    }
+
+    // Whether xxd shows the last line's bytes with these characters: it has other formats that look
+    // alike.
+    bool showsLine(std::string_view characters) const
+    {
+        std::string shown;
+        for (const char c : std::string_view(m_bytes).substr(m_lineStart))
+            shown += c >= 0x20 && c < 0x7F ? c : '.';
+        return characters.empty() || trimmed(shown) == characters;
     }
 
     // Appends the last line's bytes again and again.
@@ -123,32 +142,50 @@ std::size_t findUnreadLine(std::string_view text, ReadLine readLine)
     return 0;
 }
 
-// Whether the text begins with the offset of a dump's first line.
-bool isDump(std::string_view text)
+std::size_t lastLine(std::string_view text)
+{
+    return static_cast<std::size_t>(std::ranges::count(text, '\n')) +
+           (text.ends_with('\n') ? 0 : 1);
+}
+
+// The number of digits of the offset that begins a dump; 0 for a text that does not.
+std::size_t offsetDigits(std::string_view text)
 {
     constexpr std::size_t leastDigits = 6;
     text.remove_prefix(std::min(text.find_first_not_of(" \t\r\n"), text.size()));
-    const std::size_t digits = text.find_first_not_of('0');
-    return digits >= leastDigits && digits < text.size() &&
-           (text[digits] == ':' || text[digits] == ' ' || text[digits] == '\t');
+    const std::string_view line = trimmed(text.substr(0, text.find('\n')));
+    const std::size_t digits = std::min(line.find_first_not_of('0'), line.size());
+    const bool isOffset = digits >= leastDigits && digits < line.size() &&
+                          (line[digits] == ':' || isBlank(line[digits]));
+    return isOffset ? digits : 0;
 }
 
-// The number of the first line that cannot be read, or 0.
+// These give the number of the first line that cannot be read, or 0.
+
+std::size_t readDump(std::string_view text, int radix, std::string& bytes)
+{
+    DumpReader reader(radix, bytes);
+    const std::size_t unread =
+        findUnreadLine(text, [&](std::string_view line) { return reader.read(line); });
+    return unread != 0 || reader.isWhole() ? unread : lastLine(text);
+}
+
 std::size_t readHexText(std::string_view text, std::string& bytes)
 {
-    if (!isDump(text))
+    constexpr std::size_t odDigits = 7;  // of od's octal and decimal offsets; all others are hex
+    const std::size_t digits = offsetDigits(text);
+    if (digits == 0)
         return findUnreadLine(text, [&](std::string_view line) { return readPairs(line, bytes); });
-    std::size_t unread = 0;
-    for (const int radix : {16, 8, 10}) {
-        bytes.clear();
-        DumpReader reader(radix, bytes);
-        const std::size_t number =
-            findUnreadLine(text, [&](std::string_view line) { return reader.read(line); });
-        if (number == 0)
-            return 0;
-        unread = std::max(unread, number);
-    }
-    return unread;
+    if (digits != odDigits)
+        return readDump(text, 16, bytes);
+    std::string decimalBytes;
+    const std::size_t unread = readDump(text, 8, bytes);
+    const std::size_t decimalUnread = readDump(text, 10, decimalBytes);
+    if (unread == 0 && decimalUnread == 0)
+        return bytes == decimalBytes ? 0 : lastLine(text);
+    if (decimalUnread == 0)
+        bytes = decimalBytes;
+    return std::min(unread, decimalUnread) == 0 ? 0 : std::max(unread, decimalUnread);
 }
 
 }  // namespace

@@ -67,7 +67,9 @@ class DisplayCommands : public ::testing::Test {
 protected:
     std::string explained(const std::string& stream) const
     {
-        return explainStream(byteSpan(stream), tables);
+        std::string text;
+        explainStream(byteSpan(stream), tables, [&](std::string_view piece) { text += piece; });
+        return text;
     }
 
     Screen screenAfter(const std::string& stream, Size size, int origin) const
@@ -333,9 +335,14 @@ TEST(HexText, ReadsDumpsOfOtherPrograms)
     };
     for (const char* const dump : dumps)
         EXPECT_TRUE(sameBytes(stream, bytesOfHexText(dump))) << dump;
+    // Octal, as only a decimal offset could be that far from a whole line.
+    EXPECT_EQ(
+        std::string(80, ' '),
+        bytesOfHexText("0000000 20 20 20 20 20 20 20 20 20 20 20 20 20 20 20 20\n*\n0000120\n"));
     for (const char* const dump :
          {"00000000  1B 40\n00000003  0C\n", "00000000  1B 4\n", "0000000 401b 000c\n",
-          "*\n00000010  0C\n", "00000000 0C\n*\nFFFFFFFFFFFFFFFF\n"})
+          "*\n00000010  0C\n", "00000000 0C\n*\nFFFFFFFFFFFFFFFF\n", "00000000  0C\n*\n",
+          "00000000: 4845 4c4c  LLEH\n", "0000000  12  72  69\n", "0000000 20\n*\n0000100\n"})
         EXPECT_FALSE(isHexText(dump)) << dump;
 }
 
