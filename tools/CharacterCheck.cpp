@@ -172,8 +172,9 @@ void CharacterCheck::checkBytes(TableFileKind kind)
         const std::string name = characterName(entry.ulCodePoint);
         const std::string byte = byteName(entry.ucCode);
         if (!isText(entry.ucCode))
-            commands.add(placed.place, name + " has the byte " + byte +
-                                           ", with which commands begin: a text could send one");
+            commands.add(placed.place,
+                         name + " has the byte " + byte +
+                             ", a control code of the display: a text could send commands");
         if (entry.ulCodePoint >= firstC1 && entry.ulCodePoint <= lastC1)
             exchanged.add(placed.place,
                           name + " is a control character; in a line the byte comes first");

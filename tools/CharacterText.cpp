@@ -3,6 +3,8 @@
 #include <unicode/uchar.h>
 #include <unicode/utf8.h>
 
+#include <algorithm>
+
 void appendCharacter(std::string& text, char32_t character)
 {
     constexpr UChar32 kReplacement = 0xFFFD;
@@ -13,6 +15,13 @@ void appendCharacter(std::string& text, char32_t character)
     int32_t length = 0;
     U8_APPEND_UNSAFE(bytes, length, shown);
     text.append(bytes, static_cast<std::size_t>(length));
+}
+
+std::string printable(std::string text)
+{
+    std::ranges::replace_if(
+        text, [](unsigned char c) { return c < 0x20 || c == 0x7F; }, '?');
+    return text;
 }
 
 std::string characterName(char32_t character)

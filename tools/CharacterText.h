@@ -7,5 +7,8 @@
 // points that are no characters become U+FFFD.
 void appendCharacter(std::string& text, char32_t character);
 
+// A file's name or its text, control characters as "?".
+std::string printable(std::string text);
+
 // "LATIN SMALL LETTER A", or the like of "<control-000A>" for a code point without a name.
 std::string characterName(char32_t character);

@@ -58,7 +58,7 @@ struct DisplayCommand {
     constexpr std::size_t prefixSize() const { return prefix[1] == 0 ? 1 : 2; }
 };
 
-// Bytes that are characters. All commands begin with one that is not.
+// Bytes that are characters, and no control codes. All commands begin with one of these.
 constexpr bool isText(std::uint8_t byte)
 {
     return byte >= 0x20;

@@ -1,6 +1,7 @@
 #include "ProfileCheck.h"
 
 #include "CharacterCheck.h"
+#include "CharacterText.h"
 #include "FindingList.h"
 #include "converter/CharacterFiles.h"
 #include "converter/ProfileFile.h"
@@ -213,9 +214,7 @@ std::string compilerLine(const Finding& finding)
     line += finding.words;
     if (finding.status != RUVO_OK)
         line += " (status " + std::to_string(finding.status) + ")";
-    std::ranges::replace_if(
-        line, [](unsigned char c) { return c < 0x20 || c == 0x7F; }, '?');
-    return line;
+    return printable(line);
 }
 
 CheckedProfile checkProfile(const std::string& directory, const std::string& device)

@@ -1,5 +1,6 @@
 #include "ProfileTables.h"
 
+#include "CharacterText.h"
 #include "Rendering.h"
 #include "StatusText.h"
 #include "converter/SettingsFiles.h"
@@ -25,7 +26,7 @@ void enter(const std::vector<ruvo::MapEntry>& entries, const std::string& name,
     for (const ruvo::MapEntry& entry : entries) {
         File& file = files[entry.ucParam];
         if (file.name.empty())
-            file.name = name;
+            file.name = printable(name);
         if (entry.ulCodePoint != ruvo::kNoCharacter)
             file.characters[entry.ucCode].push_back(entry.ulCodePoint);
     }
