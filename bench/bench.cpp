@@ -1,4 +1,5 @@
 // Measures the library against named references in the same run. See README.md beside this file.
+#include "Allocations.h"
 #include "Texts.h"
 
 #include "converter/RuvoConverter.h"
@@ -17,7 +18,6 @@
 #include <fstream>
 #include <functional>
 #include <map>
-#include <new>
 #include <string>
 #include <vector>
 
@@ -581,15 +581,6 @@ void printFirstOpen(const fs::path& program)
 
 // ---- Counted, not timed ----
 
-std::size_t allocations = 0;
-
-std::size_t allocationsIn(const std::function<void()>& work)
-{
-    const std::size_t before = allocations;
-    work();
-    return allocations - before;
-}
-
 void printAllocations()
 {
     const Handle handle;
@@ -707,22 +698,4 @@ int main(int argc, char** argv)
     printFirstOpen(self);
     printMemory();
     printAllocations();
-}
-
-void* operator new(std::size_t size)
-{
-    ++allocations;
-    if (void* const memory = std::malloc(size))
-        return memory;
-    throw std::bad_alloc();
-}
-
-void operator delete(void* memory) noexcept
-{
-    std::free(memory);
-}
-
-void operator delete(void* memory, std::size_t) noexcept
-{
-    std::free(memory);
 }
