@@ -157,7 +157,10 @@ private:
         const std::string where = place + (code.set ? "set " + m_tables.setName(*code.set)
                                                     : "table " + m_tables.tableName(code.table));
         const std::optional<char32_t> sent = cluster.front().codePoint;
-        if (cluster.size() == 1 && sent && m_tables.has(state, code.byte, *sent))
+        const bool itself = cluster.size() == 1 && sent &&
+                            (code.set ? m_tables.setHas(*code.set, code.byte, *sent)
+                                      : m_tables.tableHas(code.table, code.byte, *sent));
+        if (itself)
             return where + (shown == sent ? "" : ", where it is also " + named(*shown));
         const bool missing = !code.set && code.byte == m_tables.missingCharacter();
         if (missing || !shown)

@@ -70,28 +70,32 @@ std::optional<char32_t> ProfileTables::character(CodeState state, std::uint8_t b
 {
     if (!m_read)
         return byte >= 0x20 && byte < 0x7F ? std::optional<char32_t>(byte) : std::nullopt;
-    const std::vector<char32_t>* const characters = find(state, byte);
-    return characters ? std::optional(characters->front()) : std::nullopt;
-}
-
-bool ProfileTables::has(CodeState state, std::uint8_t byte, char32_t character) const
-{
-    const std::vector<char32_t>* const characters = find(state, byte);
-    return characters && std::ranges::find(*characters, character) != characters->end();
-}
-
-const std::vector<char32_t>* ProfileTables::find(CodeState state, std::uint8_t byte) const
-{
-    const auto at = [byte](const auto& files, unsigned parameter) -> const std::vector<char32_t>* {
-        const auto file = files.find(parameter);
-        const bool none = file == files.end() || file->second.characters[byte].empty();
-        return none ? nullptr : &file->second.characters[byte];
-    };
-    if (state.set != m_defaultSet) {
-        if (const auto* const characters = at(m_sets, state.set))
-            return characters;
+    for (const auto* const characters :
+         {&charactersOf(m_sets, state.set, byte), &charactersOf(m_tables, state.table, byte)}) {
+        if (!characters->empty())
+            return characters->front();
     }
-    return at(m_tables, state.table);
+    return std::nullopt;
+}
+
+bool ProfileTables::tableHas(unsigned table, std::uint8_t byte, char32_t character) const
+{
+    const std::vector<char32_t>& characters = charactersOf(m_tables, table, byte);
+    return std::ranges::find(characters, character) != characters.end();
+}
+
+bool ProfileTables::setHas(unsigned set, std::uint8_t byte, char32_t character) const
+{
+    const std::vector<char32_t>& characters = charactersOf(m_sets, set, byte);
+    return std::ranges::find(characters, character) != characters.end();
+}
+
+const std::vector<char32_t>& ProfileTables::charactersOf(const CodeFiles& files, unsigned parameter,
+                                                         std::uint8_t byte)
+{
+    static const std::vector<char32_t> none;
+    const auto file = files.find(parameter);
+    return file == files.end() ? none : file->second.characters[byte];
 }
 
 std::string ProfileTables::tableName(unsigned table) const
@@ -103,7 +107,7 @@ std::string ProfileTables::tableName(unsigned table) const
 std::string ProfileTables::setName(unsigned set) const
 {
     const auto file = m_sets.find(set);
-    if (m_read && set == m_defaultSet)
-        return std::to_string(set) + " (default)";
-    return std::to_string(set) + (file == m_sets.end() ? "" : " (" + file->second.name + ")");
+    if (file != m_sets.end())
+        return std::to_string(set) + " (" + file->second.name + ")";
+    return std::to_string(set) + (m_read && set == m_defaultSet ? " (default)" : "");
 }

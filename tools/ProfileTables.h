@@ -31,9 +31,9 @@ public:
     // that of the table; of several at one byte the first. Nothing where the profile knows none.
     std::optional<char32_t> character(CodeState state, std::uint8_t byte) const;
 
-    // Whether the table in force, or the set that covers it, has the character at the byte. It may
-    // have others there, too.
-    bool has(CodeState state, std::uint8_t byte, char32_t character) const;
+    // Whether a table, or a set, has the character at the byte. It may have others there, too.
+    bool tableHas(unsigned table, std::uint8_t byte, char32_t character) const;
+    bool setHas(unsigned set, std::uint8_t byte, char32_t character) const;
 
     // "17 (code page 866)", "8 (japan.txt)", "0 (default)"; the number alone where the profile has
     // no such table or set.
@@ -48,12 +48,14 @@ private:
         std::array<std::vector<char32_t>, 256> characters;  // of each byte
     };
 
-    // What stands at a byte; null without anything.
-    const std::vector<char32_t>* find(CodeState state, std::uint8_t byte) const;
+    using CodeFiles = std::map<unsigned, CodeFile>;  // by command parameter
 
-    // By command parameter.
-    std::map<unsigned, CodeFile> m_tables;
-    std::map<unsigned, CodeFile> m_sets;
+    // What stands at a byte of a file.
+    static const std::vector<char32_t>& charactersOf(const CodeFiles& files, unsigned parameter,
+                                                     std::uint8_t byte);
+
+    CodeFiles m_tables;
+    CodeFiles m_sets;
     std::uint8_t m_defaultSet = 0;
     std::uint8_t m_missingCharacter = '?';
     bool m_read = false;
