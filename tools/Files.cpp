@@ -1,9 +1,11 @@
 #include "Files.h"
 
+#include <cerrno>
 #include <cstdio>
 #include <fstream>
 #include <memory>
 #include <stdexcept>
+#include <system_error>
 
 namespace {
 
@@ -26,7 +28,8 @@ std::string readFile(const std::string& file)
         bytes.append(block, count);
     // A folder opens, and fails when it is read.
     if (!input || std::ferror(input))
-        throw std::runtime_error("cannot read " + file);
+        throw std::runtime_error("cannot read " + file + ": " +
+                                 std::generic_category().message(errno));
     return bytes;
 }
 

@@ -35,7 +35,8 @@ void tell(void*, xmlErrorPtr error)
 {
     std::string_view message = error->message ? error->message : "XML error";
     message = message.substr(0, message.find_last_not_of('\n') + 1);
-    std::cerr << "kestrix-disp: line " << error->line << ": " << message << "\n";
+    std::cerr << "kestrix-disp: line " << error->line << ": " << message
+              << (error->code == XML_ERR_DOCUMENT_END ? ", or an end tag is missing\n" : "\n");
 }
 
 // Why the library, which keeps it to itself, carries out a part of a document only; "" if it

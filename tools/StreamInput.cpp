@@ -13,21 +13,33 @@
 
 namespace {
 
-// XML begins with "<" behind blanks and a byte order mark; of two-byte encodings the mark tells.
+// Or what ends a line of a text file.
+bool isPrintable(char c)
+{
+    return isText(static_cast<std::uint8_t>(c)) || c == '\n' || c == '\r' || c == '\t';
+}
+
+// XML begins with "<" and markup behind blanks and a byte order mark, and has no other control
+// codes. Two-byte encodings are known by the mark, or by "<" in two bytes.
 bool isDocument(std::string_view bytes)
 {
     if (bytes.starts_with("\xFF\xFE") || bytes.starts_with("\xFE\xFF"))
         return true;
     if (bytes.starts_with("\xEF\xBB\xBF"))
         bytes.remove_prefix(3);
-    const std::size_t first = bytes.find_first_not_of(" \t\r\n");
-    return first != std::string_view::npos && bytes[first] == '<';
-}
-
-// Or what ends a line of a text file.
-bool isPrintable(char c)
-{
-    return isText(static_cast<std::uint8_t>(c)) || c == '\n' || c == '\r' || c == '\t';
+    if (bytes.starts_with(std::string_view("<\0", 2)) ||
+        bytes.starts_with(std::string_view("\0<", 2)))
+        return true;
+    bytes.remove_prefix(std::min(bytes.find_first_not_of(" \t\r\n"), bytes.size()));
+    if (bytes.starts_with("<?xml"))
+        return true;
+    const auto beginsName = [](char c) {
+        return c == ':' || c == '_' || (c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z') ||
+               static_cast<unsigned char>(c) >= 0x80;
+    };
+    const bool isMarkup = bytes.size() > 1 && bytes[0] == '<' &&
+                          (bytes[1] == '?' || bytes[1] == '!' || beginsName(bytes[1]));
+    return isMarkup && std::ranges::all_of(bytes, isPrintable);
 }
 
 }  // namespace
@@ -53,14 +65,18 @@ CommandBytes StreamInput::readStream() const
 {
     std::string bytes = readFile(file);
     const bool detect = !document && !hex && !raw;
-    if (document || (detect && isDocument(bytes)))
-        return renderDocument(bytes, profile);
+    if (document || (detect && isDocument(bytes))) {
+        CommandBytes commands = renderDocument(bytes, profile);
+        if (detect && !commands.whole)
+            std::cerr
+                << "kestrix-disp: the input was taken for a document; --raw reads it as it is\n";
+        return commands;
+    }
     if (hex || (detect && isHexText(bytes)))
         return {bytesOfHexText(bytes)};
     if (detect && !bytes.empty() && std::ranges::all_of(bytes, isPrintable))
-        std::cerr << "kestrix-disp: " << file
-                  << " holds no command and is taken for text; --hex and --document read it "
-                     "otherwise\n";
+        std::cerr << "kestrix-disp: the input holds no command and is taken for text; --hex and "
+                     "--document read it otherwise\n";
     return {std::move(bytes)};
 }
 

@@ -33,8 +33,11 @@ int run(int argc, char** argv)
     try {
         program.parse(argc, argv);
     } catch (const CLI::ParseError& error) {
-        if (const auto unknown = program.remaining(); !unknown.empty() && noneParsed(commands))
-            std::cerr << "kestrix-disp: there is no command \"" << unknown.front() << "\"\n";
+        if (const auto unknown = program.remaining(); !unknown.empty() && noneParsed(commands)) {
+            std::cerr << "kestrix-disp: there is no command \"" << unknown.front()
+                      << "\"; run with --help for those there are\n";
+            return kUsage;
+        }
         const int status = program.exit(error);
         if (!std::cout.flush())
             throw std::runtime_error("cannot write the output");

@@ -86,6 +86,7 @@ for input in "$work/document" "$work/hex"; do
 done
 printf '0x1B, 0x40\n' | "$program" explain >"$work/out" 2>"$work/err"
 [ -s "$work/err" ] || fail "no note that text is taken for a stream"
+printf '<\033@a' | "$program" explain 2>&1 | grep -q 'reset the display' || fail "a stream taken for a document"
 "$program" explain "$work/stream" 2>&1 | cmp - "$work/explained" || fail "a note on a stream"
 "$program" preview "$work/document" --svg "$work/svg" --png "$work/png"
 grep -q '<desc id="s">a</desc>' "$work/svg" || fail "no text in the SVG picture"
@@ -122,6 +123,8 @@ cp ./* "$work/profile"
 cd "$work/profile"
 sed -i 's/^0x81\t/0x80\t/' ibm437.txt
 "$program" which ü | grep -q 'ü .*: 80 in table 0 .*, where it is also U+00C7 ' || fail "two at one byte"
+sed -i 's/^ICSCommandParam=8\r/ICSCommandParam=0\r/' default
+"$program" which ‾ | grep -q '7E in set 0 (japan.txt)$' || fail "the default set is not read"
 printf 'x\r\n' >>"$work/profile/ibm850.txt"
 sed -i 's/EncodeTypeDefault=3/EncodeTypeDefault=4/' "$work/profile/HalvoSet.txt"
 cd /
