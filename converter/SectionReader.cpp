@@ -137,10 +137,13 @@ bool Section::check(std::string_view line)
         key.storeNumber = [](SectionTarget&, long) {};
     else if (m_set[found.index])
         key.storeText = [](SectionTarget&, std::string_view) {};
-    if (storeValue(key, m_target, found.textBehind))
-        m_file.valueRead(key.name, m_target.index);
-    else
+    if (!storeValue(key, m_target, found.textBehind)) {
         m_file.fault([&] { return brokenRule(key, found.textBehind); });
+        return true;
+    }
+    if (key.storeText)
+        m_file.valueRead(key.name, m_target.index);
+    remarkOn(key, line, false);
     return true;
 }
 

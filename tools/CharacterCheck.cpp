@@ -43,13 +43,15 @@ public:
         group.lines.insert(place.line);
     }
 
-    void tell(FindingList& list) const
+    void tell(FindingList& list,
+              void (FindingList::*as)(const ruvo::ProfilePlace&,
+                                      const std::string&) = &FindingList::remark) const
     {
         for (const auto& [path, group] : m_groups) {
             const std::size_t count = group.lines.size();
             const std::string more =
                 count == 1 ? "" : " (so for " + std::to_string(count) + " lines of this file)";
-            list.remark({path, *group.lines.begin()}, group.words + more);
+            (list.*as)({path, *group.lines.begin()}, group.words + more);
         }
     }
 
@@ -85,8 +87,6 @@ public:
     void checkDecompositions(const std::vector<PlacedDecomposition>& decompositions);
 
 private:
-    bool leadsToShown(std::uint32_t codePoint) const;
-
     const ruvo::HandleSettings& m_settings;
     const ruvo::CharacterTables& m_tables;
     FindingList& m_list;
@@ -175,7 +175,8 @@ void CharacterCheck::checkBytes(TableFileKind kind)
             commands.add(placed.place,
                          name + " has the byte " + byte +
                              ", a control code of the display: a text could send commands");
-        if (entry.ulCodePoint >= firstC1 && entry.ulCodePoint <= lastC1)
+        if (entry.ulCodePoint >= firstC1 && entry.ulCodePoint <= lastC1 &&
+            entry.ulCodePoint != entry.ucCode)
             exchanged.add(placed.place,
                           name + " is a control character; in a line the byte comes first");
         const PlacedEntry& first =
@@ -187,28 +188,56 @@ void CharacterCheck::checkBytes(TableFileKind kind)
     }
     commands.tell(m_list);
     exchanged.tell(m_list);
-    twice.tell(m_list);
+    twice.tell(m_list, &FindingList::note);  // so that look-alikes share a byte, perhaps
 }
 
-// Whether a character is shown, or composes on to one that is.
-bool CharacterCheck::leadsToShown(std::uint32_t codePoint) const
-{
-    return m_shown.contains(codePoint) ||
-           std::ranges::any_of(m_tables.decompTable.startingWith(codePoint),
-                               [&](const auto& row) { return m_shown.contains(row.composed); });
-}
-
+// A text decomposes into a base and marks, so other rows do not count. Nor do those whose character
+// is shown, or composes on to one that is.
 void CharacterCheck::checkDecompositions(const std::vector<PlacedDecomposition>& decompositions)
 {
+    std::multimap<std::uint32_t, std::uint32_t> basesOf;
+    for (const PlacedDecomposition& row : decompositions)
+        basesOf.emplace(row.composed, row.components.front());
+    std::set<std::uint32_t> useful = m_shown;
+    std::vector<std::uint32_t> unfollowed(m_shown.begin(), m_shown.end());
+    while (!unfollowed.empty()) {
+        const auto [first, last] = basesOf.equal_range(unfollowed.back());
+        unfollowed.pop_back();
+        for (auto row = first; row != last; ++row) {
+            if (useful.insert(row->second).second)
+                unfollowed.push_back(row->second);
+        }
+    }
     EntryWarnings astray;
-    for (const PlacedDecomposition& decomposition : decompositions) {
-        if (!leadsToShown(decomposition.codePoint))
-            astray.add(decomposition.place,
-                       characterName(decomposition.codePoint) +
+    for (const PlacedDecomposition& row : decompositions) {
+        const bool composes =
+            row.components.size() == 1 || m_tables.unicodeTable[row.components[1]].combiningMark;
+        if (composes && !useful.contains(row.composed))
+            astray.add(row.place,
+                       characterName(row.composed) +
                            " has a decomposition, but no table or set has the character: letters "
                            "and marks that lead to it are missing or not composed");
     }
     astray.tell(m_list);
+}
+
+// Of a decomposition field, whose tag does not count.
+std::vector<std::uint32_t> readComponents(std::string_view field)
+{
+    std::vector<std::uint32_t> components;
+    while (!field.empty()) {
+        const std::string_view part = field.substr(0, field.find(' '));
+        field.remove_prefix(std::min(part.size() + 1, field.size()));
+        if (part.starts_with('<'))
+            continue;
+        const char* const end = part.data() + part.size();
+        std::uint32_t component = 0;
+        if (std::from_chars(part.data(), end, component, 16).ptr != end ||
+            component > ruvo::kMaxCodePoint)
+            break;
+        components.push_back(component);
+    }
+    return components;
 }
 
 }  // namespace
@@ -247,8 +276,9 @@ bool checkDatabase(const ruvo::HandleSettings& settings, FindingList& list,
         last = std::max(last, codePoint);
         for (int i = 0; i < fieldsInFront; ++i)
             line.remove_prefix(std::min(line.find(';'), line.size() - 1) + 1);
-        if (!line.empty() && line.front() != ';')
-            decompositions.push_back({{path, file.lineNumber()}, codePoint});
+        std::vector<std::uint32_t> components = readComponents(line.substr(0, line.find(';')));
+        if (!components.empty() && components.size() <= settings.ucDecompositionMappingSize)
+            decompositions.push_back({{path, file.lineNumber()}, codePoint, std::move(components)});
     }
     return true;
 }

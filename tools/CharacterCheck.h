@@ -13,7 +13,8 @@
 // A line of UnicodeData.txt that decomposes its character.
 struct PlacedDecomposition {
     ruvo::ProfilePlace place;
-    std::uint32_t codePoint;
+    std::uint32_t composed;
+    std::vector<std::uint32_t> components;
 };
 
 // Reads the lines of UnicodeData.txt. False when there is none.

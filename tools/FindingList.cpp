@@ -6,8 +6,9 @@
 
 namespace {
 
-// Findings of one kind in one file that are kept; the others are counted.
-constexpr std::size_t kMaxFindings = 20;
+// Findings of one kind in one file that are kept; the others are counted. A table has no more than
+// 256 lines that could be at fault, but a file of another kind in its place has any number.
+constexpr std::size_t kMaxFindings = 300;
 
 }  // namespace
 
@@ -25,10 +26,14 @@ void FindingList::noLines(const std::string& path, const std::string& words, sho
 {
     const Finding::Kind kind = status == 0 ? Finding::Kind::warning : Finding::Kind::error;
     const auto named = m_namedAt.find(path);
-    if (named == m_namedAt.end())
+    if (named == m_namedAt.end()) {
         add(kind, {path, 0}, words, status);
-    else
-        add(kind, named->second, '"' + shownPath(path) + "\" " + words, status);
+        return;
+    }
+    std::deque<ruvo::ProfilePlace>& places = named->second;
+    add(kind, places.front(), '"' + shownPath(path) + "\" " + words, status);
+    if (places.size() > 1)
+        places.pop_front();
 }
 
 void FindingList::remark(const ruvo::ProfilePlace& place, const std::string& words)

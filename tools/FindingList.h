@@ -5,6 +5,7 @@
 
 #include "converter/TableFiles.h"
 
+#include <deque>
 #include <map>
 #include <set>
 #include <string>
@@ -32,11 +33,12 @@ public:
     void entryRead(const ruvo::ProfilePlace& place, ruvo::TableFileKind kind,
                    const ruvo::MapEntry& entry) override;
 
-    // A file without lines is told of at the place that names it.
+    // A file without lines is told of at the place that names it: if several do, at each as the
+    // file is read for it, in this order.
     void nameFile(const std::string& path, const ruvo::ProfilePlace& place)
     {
         if (place.line > 0)
-            m_namedAt.emplace(path, place);
+            m_namedAt[path].push_back(place);
     }
 
     void note(const ruvo::ProfilePlace& place, const std::string& words);
@@ -65,7 +67,7 @@ private:
              short status);
 
     std::vector<Finding> m_findings;
-    std::map<std::string, ruvo::ProfilePlace> m_namedAt;
+    std::map<std::string, std::deque<ruvo::ProfilePlace>> m_namedAt;
     std::set<std::tuple<std::string, std::size_t, std::string>> m_kept;  // path, line, words
     std::map<std::string, std::size_t> m_files;  // number of each path in the order of reading
     std::map<std::pair<std::string, Finding::Kind>, Count> m_counts;

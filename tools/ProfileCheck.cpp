@@ -35,8 +35,10 @@ private:
     void checkSettings();
     void checkDeviceInfo();
     template <class Value>
-    void warnOfEqualTables(const std::string& key, Value ruvo::TableEntry::*value,
-                           const std::string& what, const std::string& consequence);
+    void tellEqualTables(const std::string& key, Value ruvo::TableEntry::*value,
+                         const std::string& what,
+                         void (FindingList::*tell)(const ruvo::ProfilePlace&, const std::string&),
+                         const std::string& consequence);
     void keepNamedFiles();
     void nameFiles();
     void checkCharacterFiles(bool deviceIsValid);
@@ -157,37 +159,40 @@ void Checker::checkDeviceInfo()
                       "\"DecompositionMappingSize\" is " +
                           std::to_string(m_settings.ucDecompositionMappingSize) +
                           ": a letter and a mark are never composed");
-    warnOfEqualTables("TableCommandParam", &ruvo::TableEntry::ucTableCommandParam,
-                      "the command parameter",
-                      "one command selects both, and only the code page of the last one can be a "
-                      "target");
-    warnOfEqualTables("CodePage", &ruvo::TableEntry::sCodePage, "the code page",
-                      "as a target, it is the one with the lower command parameter");
+    tellEqualTables("TableCommandParam", &ruvo::TableEntry::ucTableCommandParam,
+                    "the command parameter", &FindingList::remark,
+                    "one command selects both, and only the code page of the last one can be a "
+                    "target");
+    tellEqualTables("CodePage", &ruvo::TableEntry::sCodePage, "the code page", &FindingList::note,
+                    "as a target it stands for one of them");
 }
 
 // Of tables that have a key's value in common.
 template <class Value>
-void Checker::warnOfEqualTables(const std::string& key, Value ruvo::TableEntry::*value,
-                                const std::string& what, const std::string& consequence)
+void Checker::tellEqualTables(const std::string& key, Value ruvo::TableEntry::*value,
+                              const std::string& what,
+                              void (FindingList::*tell)(const ruvo::ProfilePlace&,
+                                                        const std::string&),
+                              const std::string& consequence)
 {
     std::map<int, std::size_t> tableOf;
     for (std::size_t i = 0; i < static_cast<std::size_t>(m_settings.sMappingTableNumber); ++i) {
         const auto [first, isNew] = tableOf.emplace(m_deviceInfo.astTable[i].*value, i);
         if (!isNew)
-            m_list.remark(m_list.placeOf(key, i),
-                          "[Table" + std::to_string(i + 1) + "] has " + what + " of [Table" +
-                              std::to_string(first->second + 1) + "]: " + consequence);
+            (m_list.*tell)(m_list.placeOf(key, i),
+                           "[Table" + std::to_string(i + 1) + "] has " + what + " of [Table" +
+                               std::to_string(first->second + 1) + "]: " + consequence);
     }
 }
 
 void Checker::nameFiles()
 {
-    for (std::size_t i = 0; i < m_deviceInfo.astTable.size(); ++i) {
+    for (std::size_t i = 0; i < m_deviceInfo.astTable.size(); ++i)
         m_list.nameFile(m_settings.szDeviceInfoPath + m_deviceInfo.astTable[i].szTableFileName,
                         m_list.placeOf("TableFileName", i));
+    for (std::size_t i = 0; i < m_deviceInfo.astICS.size(); ++i)
         m_list.nameFile(m_settings.szDeviceInfoPath + m_deviceInfo.astICS[i].szICSFileName,
                         m_list.placeOf("ICSFileName", i));
-    }
 }
 
 // Of an invalid device information the files whose names are known.
