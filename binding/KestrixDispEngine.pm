@@ -306,8 +306,8 @@ A number may be a string that is a number as a whole, and must not have a fracti
 =item *
 
 An engine that has been destroyed, a pointer to a map that is in no living engine, and a pointer of
-another type are TypeErrors. A pointer is an address: one that is kept beyond its engine's life may be that of a new
-engine one day.
+another type are TypeErrors. A pointer is an address: one that is kept beyond its engine's life may
+be that of a new engine one day.
 
 =back
 

@@ -143,6 +143,8 @@ public:
 
     std::size_t size() const { return m_rows.size(); }
 
+    std::span<const DecompEntry> rows() const { return m_rows; }
+
     // All rows whose first component is the code point, in table order.
     std::span<const DecompEntry> startingWith(std::uint32_t codePoint) const;
 

@@ -11,9 +11,9 @@ void ensureHandleArray()
     HandleLinkMngInf& table = g_stHandlelinkMngInfTbl;
     if (table.pstHandleLink)
         return;
-    // 1 to 254 as read from the settings.
+    // Never negative: the settings have 1 to 254.
     table.pstHandleLink =
-        new std::unique_ptr<HandleLink>[static_cast<std::uint8_t>(table.sMaximumHandle)];
+        new std::unique_ptr<HandleLink>[static_cast<std::uint16_t>(table.sMaximumHandle)];
     table.sCapacity = table.sMaximumHandle;
 }
 

@@ -32,7 +32,7 @@ short LineReader::open(const std::string& path, short missingStatus)
     if (m_file < 0)
         return errno == ENOENT ? missingStatus : short{RUVO_FILE_NOT_OPENED};
     struct stat properties;
-    m_hasLines = fstat(m_file, &properties) == 0 && S_ISREG(properties.st_mode);
+    m_isRegular = fstat(m_file, &properties) == 0 && S_ISREG(properties.st_mode);
     if (!m_buffer)
         m_buffer = std::make_unique_for_overwrite<char[]>(kBufferSize);
     m_begin = m_end = 0;
@@ -80,7 +80,7 @@ bool LineReader::refill()
     m_end -= m_begin;
     m_begin = 0;
     ssize_t count = 0;
-    if (m_hasLines) {
+    if (m_isRegular) {
         do
             count = read(m_file, m_buffer.get() + m_end, kBufferSize - m_end);
         while (count < 0 && errno == EINTR);

@@ -19,8 +19,12 @@ public:
     ~LineReader() { closeFile(); }
 
     // Opens `path`. Returns 0, `missingStatus` when there is no such file, or -30 when it cannot be
-    // opened for another reason. A directory opens and has no lines.
+    // opened for another reason. What is no regular file, such as a directory or a device, opens
+    // and has no lines.
     short open(const std::string& path, short missingStatus);
+
+    // Whether the file opened last is a regular one.
+    bool isRegular() const { return m_isRegular; }
 
     // Gives the next line with its line break, or at most kMaxLineLength characters of it: a longer
     // line goes on as the next one. A NUL byte ends the text of its line. The view is good until
@@ -38,7 +42,7 @@ private:
     bool refill();
 
     int m_file = -1;  // a descriptor; below 0 without a file
-    bool m_hasLines = false;
+    bool m_isRegular = false;
     std::unique_ptr<char[]> m_buffer;
     std::size_t m_begin = 0;
     std::size_t m_end = 0;

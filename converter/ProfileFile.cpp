@@ -3,7 +3,6 @@
 #include "RuvoConverter.h"
 
 #include <cerrno>
-#include <filesystem>
 #include <system_error>
 
 namespace ruvo {
@@ -38,11 +37,10 @@ short ProfileFile::open(const std::string& path, short missingStatus, short inva
         m_path = path;
         m_invalidStatus = invalidStatus;
         m_longLine = 0;
-        std::error_code ignored;
         if (status != RUVO_OK) {
             const std::string reason = std::generic_category().message(error);
             m_listener->noLines(path, "cannot be opened: " + reason, status);
-        } else if (!std::filesystem::is_regular_file(path, ignored)) {
+        } else if (!m_reader.isRegular()) {
             m_listener->noLines(path, "is no regular file and reads as an empty one", RUVO_OK);
         }
     }

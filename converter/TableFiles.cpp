@@ -82,10 +82,8 @@ short readTableFile(ProfileFile& file, const std::string& path, TableFileKind ki
         }
         status = invalid;
         file.fault([&] {
-            if (full)
-                return std::string("is one line more than the 256 of a file");
-            const bool begins = line.starts_with("0x");
-            return rule + (begins ? "" : ", but begins with " + quoted(line.substr(0, 8)));
+            return full ? "is one line more than the 256 of a file"
+                        : rule + (", but is " + quoted(line));
         });
         if (full || !file.listener())
             break;

@@ -41,7 +41,7 @@ private:
 
     std::unique_ptr<xmlTextReader, FreeReader> reader_;
     bool atStart_ = true;
-    End end_ = End::wellFormed;  // the one without damage, before there is any
+    End end_ = End::wellFormed;  // as far as is known
 };
 
 #endif

@@ -73,8 +73,8 @@ public:
     //          (getUCHandle has the code, the next parse tries again), if data is longer than
     //          INT_MAX, or if memory runs out. Of a malformed document the bytes up to the error
     //
-    // Every document starts in the language "en". Nothing of one parse shows in
-    // another but the code table in force, which the converter keeps.
+    // Every document starts in the language "en". Nothing of one parse shows in another
+    // but the code table in force, which the converter keeps.
     std::string parse(std::string data, std::string devInfo, std::string setting) noexcept;
 
     // Whether funcMap holds key, by content. False for null.

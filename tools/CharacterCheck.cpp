@@ -1,5 +1,6 @@
 #include "CharacterCheck.h"
 
+#include "CharacterText.h"
 #include "DisplayCommands.h"
 #include "converter/ProfileFile.h"
 #include "converter/RuvoConverter.h"
@@ -8,22 +9,14 @@
 #include <algorithm>
 #include <charconv>
 #include <cstdio>
-#include <map>
-#include <set>
 #include <string>
 #include <string_view>
 #include <utility>
+#include <vector>
 
 namespace {
 
 using ruvo::TableFileKind;
-
-std::string characterName(std::uint32_t codePoint)
-{
-    char text[16];
-    std::snprintf(text, sizeof text, "U+%04X", static_cast<unsigned>(codePoint));
-    return text;
-}
 
 std::string byteName(std::uint8_t byte)
 {
@@ -43,15 +36,13 @@ public:
         group.lines.insert(place.line);
     }
 
-    void tell(FindingList& list,
-              void (FindingList::*as)(const ruvo::ProfilePlace&,
-                                      const std::string&) = &FindingList::remark) const
+    void tell(FindingList& list, Finding::Kind kind = Finding::Kind::warning) const
     {
         for (const auto& [path, group] : m_groups) {
             const std::size_t count = group.lines.size();
             const std::string more =
                 count == 1 ? "" : " (so for " + std::to_string(count) + " lines of this file)";
-            (list.*as)({path, *group.lines.begin()}, group.words + more);
+            list.add(kind, {path, *group.lines.begin()}, group.words + more);
         }
     }
 
@@ -64,34 +55,28 @@ private:
     std::map<std::string, Group> m_groups;
 };
 
-class CharacterCheck {
-public:
-    CharacterCheck(const ruvo::HandleSettings& settings, const ruvo::CharacterTables& tables,
-                   FindingList& list)
-        : m_settings(settings), m_tables(tables), m_list(list)
-    {
-        for (const TableFileKind kind : {TableFileKind::translation, TableFileKind::internalSet}) {
-            for (const PlacedEntry& placed : m_list.entries(kind)) {
-                const std::uint32_t codePoint = placed.entry.ulCodePoint;
-                if (codePoint != ruvo::kNoCharacter && m_tables.unicodeTable[codePoint].listed)
-                    m_shown.insert(codePoint);
-            }
+}  // namespace
+
+CharacterCheck::CharacterCheck(const ruvo::HandleSettings& settings,
+                               const ruvo::CharacterTables& tables, FindingList& list)
+    : m_settings(settings), m_tables(tables), m_list(list)
+{
+    for (const TableFileKind kind : {TableFileKind::translation, TableFileKind::internalSet}) {
+        for (const PlacedEntry& placed : m_list.entries(kind)) {
+            const std::uint32_t codePoint = placed.entry.ulCodePoint;
+            if (codePoint != ruvo::kNoCharacter && m_tables.unicodeTable[codePoint].listed)
+                m_shown.insert(codePoint);
         }
     }
+}
 
-    std::size_t shownCharacters() const { return m_shown.size(); }
-
-    void checkTables();
-    void checkSets();
-    void checkBytes(TableFileKind kind);
-    void checkDecompositions(const std::vector<PlacedDecomposition>& decompositions);
-
-private:
-    const ruvo::HandleSettings& m_settings;
-    const ruvo::CharacterTables& m_tables;
-    FindingList& m_list;
-    std::set<std::uint32_t> m_shown;
-};
+void CharacterCheck::checkEntries()
+{
+    checkTables();
+    checkSets();
+    checkBytes(TableFileKind::translation);
+    checkBytes(TableFileKind::internalSet);
+}
 
 void CharacterCheck::checkTables()
 {
@@ -103,7 +88,7 @@ void CharacterCheck::checkTables()
             continue;
         const ruvo::UnicodeCharInfo& info = m_tables.unicodeTable[entry.ulCodePoint];
         if (!info.listed) {
-            unlisted.add(placed.place, characterName(entry.ulCodePoint) +
+            unlisted.add(placed.place, codePointText(entry.ulCodePoint) +
                                            " has no line in UnicodeData.txt, so it is never shown");
             continue;
         }
@@ -114,7 +99,7 @@ void CharacterCheck::checkTables()
         if (!info.ucICSFlag && std::ranges::none_of(mappings, isThis)) {
             const bool cut =
                 mappings.size() == static_cast<std::size_t>(m_settings.sMappingTableNumber);
-            unused.add(placed.place, characterName(entry.ulCodePoint) +
+            unused.add(placed.place, codePointText(entry.ulCodePoint) +
                                          " is never shown with the byte " + byteName(entry.ucCode) +
                                          (cut ? ": more bytes have it than there are tables"
                                               : ": its line in UnicodeData.txt is out of order"));
@@ -135,7 +120,7 @@ void CharacterCheck::checkSets()
     EntryWarnings shadowing;
     for (const PlacedEntry& placed : m_list.entries(TableFileKind::internalSet)) {
         const ruvo::MapEntry& entry = placed.entry;
-        const std::string name = characterName(entry.ulCodePoint);
+        const std::string name = codePointText(entry.ulCodePoint);
         const ruvo::UnicodeCharInfo& info = m_tables.unicodeTable[entry.ulCodePoint];
         if (!info.listed) {
             unlisted.add(placed.place,
@@ -169,7 +154,7 @@ void CharacterCheck::checkBytes(TableFileKind kind)
         const ruvo::MapEntry& entry = placed.entry;
         if (entry.ulCodePoint == ruvo::kNoCharacter)
             continue;
-        const std::string name = characterName(entry.ulCodePoint);
+        const std::string name = codePointText(entry.ulCodePoint);
         const std::string byte = byteName(entry.ucCode);
         if (!isText(entry.ucCode))
             commands.add(placed.place,
@@ -184,20 +169,21 @@ void CharacterCheck::checkBytes(TableFileKind kind)
         if (first.entry.ulCodePoint != entry.ulCodePoint)
             twice.add(placed.place, name + " has the byte " + byte + ", which line " +
                                         std::to_string(first.place.line) + " has for " +
-                                        characterName(first.entry.ulCodePoint));
+                                        codePointText(first.entry.ulCodePoint));
     }
     commands.tell(m_list);
     exchanged.tell(m_list);
-    twice.tell(m_list, &FindingList::note);  // so that look-alikes share a byte, perhaps
+    twice.tell(m_list, Finding::Kind::note);  // so that look-alikes share a byte, perhaps
 }
 
-// A text decomposes into a base and marks, so other rows do not count. Nor do those whose character
-// is shown, or composes on to one that is.
-void CharacterCheck::checkDecompositions(const std::vector<PlacedDecomposition>& decompositions)
+// Rows whose character is shown, or composes on to one that is, are in order. Of the others those
+// count that a text can lead to: a base alone, or with marks behind it.
+void CharacterCheck::checkDecompositions(const DatabaseLines& lines)
 {
+    const ruvo::DecompositionTable& decompositions = m_tables.decompTable;
     std::multimap<std::uint32_t, std::uint32_t> basesOf;
-    for (const PlacedDecomposition& row : decompositions)
-        basesOf.emplace(row.composed, row.components.front());
+    for (const ruvo::DecompEntry& row : decompositions.rows())
+        basesOf.emplace(row.composed, row.firstComponent);
     std::set<std::uint32_t> useful = m_shown;
     std::vector<std::uint32_t> unfollowed(m_shown.begin(), m_shown.end());
     while (!unfollowed.empty()) {
@@ -208,54 +194,33 @@ void CharacterCheck::checkDecompositions(const std::vector<PlacedDecomposition>&
                 unfollowed.push_back(row->second);
         }
     }
+
     EntryWarnings astray;
-    for (const PlacedDecomposition& row : decompositions) {
+    for (const ruvo::DecompEntry& row : decompositions.rows()) {
+        const std::uint32_t second = decompositions.component(row, 1);
         const bool composes =
-            row.components.size() == 1 || m_tables.unicodeTable[row.components[1]].combiningMark;
-        if (composes && !useful.contains(row.composed))
-            astray.add(row.place,
-                       characterName(row.composed) +
+            row.componentCount == 1 || (row.componentCount > 1 && second <= ruvo::kMaxCodePoint &&
+                                        m_tables.unicodeTable[second].combiningMark);
+        const auto line = lines.find(row.composed);
+        if (composes && !useful.contains(row.composed) && line != lines.end())
+            astray.add({ruvo::unicodeDataPath(m_settings), line->second},
+                       codePointText(row.composed) +
                            " has a decomposition, but no table or set has the character: letters "
                            "and marks that lead to it are missing or not composed");
     }
     astray.tell(m_list);
 }
 
-// Of a decomposition field, whose tag does not count.
-std::vector<std::uint32_t> readComponents(std::string_view field)
-{
-    std::vector<std::uint32_t> components;
-    while (!field.empty()) {
-        const std::string_view part = field.substr(0, field.find(' '));
-        field.remove_prefix(std::min(part.size() + 1, field.size()));
-        if (part.starts_with('<'))
-            continue;
-        const char* const end = part.data() + part.size();
-        std::uint32_t component = 0;
-        if (std::from_chars(part.data(), end, component, 16).ptr != end ||
-            component > ruvo::kMaxCodePoint)
-            break;
-        components.push_back(component);
-    }
-    return components;
-}
-
-}  // namespace
-
-bool checkDatabase(const ruvo::HandleSettings& settings, FindingList& list,
-                   std::vector<PlacedDecomposition>& decompositions)
+bool checkDatabase(const ruvo::HandleSettings& settings, FindingList& list, DatabaseLines& lines)
 {
     constexpr char noComment = '\n';
-    constexpr int fieldsInFront = 5;  // of the decomposition
     ruvo::ProfileFile file(&list);
-    const std::string path = ruvo::unicodeDataPath(settings);
-    if (file.open(path, RUVO_UNICODE_DATA_MISSING, RUVO_OK) != RUVO_OK)
+    if (file.open(ruvo::unicodeDataPath(settings), RUVO_UNICODE_DATA_MISSING, RUVO_OK) != RUVO_OK)
         return false;
     std::uint32_t last = 0;
     std::string_view line;
     while (file.next(noComment, line)) {
-        line = line.substr(0, line.find_first_of("\r\n"));
-        const std::string_view field = line.substr(0, line.find(';'));
+        const std::string_view field = line.substr(0, line.find_first_of(";\r\n"));
         std::uint32_t codePoint = 0;
         const auto [end, error] =
             std::from_chars(field.data(), field.data() + field.size(), codePoint, 16);
@@ -269,30 +234,12 @@ bool checkDatabase(const ruvo::HandleSettings& settings, FindingList& list,
         }
         if (codePoint < last) {
             file.remark([&] {
-                return characterName(codePoint) + " stands behind " + characterName(last) +
+                return codePointText(codePoint) + " stands behind " + codePointText(last) +
                        ": characters of tables are found in ascending order only";
             });
         }
         last = std::max(last, codePoint);
-        for (int i = 0; i < fieldsInFront; ++i)
-            line.remove_prefix(std::min(line.find(';'), line.size() - 1) + 1);
-        std::vector<std::uint32_t> components = readComponents(line.substr(0, line.find(';')));
-        if (!components.empty() && components.size() <= settings.ucDecompositionMappingSize)
-            decompositions.push_back({{path, file.lineNumber()}, codePoint, std::move(components)});
+        lines[codePoint] = file.lineNumber();
     }
     return true;
-}
-
-std::size_t checkCharacters(const ruvo::HandleSettings& settings,
-                            const ruvo::CharacterTables& tables,
-                            const std::vector<PlacedDecomposition>& decompositions,
-                            FindingList& list)
-{
-    CharacterCheck check(settings, tables, list);
-    check.checkTables();
-    check.checkSets();
-    check.checkBytes(TableFileKind::translation);
-    check.checkBytes(TableFileKind::internalSet);
-    check.checkDecompositions(decompositions);
-    return check.shownCharacters();
 }

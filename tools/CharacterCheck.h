@@ -8,22 +8,35 @@
 
 #include <cstddef>
 #include <cstdint>
-#include <vector>
+#include <map>
+#include <set>
 
-// A line of UnicodeData.txt that decomposes its character.
-struct PlacedDecomposition {
-    ruvo::ProfilePlace place;
-    std::uint32_t composed;
-    std::vector<std::uint32_t> components;
+// The line of each code point in UnicodeData.txt; of one that is listed again the last.
+using DatabaseLines = std::map<std::uint32_t, std::size_t>;
+
+// Checks the lines of UnicodeData.txt. False when there is no such file.
+bool checkDatabase(const ruvo::HandleSettings& settings, FindingList& list, DatabaseLines& lines);
+
+class CharacterCheck {
+public:
+    // Of a profile whose files have been read, with the entries that are in the list. All of it
+    // must stay.
+    CharacterCheck(const ruvo::HandleSettings& settings, const ruvo::CharacterTables& tables,
+                   FindingList& list);
+
+    // The lines of the tables and sets.
+    void checkEntries();
+    void checkDecompositions(const DatabaseLines& lines);
+
+    std::size_t shownCharacters() const { return m_shown.size(); }
+
+private:
+    void checkTables();
+    void checkSets();
+    void checkBytes(ruvo::TableFileKind kind);
+
+    const ruvo::HandleSettings& m_settings;
+    const ruvo::CharacterTables& m_tables;
+    FindingList& m_list;
+    std::set<std::uint32_t> m_shown;
 };
-
-// Reads the lines of UnicodeData.txt. False when there is none.
-bool checkDatabase(const ruvo::HandleSettings& settings, FindingList& list,
-                   std::vector<PlacedDecomposition>& decompositions);
-
-// Checks a profile whose files have been read, with the entries that are in the list. Returns the
-// number of characters that it can show.
-std::size_t checkCharacters(const ruvo::HandleSettings& settings,
-                            const ruvo::CharacterTables& tables,
-                            const std::vector<PlacedDecomposition>& decompositions,
-                            FindingList& list);

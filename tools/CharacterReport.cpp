@@ -109,13 +109,6 @@ std::vector<SentCode> send(short handle, const Cluster& cluster)
     return sent;
 }
 
-std::string codePointText(char32_t character)
-{
-    char text[16];
-    std::snprintf(text, sizeof text, "U+%04X", static_cast<unsigned>(character));
-    return text;
-}
-
 class Reporter {
 public:
     explicit Reporter(const ProfileTables& tables) : m_tables(tables) {}

@@ -4,6 +4,7 @@
 #include <unicode/utf8.h>
 
 #include <algorithm>
+#include <cstdio>
 
 void appendCharacter(std::string& text, char32_t character)
 {
@@ -22,6 +23,13 @@ std::string printable(std::string text)
 {
     std::ranges::replace_if(
         text, [](unsigned char c) { return c < 0x20 || c == 0x7F; }, '?');
+    return text;
+}
+
+std::string codePointText(char32_t character)
+{
+    char text[16];
+    std::snprintf(text, sizeof text, "U+%04X", static_cast<unsigned>(character));
     return text;
 }
 

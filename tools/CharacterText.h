@@ -10,5 +10,8 @@ void appendCharacter(std::string& text, char32_t character);
 // A file's name or its text, control characters as "?".
 std::string printable(std::string text);
 
+// "U+0041".
+std::string codePointText(char32_t character);
+
 // "LATIN SMALL LETTER A", or the like of "<control-000A>" for a code point without a name.
 std::string characterName(char32_t character);

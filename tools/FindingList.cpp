@@ -38,12 +38,7 @@ void FindingList::noLines(const std::string& path, const std::string& words, sho
 
 void FindingList::remark(const ruvo::ProfilePlace& place, const std::string& words)
 {
-    add(Finding::Kind::warning, place, words, 0);
-}
-
-void FindingList::note(const ruvo::ProfilePlace& place, const std::string& words)
-{
-    add(Finding::Kind::note, place, words, 0);
+    add(Finding::Kind::warning, place, words);
 }
 
 void FindingList::valueRead(const ruvo::ProfilePlace& place, std::string_view key,
@@ -82,10 +77,10 @@ std::vector<Finding> FindingList::take()
     for (const auto& [key, count] : m_counts) {
         const auto& [path, kind] = key;
         if (count.findings > kMaxFindings)
-            note({path, count.lastLine},
-                 "and " + std::to_string(count.findings - kMaxFindings) +
-                     (kind == Finding::Kind::error ? " more errors" : " more warnings") +
-                     " up to this line");
+            add(Finding::Kind::note, {path, count.lastLine},
+                "and " + std::to_string(count.findings - kMaxFindings) +
+                    (kind == Finding::Kind::error ? " more errors" : " more warnings") +
+                    " up to this line");
     }
     std::ranges::stable_sort(m_findings, {}, [&](const Finding& finding) {
         return std::pair(m_files[finding.place.path], finding.place.line);

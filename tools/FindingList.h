@@ -41,7 +41,8 @@ public:
             m_namedAt[path].push_back(place);
     }
 
-    void note(const ruvo::ProfilePlace& place, const std::string& words);
+    void add(Finding::Kind kind, const ruvo::ProfilePlace& place, const std::string& words,
+             short status = 0);
 
     // The faults told so far are warnings: the file is valid all the same.
     void excuse();
@@ -62,9 +63,6 @@ private:
         std::size_t findings = 0;
         std::size_t lastLine = 0;
     };
-
-    void add(Finding::Kind kind, const ruvo::ProfilePlace& place, const std::string& words,
-             short status);
 
     std::vector<Finding> m_findings;
     std::map<std::string, std::deque<ruvo::ProfilePlace>> m_namedAt;

@@ -6,6 +6,7 @@
 #include <optional>
 #include <stdexcept>
 #include <system_error>
+#include <utility>
 
 namespace {
 
@@ -14,6 +15,12 @@ constexpr std::size_t kDumpWidth = 16;
 bool isBlank(char c)
 {
     return c == ' ' || c == '\t' || c == '\r';
+}
+
+// As a dump shows a byte.
+char shownByte(char c)
+{
+    return c >= 0x20 && c < 0x7F ? c : '.';
 }
 
 std::optional<unsigned> digit(char c)
@@ -105,7 +112,7 @@ private:
     {
         std::string shown;
         for (const char c : std::string_view(m_bytes).substr(m_lineStart))
-            shown += c >= 0x20 && c < 0x7F ? c : '.';
+            shown += shownByte(c);
         return characters.empty() || trimmed(shown) == characters;
     }
 
@@ -152,10 +159,13 @@ std::size_t lastLine(std::string_view text)
 std::size_t offsetDigits(std::string_view text)
 {
     constexpr std::size_t leastDigits = 6;
-    text.remove_prefix(std::min(text.find_first_not_of(" \t\r\n"), text.size()));
-    const std::string_view line = trimmed(text.substr(0, text.find('\n')));
-    const std::size_t digits = std::min(line.find_first_not_of('0'), line.size());
-    const bool isOffset = digits >= leastDigits && digits < line.size() &&
+    std::string_view line;
+    findUnreadLine(text, [&](std::string_view first) {
+        line = first;
+        return false;
+    });
+    const std::size_t digits = line.find_first_not_of('0');
+    const bool isOffset = digits != std::string_view::npos && digits >= leastDigits &&
                           (line[digits] == ':' || isBlank(line[digits]));
     return isOffset ? digits : 0;
 }
@@ -181,11 +191,13 @@ std::size_t readHexText(std::string_view text, std::string& bytes)
     std::string decimalBytes;
     const std::size_t unread = readDump(text, 8, bytes);
     const std::size_t decimalUnread = readDump(text, 10, decimalBytes);
-    if (unread == 0 && decimalUnread == 0)
-        return bytes == decimalBytes ? 0 : lastLine(text);
-    if (decimalUnread == 0)
-        bytes = decimalBytes;
-    return std::min(unread, decimalUnread) == 0 ? 0 : std::max(unread, decimalUnread);
+    if (unread != 0 && decimalUnread != 0)
+        return std::max(unread, decimalUnread);
+    if (unread != 0)
+        bytes = std::move(decimalBytes);
+    else if (decimalUnread == 0 && bytes != decimalBytes)
+        return lastLine(text);
+    return 0;
 }
 
 }  // namespace
@@ -206,7 +218,7 @@ std::string hexDump(std::string_view bytes)
         }
         text += "  |";
         for (const char c : row)
-            text += c >= 0x20 && c < 0x7F ? c : '.';
+            text += shownByte(c);
         text += "|\n";
     }
     return text;

@@ -36,8 +36,7 @@ private:
     void checkDeviceInfo();
     template <class Value>
     void tellEqualTables(const std::string& key, Value ruvo::TableEntry::*value,
-                         const std::string& what,
-                         void (FindingList::*tell)(const ruvo::ProfilePlace&, const std::string&),
+                         const std::string& what, Finding::Kind kind,
                          const std::string& consequence);
     void keepNamedFiles();
     void nameFiles();
@@ -60,8 +59,8 @@ CheckedProfile Checker::check()
         m_list.excuse();
     if (m_settings.szDeviceInfoPath.empty()) {
         if (m_result.status == RUVO_SETTINGS_INVALID)
-            m_list.note({m_directory + "HalvoSet.txt", 0},
-                        "without \"DeviceInfoPath\" the other files are not checked");
+            m_list.add(Finding::Kind::note, {m_directory + "HalvoSet.txt", 0},
+                       "without \"DeviceInfoPath\" the other files are not checked");
         m_result.findings = m_list.take();
         return m_result;
     }
@@ -91,11 +90,9 @@ void Checker::checkCharacterFiles(bool deviceIsValid)
     const std::uint32_t announced = m_settings.ulDecompositionClassNumber;
     m_settings.ulDecompositionClassNumber = ruvo::kMaxCodePoint + 1;
     take(ruvo::readCharacterFiles(m_settings, m_deviceInfo, m_tables, &m_list));
-    std::vector<PlacedDecomposition> decompositions;
-    if (!checkDatabase(m_settings, m_list, decompositions) || !deviceIsValid)
+    DatabaseLines lines;
+    if (!checkDatabase(m_settings, m_list, lines) || !deviceIsValid)
         return;
-    if (m_result.status != RUVO_OK)
-        decompositions.clear();  // a file at fault may have the characters
     const std::size_t rows = m_tables.decompTable.size();
     if (rows > announced)
         m_list.remark(m_list.placeOf("DecompositionClassNumber"),
@@ -104,7 +101,11 @@ void Checker::checkCharacterFiles(bool deviceIsValid)
                           " decompositions: the last ones are not used");
     m_result.tables = static_cast<std::size_t>(m_settings.sMappingTableNumber);
     m_result.sets = static_cast<std::size_t>(m_deviceInfo.sInternalCharacterSetNumber);
-    m_result.characters = checkCharacters(m_settings, m_tables, decompositions, m_list);
+    CharacterCheck check(m_settings, m_tables, m_list);
+    check.checkEntries();
+    if (m_result.status == RUVO_OK)  // a file at fault may have the characters
+        check.checkDecompositions(lines);
+    m_result.characters = check.shownCharacters();
 }
 
 // The first fault decides the open.
@@ -125,9 +126,9 @@ void Checker::findDeviceInfo()
         m_hostDirectory = m_directory;
         path.insert(0, m_directory);
     }
-    m_list.note(m_list.placeOf("DeviceInfoPath"),
-                std::string("\"DeviceInfoPath\" is relative: read as for a host that runs in ") +
-                    (inCurrent ? "the current directory" : "the profile's directory"));
+    m_list.add(Finding::Kind::note, m_list.placeOf("DeviceInfoPath"),
+               std::string("\"DeviceInfoPath\" is relative: read as for a host that runs in ") +
+                   (inCurrent ? "the current directory" : "the profile's directory"));
 }
 
 void Checker::checkSettings()
@@ -144,8 +145,9 @@ void Checker::checkSettings()
     const std::string folder = (relative ? m_hostDirectory : "") + m_settings.szLogFilePath;
     std::error_code ignored;
     if (log.line > 0 && !fs::is_directory(folder, ignored))
-        m_list.note(log, "there is no directory " + ruvo::quoted(shownPath(folder)) +
-                             ": nothing is logged");
+        m_list.add(Finding::Kind::note, log,
+                   "there is no directory " + ruvo::quoted(shownPath(folder)) +
+                       ": nothing is logged");
 }
 
 void Checker::checkDeviceInfo()
@@ -160,28 +162,26 @@ void Checker::checkDeviceInfo()
                           std::to_string(m_settings.ucDecompositionMappingSize) +
                           ": a letter and a mark are never composed");
     tellEqualTables("TableCommandParam", &ruvo::TableEntry::ucTableCommandParam,
-                    "the command parameter", &FindingList::remark,
+                    "the command parameter", Finding::Kind::warning,
                     "one command selects both, and only the code page of the last one can be a "
                     "target");
-    tellEqualTables("CodePage", &ruvo::TableEntry::sCodePage, "the code page", &FindingList::note,
+    tellEqualTables("CodePage", &ruvo::TableEntry::sCodePage, "the code page", Finding::Kind::note,
                     "as a target it stands for one of them");
 }
 
 // Of tables that have a key's value in common.
 template <class Value>
 void Checker::tellEqualTables(const std::string& key, Value ruvo::TableEntry::*value,
-                              const std::string& what,
-                              void (FindingList::*tell)(const ruvo::ProfilePlace&,
-                                                        const std::string&),
+                              const std::string& what, Finding::Kind kind,
                               const std::string& consequence)
 {
     std::map<int, std::size_t> tableOf;
     for (std::size_t i = 0; i < static_cast<std::size_t>(m_settings.sMappingTableNumber); ++i) {
         const auto [first, isNew] = tableOf.emplace(m_deviceInfo.astTable[i].*value, i);
         if (!isNew)
-            (m_list.*tell)(m_list.placeOf(key, i),
-                           "[Table" + std::to_string(i + 1) + "] has " + what + " of [Table" +
-                               std::to_string(first->second + 1) + "]: " + consequence);
+            m_list.add(kind, m_list.placeOf(key, i),
+                       "[Table" + std::to_string(i + 1) + "] has " + what + " of [Table" +
+                           std::to_string(first->second + 1) + "]: " + consequence);
     }
 }
 

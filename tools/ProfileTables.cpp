@@ -80,14 +80,12 @@ std::optional<char32_t> ProfileTables::character(CodeState state, std::uint8_t b
 
 bool ProfileTables::tableHas(unsigned table, std::uint8_t byte, char32_t character) const
 {
-    const std::vector<char32_t>& characters = charactersOf(m_tables, table, byte);
-    return std::ranges::find(characters, character) != characters.end();
+    return std::ranges::count(charactersOf(m_tables, table, byte), character) != 0;
 }
 
 bool ProfileTables::setHas(unsigned set, std::uint8_t byte, char32_t character) const
 {
-    const std::vector<char32_t>& characters = charactersOf(m_sets, set, byte);
-    return std::ranges::find(characters, character) != characters.end();
+    return std::ranges::count(charactersOf(m_sets, set, byte), character) != 0;
 }
 
 const std::vector<char32_t>& ProfileTables::charactersOf(const CodeFiles& files, unsigned parameter,
