@@ -106,6 +106,9 @@ done
 { printf '<!DOCTYPE a ['; printf '<!ATTLIST text a%d CDATA "1">' $(seq 65); printf ']><a><clear/></a>'; } |
     "$program" render - >"$work/out" 2>"$work/err" && fail "status 0 for too many attributes"
 grep -q 'more than 64 attributes' "$work/err" || fail "no reason for too many attributes"
+printf '<a><clear/><text %020000d="1"/></a>' 0 | "$program" render - >"$work/out" 2>"$work/err" &&
+    fail "status 0 for a tag that is too long"
+grep -q 'more than 16384 characters' "$work/err" || fail "no reason for a tag that is too long"
 printf '<any a:b="c"/>' | "$program" render - 2>"$work/err" || fail "status for a namespace"
 [ -s "$work/err" ] || fail "no message for a namespace"
 
