@@ -1,22 +1,57 @@
 #include "DocumentSource.h"
 
-#include "ReadableLength.h"
+#include "MarkupLimits.h"
 
 #include <iterator>
 #include <utility>
 
 namespace {
 
-// Of the document type that is the reader's current node.
-bool hasTooManyDefaults(xmlTextReader* reader)
+using End = DocumentSource::End;
+
+End endOf(MarkupExcess excess)
 {
-    // Not by way of the document: who asks for it has to free it.
-    const xmlNode* const type = xmlTextReaderCurrentNode(reader);
-    int count = 0;
-    for (const xmlNode* node = type->children; node != nullptr; node = node->next) {
-        count += node->type == XML_ATTRIBUTE_DECL;
+    switch (excess) {
+    case MarkupExcess::none:
+        return End::wellFormed;
+    case MarkupExcess::attributes:
+        return End::manyAttributes;
+    case MarkupExcess::tag:
+        return End::largeTag;
+    case MarkupExcess::documentType:
+        return End::largeDocumentType;
     }
-    return count > DocumentSource::mostDefaults;
+    return End::wellFormed;
+}
+
+// Counts the default values that a document type declares. The reader keeps a list of all
+// references to an ID, in which it looks for each new one; nothing here asks for it, so that
+// attributes declared as references become plain ones.
+int settleDeclarations(xmlNode* type)
+{
+    int defaults = 0;
+    for (xmlNode* node = type->children; node != nullptr; node = node->next) {
+        if (node->type != XML_ATTRIBUTE_DECL) {
+            continue;
+        }
+        auto* const declaration = reinterpret_cast<xmlAttribute*>(node);
+        defaults += declaration->defaultValue != nullptr;
+        if (declaration->atype == XML_ATTRIBUTE_IDREF ||
+            declaration->atype == XML_ATTRIBUTE_IDREFS) {
+            declaration->atype = XML_ATTRIBUTE_CDATA;
+        }
+    }
+    return defaults;
+}
+
+int countNamespaces(const xmlNode* element)
+{
+    int count = 0;
+    for (const xmlNs* declaration = element->nsDef; declaration != nullptr;
+         declaration = declaration->next) {
+        ++count;
+    }
+    return count;
 }
 
 // A new reader takes over the thread's defaults, which are the host's, whatever its options say.
@@ -49,25 +84,36 @@ private:
 DocumentSource::DocumentSource(const std::string& data)
 {
     const PlainDefaults defaults;
-    const std::size_t length = readableLength(data);
-    end_ = length < data.size() ? End::longMarkup : End::wellFormed;
-    reader_.reset(xmlReaderForMemory(data.data(), static_cast<int>(length), nullptr, nullptr, 0));
+    const ReadablePart part = readablePart(data);
+    end_ = endOf(part.excess);
+    reader_.reset(
+        xmlReaderForMemory(data.data(), static_cast<int>(part.length), nullptr, nullptr, 0));
 }
 
 int DocumentSource::read()
 {
     const int result = xmlTextReaderRead(reader());
     if (result != 1) {
-        end_ = result < 0 && end_ == End::wellFormed ? End::damaged : end_;
-        return 0;
+        return end(result < 0 && end_ == End::wellFormed ? End::damaged : end_);
     }
+    // Not by way of the document: who asks for it has to free it.
+    xmlNode* const node = xmlTextReaderCurrentNode(reader());
     if (std::exchange(atStart_, false)) {
-        xmlDictSetLimit(xmlTextReaderCurrentNode(reader())->doc->dict, largestDictionary);
+        xmlDictSetLimit(node->doc->dict, largestDictionary);
     }
     const int type = xmlTextReaderNodeType(reader());
-    if (type == XML_READER_TYPE_DOCUMENT_TYPE && hasTooManyDefaults(reader())) {
-        end_ = End::manyDefaults;
-        return 0;
+    if (type == XML_READER_TYPE_DOCUMENT_TYPE) {
+        if (settleDeclarations(node) > mostDefaults) {
+            return end(End::manyDefaults);
+        }
+    } else if (type == XML_READER_TYPE_ELEMENT && node->nsDef != nullptr) {
+        const int count = countNamespaces(node);
+        if (namespaces_ + count > mostNamespaces) {
+            return end(End::manyNamespaces);
+        }
+        namespaces_ += xmlTextReaderIsEmptyElement(reader()) == 1 ? 0 : count;
+    } else if (type == XML_READER_TYPE_END_ELEMENT && node->nsDef != nullptr) {
+        namespaces_ -= countNamespaces(node);
     }
     return type;
 }

@@ -7,17 +7,26 @@
 
 #include <libxml/xmlreader.h>
 
-// The document ends in front of markup that is too long (see readableLength), and in front of a
-// document type that declares more than mostDefaults attributes: each element gets all that are
-// declared for it. Names that differ are kept in a dictionary that becomes slow when it is large;
-// the name that does not fit largestDictionary ends the document.
+// A document ends at the limits of MarkupLimits.h and at these:
 class DocumentSource {
 public:
+    // Attributes with default values: each element gets all that are declared for it.
     static constexpr int mostDefaults = 64;
-    static constexpr unsigned int largestDictionary = 1048576;  // bytes
+    // Namespaces in scope: the reader looks through them at each prefix.
+    static constexpr int mostNamespaces = 4096;
+    // Bytes of names that differ: the reader's dictionary becomes slow when it is large.
+    static constexpr unsigned int largestDictionary = 1048576;
 
     // Why there is nothing more to read.
-    enum class End { wellFormed, damaged, longMarkup, manyDefaults };
+    enum class End {
+        wellFormed,
+        damaged,
+        manyAttributes,
+        largeTag,
+        largeDocumentType,
+        manyDefaults,
+        manyNamespaces,
+    };
 
     // Refers to data.
     explicit DocumentSource(const std::string& data);
@@ -39,8 +48,15 @@ private:
         void operator()(xmlTextReader* reader) const { xmlFreeTextReader(reader); }
     };
 
+    int end(End end)
+    {
+        end_ = end;
+        return 0;
+    }
+
     std::unique_ptr<xmlTextReader, FreeReader> reader_;
     bool atStart_ = true;
+    int namespaces_ = 0;         // in scope
     End end_ = End::wellFormed;  // as far as is known
 };
 

@@ -1,16 +1,11 @@
 #include "DocumentWalk.h"
 
 #include "DocumentSource.h"
-#include "ElementAttributes.h"
 #include "ParserRegistry.h"
 
 #include <array>
 #include <cstring>
-#include <forward_list>
-#include <utility>
 #include <vector>
-
-#include <libxml/xmlreader.h>
 
 namespace {
 
@@ -24,15 +19,6 @@ TagParser* parserFor(const char* name, const ParserMap& parsers)
     const auto entry = parsers.find(name);
     return entry == parsers.end() ? nullptr : entry->second;
 }
-
-// What the walk does at an element of a name.
-struct Element {
-    const xmlChar* name = nullptr;
-    TagParser* beginParser = nullptr;
-    TagParser* endParser = nullptr;
-    bool collectsText = false;
-    ElementAttributes attributes;
-};
 
 enum class Event { startTag, emptyElement, endTag, text, other };
 
@@ -54,7 +40,7 @@ Event eventOf(xmlTextReader* reader, int nodeType)
 
 // State       Event                      Action                                    Next state
 // ----------  -------------------------  ----------------------------------------  ----------
-// idle        startTag, collects text    keep its attributes, name and parser      collecting
+// idle        startTag, collects text    keep its attributes and name              collecting
 //             startTag, any other        begin parser                              idle
 //             emptyElement               begin parser, then end parser             idle
 //             endTag                     end parser                                idle
@@ -113,25 +99,20 @@ private:
         case Event::startTag:
         case Event::emptyElement: {
             const xmlChar* const name = xmlTextReaderConstLocalName(reader_);
-            if (name == nullptr) {
-                return State::idle;
-            }
-            Element& element = elementOf(name);
-            if (element.beginParser != nullptr) {
-                element.attributes.read(xmlTextReaderCurrentNode(reader_));
-            }
-            if (event == Event::startTag && element.collectsText) {
-                kept_ = &element;
+            storeAttributes(reader_, attributes_);
+            if (event == Event::startTag && collectsText(asText(name))) {
+                kept_ = name;
                 return State::collecting;
             }
-            callBeginParser(element);
+            call(beginParsers_, name);
             if (event == Event::emptyElement) {
-                callEndParser(element);
+                call(endParsers_, name);
             }
+            attributes_.clear();
             return State::idle;
         }
         case Event::endTag:
-            endElement();
+            call(endParsers_, xmlTextReaderConstLocalName(reader_));
             return State::idle;
         case Event::text:
         case Event::other:
@@ -147,8 +128,14 @@ private:
             depth_ = 1;
             return State::skipping;
         case Event::endTag:
-            callBeginParser(*kept_);
-            endElement();
+            if (!content_.empty()) {
+                content_.push_back(0);
+                attributes_[TagParser::CONTENT] = content_.data();
+            }
+            call(beginParsers_, kept_);
+            attributes_.clear();
+            content_.clear();
+            call(endParsers_, xmlTextReaderConstLocalName(reader_));
             return State::idle;
         case Event::text:
             appendContent();
@@ -187,59 +174,13 @@ private:
         }
     }
 
-    // The text collected, terminated by NUL; null when there is none.
-    unsigned char* content()
+    // Hands the attributes to the parser of that name, if there is one. They are its own to change,
+    // and gone when it has had them.
+    void call(const ParserMap& parsers, const xmlChar* name)
     {
-        if (content_.empty()) {
-            return nullptr;
-        }
-        content_.push_back(0);
-        return content_.data();
-    }
-
-    void endElement()
-    {
-        if (const xmlChar* const name = xmlTextReaderConstLocalName(reader_)) {
-            callEndParser(elementOf(name));
-        }
-    }
-
-    // The reader gives equal names at one address, so each name of a parser is looked up once.
-    Element& elementOf(const xmlChar* name)
-    {
-        for (Element& element : elements_) {
-            if (element.name == name) {
-                return element;
-            }
-        }
-        Element element;
-        element.name = name;
-        element.beginParser = parserFor(asText(name), beginParsers_);
-        element.endParser = parserFor(asText(name), endParsers_);
-        element.collectsText = collectsText(asText(name));
-        if (element.beginParser == nullptr && element.endParser == nullptr &&
-            !element.collectsText) {
-            return without_;
-        }
-        return elements_.emplace_front(std::move(element));
-    }
-
-    void callBeginParser(Element& element)
-    {
-        if (element.beginParser != nullptr) {
-            element.beginParser->parse(element.name, element.attributes.map(content()),
-                                       documentState_, out_);
-            element.attributes.release();
-        }
-        content_.clear();
-    }
-
-    // The attributes have been used up by then.
-    void callEndParser(Element& element)
-    {
-        if (element.endParser != nullptr) {
-            AttributeMap none;
-            element.endParser->parse(element.name, none, documentState_, out_);
+        if (TagParser* const parser = parserFor(asText(name), parsers)) {
+            parser->parse(name, attributes_, documentState_, out_);
+            attributes_.clear();
         }
     }
 
@@ -251,15 +192,24 @@ private:
 
     State state_ = State::idle;
     unsigned int depth_ = 0;              // skipping: elements open inside the kept one
-    Element* kept_ = nullptr;             // collecting, skipping: waits for its end tag
+    const xmlChar* kept_ = nullptr;       // collecting, skipping: waits for its end tag
+    AttributeMap attributes_;             // of the element at hand, or of the kept one
     std::vector<unsigned char> content_;  // text collected so far, UTF-8
     std::array<unsigned char, KestrixDispEngine::LANG_BUF_LEN> language_{};
     AttributeMap documentState_;
-    std::forward_list<Element> elements_;  // met so far, those with something to do
-    Element without_;                      // stands for all others
 };
 
 }  // namespace
+
+void storeAttributes(xmlTextReader* reader, AttributeMap& attributes)
+{
+    const xmlNode* const element = xmlTextReaderCurrentNode(reader);
+    const xmlAttr* attribute = element == nullptr ? nullptr : element->properties;
+    for (; attribute != nullptr; attribute = attribute->next) {
+        attributes[asText(attribute->name)] =
+            attribute->children == nullptr ? nullptr : attribute->children->content;
+    }
+}
 
 void walkDocument(const std::string& data, const ParserMap& beginParsers,
                   const ParserMap& endParsers, OutputVector& out)

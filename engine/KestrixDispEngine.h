@@ -21,7 +21,8 @@ public:
     // The parsers called at an element's start tag ("text", "marquee" and "command": at its end
     // tag) and at its end tag. The keys are the TAG_ constants below. A parser belongs to the
     // engines whose maps hold it: the last of them deletes it. An entry put in here must come from
-    // new; one taken out here is the caller's. A null entry counts as none.
+    // new; one taken out here is the caller's. A null entry counts as none. Names are looked up at
+    // each tag, so a change takes effect at the next one, also in the document at hand.
     ParserMap funcMapBegin;
     ParserMap funcMapEnd;
 
@@ -70,8 +71,9 @@ public:
     // setting  name of the converter's ID file, up to its first NUL; read only where devInfo opens
     //          a handle
     // returns  the command bytes, NUL bytes among them. Empty if the handle cannot be opened
-    //          (getUCHandle has the code, the next parse tries again), if data is longer than
-    //          INT_MAX, or if memory runs out. Of a malformed document the bytes up to the error
+    //          (getUCHandle has the code, the next parse tries again), or if data is longer than
+    //          INT_MAX. Of a malformed document the bytes up to the error. Where memory runs out
+    //          the result may be empty, end early, or lack a text; commands are whole all the same
     //
     // Every document starts in the language "en". Nothing of one parse shows in another
     // but the code table in force, which the converter keeps.

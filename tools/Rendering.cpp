@@ -5,7 +5,7 @@
 #include "converter/SettingsFiles.h"
 #include "engine/DocumentSource.h"
 #include "engine/KestrixDispEngine.h"
-#include "engine/ReadableLength.h"
+#include "engine/MarkupLimits.h"
 
 #include <CLI/CLI.hpp>
 
@@ -39,6 +39,11 @@ void tell(void*, xmlErrorPtr error)
               << (error->code == XML_ERR_DOCUMENT_END ? ", or an end tag is missing\n" : "\n");
 }
 
+std::string moreThan(const std::string& what, std::size_t limit, const std::string& unit)
+{
+    return what + " more than " + std::to_string(limit) + " " + unit;
+}
+
 // Why the library, which keeps it to itself, carries out a part of a document only; "" if it
 // carries out all of it.
 std::string whyCutShort(const std::string& document)
@@ -54,12 +59,18 @@ std::string whyCutShort(const std::string& document)
         return "";
     case DocumentSource::End::damaged:
         return "it is not well-formed, or exceeds a limit of the XML reader";
-    case DocumentSource::End::longMarkup:
-        return "a tag or document type has more than " + std::to_string(longestMarkup) +
-               " characters";
+    case DocumentSource::End::manyAttributes:
+        return moreThan("an element has", mostAttributes, "attributes");
+    case DocumentSource::End::largeTag:
+        return moreThan("a tag has", largestTag, "bytes");
+    case DocumentSource::End::largeDocumentType:
+        return moreThan("the document type, with what its parameter entities stand for, has",
+                        largestDocumentType, "bytes");
     case DocumentSource::End::manyDefaults:
-        return "the document type declares more than " +
-               std::to_string(DocumentSource::mostDefaults) + " attributes";
+        return moreThan("the document type declares", DocumentSource::mostDefaults,
+                        "attributes with default values");
+    case DocumentSource::End::manyNamespaces:
+        return moreThan("an element has", DocumentSource::mostNamespaces, "namespaces in scope");
     }
     return "";
 }

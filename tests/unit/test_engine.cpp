@@ -206,18 +206,26 @@ TEST_F(Engine, TwoEnginesShareNoHandle)
     EXPECT_EQ(secondHandle, KestrixDispEngine::getUCHandle());
 }
 
-// A parser of a program's own: appends a mark and the number of attributes, and uses the map up in
-// a way that keeps its size.
+// A parser of a program's own: appends a mark and the number of attributes, and leaves others.
 class CountingParser final : public TagParser {
 public:
     void subParse(AttributeMap& attributes, AttributeMap&, OutputVector& out) override
     {
         out.push_back(0xEE);
         out.push_back(static_cast<unsigned char>(attributes.size()));
-        for (std::size_t i = attributes.size(); i > 0; --i) {
-            attributes.erase(attributes.begin());
-            attributes[std::vector{"~1", "~2", "~3"}.at(i - 1)] = nullptr;
-        }
+        attributes["~"] = nullptr;
+    }
+};
+
+// Gives the element "clock" another parser while a document runs.
+class ExchangingParser final : public TagParser {
+public:
+    static inline ParserMap* parsers = nullptr;
+    void subParse(AttributeMap&, AttributeMap&, OutputVector&) override
+    {
+        TagParser*& parser = parsers->at("clock");
+        TagParser::operator delete (parser, std::destroying_delete_t{});
+        parser = new CountingParser;
     }
 };
 
@@ -253,7 +261,10 @@ TEST_F(Engine, ChangedRegistriesAreFollowed)
     engine.funcMapBegin["clear"] = new CountingParser;
     engine.funcMapEnd["clear"] = engine.funcMapBegin["clear"];  // one parser at two places
     engine.funcMapEnd["text"] = new CountingParser;
-    engine.funcMapEnd["new"] = nullptr;
+    engine.funcMapEnd["none"] = nullptr;
+    engine.funcMapEnd["new"] = new CountingParser;
+    engine.funcMapBegin["exchange"] = new ExchangingParser;
+    ExchangingParser::parsers = &engine.funcMapBegin;
     TagParser::operator delete (engine.funcMapBegin["command"], std::destroying_delete_t{});
     engine.funcMapBegin["command"] = nullptr;
     TagParser::operator delete (engine.funcMapBegin["marquee"], std::destroying_delete_t{});
@@ -263,10 +274,14 @@ TEST_F(Engine, ChangedRegistriesAreFollowed)
                                   "EE 02 EE 00"
                                   "EE 01 EE 00"
                                   "1F 72 01 1B 74 00 61 EE 00"
-                                  "1F 72 00 EE 00"),
+                                  "1F 72 00 EE 00"
+                                  "EE 02 EE 00"
+                                  "1F 55 EE 00"),
                           parse(engine, "<any><clear a=\"1\" b=\"2\"/><clear a=\"3\" b=\"4\"/>"
                                         "<clear a=\"1\"></clear>"
-                                        "<text reverse=\"1\">a</text><text/><new/>"
+                                        "<text reverse=\"1\">a</text><text/><none/>"
+                                        "<new a=\"1\" b=\"2\"/><new a=\"1\"></new>"
+                                        "<clock/><exchange/><clock/>"
                                         "<command>0c</command><marquee uwait=\"1\" rwait=\"1\">A"
                                         "</marquee></any>")));
 }

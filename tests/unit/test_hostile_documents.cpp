@@ -106,6 +106,7 @@ std::string encoded(const std::string& text, const char* encoding)
     std::size_t inLeft = in.size();
     std::size_t outLeft = out.size();
     const std::size_t result = iconv(converter, &from, &inLeft, &to, &outLeft);
+    iconv(converter, nullptr, nullptr, &to, &outLeft);
     iconv_close(converter);
     if (result != 0 || inLeft != 0)
         throw std::runtime_error(encoding);
@@ -189,6 +190,25 @@ std::string declaredAttributes(std::size_t count)
     return text + ">]>";
 }
 
+// Each of them stands for three of the one before.
+std::string parameterEntities(int levels, const std::string& value)
+{
+    std::string text = "<!DOCTYPE any [<!ENTITY % p0 \"<!ATTLIST clear a CDATA " + value + ">\">";
+    for (int i = 1; i < levels; ++i) {
+        const std::string inner = "&#37;p" + std::to_string(i - 1) + ";";
+        text += "<!ENTITY % p" + std::to_string(i) + " '" + inner + inner + inner + "'>";
+    }
+    return text + "%p" + std::to_string(levels - 1) + ";]>";
+}
+
+std::string namespaces(std::size_t count)
+{
+    std::string text = "<a";
+    for (std::size_t i = 0; i < count; ++i)
+        text += " xmlns:a" + std::to_string(i) + "='u'";
+    return text + ">";
+}
+
 std::string names(std::size_t count)
 {
     std::string text;
@@ -197,7 +217,58 @@ std::string names(std::size_t count)
     return text;
 }
 
-// Without the limits of engine/ReadableLength.h the rows of attributes take hours.
+// In an encoding that it declares; where the first bytes do not tell it, the declaration is ASCII.
+std::string declared(const std::string& document, const std::string& encoding)
+{
+    const std::string declaration = "<?xml version='1.0' encoding='" + encoding + "'?>";
+    const bool byMark = encoding == "UTF-16" || encoding == "UCS-4" || encoding == "IBM037";
+    return byMark ? encoded(declaration + document, encoding.c_str())
+                  : declaration + encoded(document, encoding.c_str());
+}
+
+// catches: a limit one off, or counted in bytes that are no characters of markup
+TEST_F(HostileDocuments, LimitsAreExactInEveryEncoding)
+{
+    const auto between = [](const std::string& middle) {
+        return "<any><clear/>" + middle + "<clear/></any>";
+    };
+    for (const char* encoding :
+         {"UTF-8", "UTF-16", "UCS-4", "Shift_JIS", "EUC-JP", "Big5", "GB18030", "ISO-2022-JP",
+          "ISO-2022-KR", "UTF-7", "ISO-8859-1", "IBM037"}) {
+        SCOPED_TRACE(encoding);
+        const auto parsed = [&](const std::string& document) {
+            return parse(declared(document, encoding));
+        };
+        EXPECT_TRUE(sameBytes("\f\f\f", parsed(between(attributes(4096)))));
+        EXPECT_TRUE(sameBytes("\f", parsed(between(attributes(4097)))));
+        EXPECT_TRUE(
+            sameBytes("\f", parsed(between("<a b='" + std::string(1048577 - 9, 'x') + "'/>"))));
+        const std::string type = "<!DOCTYPE any [<!ENTITY e '";  // and "'>]>"
+        EXPECT_TRUE(
+            sameBytes("\f\f", parsed(type + std::string(32768 - 31, 'x') + "'>]>" + between(""))));
+        EXPECT_TRUE(
+            sameBytes("", parsed(type + std::string(32769 - 31, 'x') + "'>]>" + between(""))));
+        // Quotes and "<" where they are text.
+        const std::string words = repeated("don't <b \"c ", 5000);
+        EXPECT_TRUE(sameBytes("\f\f", parsed(between("<!--" + words + "--><![CDATA[" + words +
+                                                     "]]><?p " + words + "?>"))));
+    }
+}
+
+// catches: bytes of characters taken for markup
+TEST_F(HostileDocuments, LongDocumentsGiveTheSameInEveryEncoding)
+{
+    // In ISO-2022-JP these are 3C 21 and 24 22, in Shift_JIS the second byte of the third is 5C.
+    const std::string document =
+        "<any>" + repeated("<text x='1'>\u6B21\u3042\u8868</text>", 2000) + "</any>";
+    const std::string expected = parse(document);
+    EXPECT_EQ(18000u, expected.size());
+    for (const char* encoding :
+         {"UTF-16", "Shift_JIS", "EUC-JP", "GB18030", "ISO-2022-JP", "UTF-7"})
+        EXPECT_TRUE(sameBytes(expected, parse(declared(document, encoding)))) << encoding;
+}
+
+// Without the limits of engine/MarkupLimits.h and DocumentSource.h some of these take hours.
 TEST_F(HostileDocuments, LargeDocumentsAreShownAsFarAsTheyCanBeRead)
 {
     constexpr std::size_t million = 1000000;
@@ -214,13 +285,29 @@ TEST_F(HostileDocuments, LargeDocumentsAreShownAsFarAsTheyCanBeRead)
     };
     for (const Row& row : {
              Row{"a million attributes", between(attributes(million)), {one}},
-             {"as many as a tag may have", between(attributes(1500)), {two + one}},
+             {"a long value", between("<a b='" + std::string(17000, 'x') + "'/>"), {two}},
+             {"as large as a tag may be",
+              between("<a b='" + std::string(1048576 - 9, '>') + "'/>"),
+              {two}},
              {"the same in UTF-16", encoded(between(attributes(million)), "UTF-16"), {one}},
-             {"a million namespaces",
-              between("<a xmlns:a" + repeated("='' xmlns:a", million) + "=''/>"),
+             {"as many namespaces as may be in scope",
+              between(namespaces(4000) + namespaces(96) + "</a><a xmlns:b='u'/></a>"),
+              {two}},
+             {"too many of them",
+              between(namespaces(4000) + namespaces(96) + "<a xmlns:b='u'/></a></a>"),
               {one}},
              {"declared attributes", declaredAttributes(64) + between(""), {two}},
-             {"too many of them", declaredAttributes(65) + between(""), {""}},
+             {"too many defaults", declaredAttributes(65) + between(""), {""}},
+             {"declared attributes without default values",
+              "<!DOCTYPE any [<!ATTLIST clear" + repeated(" a CDATA #IMPLIED", 1000) + ">]>" +
+                  between(""),
+              {two}},
+             {"a parameter entity", parameterEntities(1, "''") + between(""), {two}},
+             {"gigabytes of them", parameterEntities(30, "''") + between(""), {""}},
+             {"references to an ID",
+              "<!DOCTYPE any [<!ATTLIST e i IDREF #IMPLIED j IDREFS #IMPLIED>]>" +
+                  between(repeated("<e i='q' j='q q'/>", 200000)),
+              {two}},
              {"a long document type",
               "<!DOCTYPE any [" + repeated("<!-- -->", 10000) + "]>" + between(""),
               {""}},

@@ -1,0 +1,300 @@
+// Tags cannot be found in a document's bytes: in several encodings the bytes of "<" and of quotes
+// occur inside other characters. So the document is decoded as the reader does it, by the same
+// functions. In UTF-8 a well-formed tag ends before the next "<", and 4097 attributes take more
+// than 20 KB. So nearly all tags are passed over by looking for the next "<"; only those with none
+// for 20 KB are looked through. Where a document is not well-formed, the reader stops before
+// anything that could be mistaken here.
+#include "MarkupLimits.h"
+
+#include <algorithm>
+#include <cstring>
+#include <memory>
+#include <new>
+#include <string_view>
+
+#include <libxml/parser.h>
+#include <libxml/parserInternals.h>
+
+namespace {
+
+// The shortest attribute is a blank, a letter, "=" and two quotes.
+constexpr std::size_t shortTag = 5 * mostAttributes;
+
+// A document is decoded in pieces, as the XML library counts some sizes in 32 bits. An XML
+// declaration stands whole in the first one, or it counts like a tag that is too large.
+constexpr std::size_t pieceSize = largestTag;
+
+// ---- Decoding ----
+
+struct FreeContext {
+    void operator()(xmlParserCtxt* context) const
+    {
+        xmlFreeDoc(context->myDoc);
+        xmlFreeParserCtxt(context);
+    }
+};
+using Context = std::unique_ptr<xmlParserCtxt, FreeContext>;
+
+Context contextFor(std::string_view text)
+{
+    Context context(xmlCreateMemoryParserCtxt(text.data(), static_cast<int>(text.size())));
+    if (context == nullptr) {
+        throw std::bad_alloc();
+    }
+    return context;
+}
+
+// The reader says what is wrong with a document; this look at it does not.
+class Silence {
+public:
+    Silence()
+    {
+        xmlSetStructuredErrorFunc(nullptr, [](void*, xmlErrorPtr) {});
+    }
+    ~Silence() { xmlSetStructuredErrorFunc(context_, function_); }
+    Silence(const Silence&) = delete;
+    Silence& operator=(const Silence&) = delete;
+
+private:
+    const xmlStructuredErrorFunc function_ = xmlStructuredError;
+    void* const context_ = xmlStructuredErrorContext;
+};
+
+// A document in UTF-8, without its XML declaration, as far as it can be decoded.
+class Decoded {
+public:
+    explicit Decoded(std::string_view data)
+        : context_(contextFor(data.substr(0, pieceSize))), input_(*context_->input)
+    {
+        if (data.size() >= 4) {
+            const xmlCharEncoding encoding =
+                xmlDetectCharEncoding(reinterpret_cast<const unsigned char*>(data.data()), 4);
+            if (encoding != XML_CHAR_ENCODING_NONE) {
+                xmlSwitchEncoding(context_.get(), encoding);
+            }
+        }
+        const char* const start = reinterpret_cast<const char*>(input_.cur);
+        if (std::strncmp(start, "<?xml", 5) == 0 && std::strchr(" \t\r\n", start[5]) != nullptr) {
+            xmlParseXMLDecl(context_.get());
+        }
+        const auto begin = static_cast<std::size_t>(input_.cur - input_.base);
+        if (!isReadable()) {
+            text_ = {};
+        } else if (isUtf8()) {
+            text_ = data.substr(std::min(input_.consumed + begin, data.size()));
+        } else {
+            decode(data.substr(std::min(pieceSize, data.size())));
+            const std::size_t size = xmlBufUse(input_.buf->buffer);
+            text_ = {reinterpret_cast<const char*>(xmlBufContent(input_.buf->buffer)) + begin,
+                     size - begin};
+        }
+    }
+
+    // False when the reader gives up at the XML declaration.
+    bool isReadable() const { return context_->wellFormed != 0; }
+
+    // Whether the text is the end of the document as it stands.
+    bool isUtf8() const { return input_.buf->encoder == nullptr; }
+
+    std::string_view text() const { return text_; }
+
+private:
+    void decode(std::string_view rest)
+    {
+        std::size_t before = 0;
+        do {
+            before = xmlBufUse(input_.buf->buffer);
+            const std::string_view piece = rest.substr(0, pieceSize);
+            rest.remove_prefix(piece.size());
+            if (xmlParserInputBufferPush(input_.buf, static_cast<int>(piece.size()), piece.data()) <
+                0) {
+                return;
+            }
+        } while (!rest.empty() || xmlBufUse(input_.buf->buffer) > before);
+    }
+
+    Context context_;
+    xmlParserInput& input_;
+    std::string_view text_;
+};
+
+// ---- Document types ----
+
+struct Passage {
+    std::string_view begin;
+    std::string_view end;
+};
+
+// Text to the reader up to its end, whatever it holds.
+constexpr Passage passages[] = {{"<!--", "-->"}, {"<![CDATA[", "]]>"}, {"<?", "?>"}};
+
+// After the passage that begins at i; i when none does, and the text's size without an end.
+std::size_t endOfPassage(std::string_view text, std::size_t i)
+{
+    const std::string_view rest = text.substr(i);
+    for (const Passage& passage : passages) {
+        if (rest.starts_with(passage.begin)) {
+            const std::size_t end = rest.find(passage.end, passage.begin.size());
+            return end == std::string_view::npos ? text.size() : i + end + passage.end.size();
+        }
+    }
+    return i;
+}
+
+// The document type at the beginning of the text, up to its end or that of the text. In quotes and
+// passages nothing counts, in brackets no ">".
+std::string_view documentType(std::string_view text)
+{
+    bool inBrackets = false;
+    for (std::size_t i = 1; i < text.size(); ++i) {
+        const char c = text[i];
+        if (c == '"' || c == '\'') {
+            i = std::min(text.find(c, i + 1), text.size());
+        } else if (c == '<') {
+            i = std::max(i + 1, endOfPassage(text, i)) - 1;
+        } else if (c == '[' || c == ']') {
+            inBrackets = c == '[';
+        } else if (c == '>' && !inBrackets) {
+            return text.substr(0, i + 1);
+        }
+    }
+    return text;
+}
+
+// Counts the parameter entities that a document type refers to; after too many the trial ends.
+xmlEntity* countParameterEntity(void* context, const xmlChar* name)
+{
+    auto* const trial = static_cast<xmlParserCtxt*>(context);
+    xmlEntity* const entity = xmlSAX2GetParameterEntity(context, name);
+    auto& size = *static_cast<std::size_t*>(trial->_private);
+    size += entity == nullptr ? 0 : static_cast<std::size_t>(entity->length);
+    if (size > largestDocumentType) {
+        xmlStopParser(trial);
+        return nullptr;
+    }
+    return entity;
+}
+
+// The size of a document type with all that its parameter entities stand for. They may refer to
+// each other, so that a few hundred bytes stand for gigabytes; then the size is any above the
+// limit.
+std::size_t expandedSize(std::string_view type)
+{
+    std::size_t size = type.size();
+    if (size > largestDocumentType || type.find('%') == std::string_view::npos) {
+        return size;
+    }
+    const Context trial = contextFor(type);
+    trial->_private = &size;
+    trial->sax->getParameterEntity = countParameterEntity;
+    trial->sax->attributeDecl = nullptr;  // takes long, and says nothing of entities
+    xmlParseDocument(trial.get());
+    return size;
+}
+
+// ---- Markup ----
+
+struct Excess {
+    MarkupExcess kind;
+    std::size_t place;  // up to where the text is readable
+};
+
+// Of the tag at i, after which the next "<" is at next.
+Excess excessOfTag(std::string_view text, std::size_t i, std::size_t next)
+{
+    const std::string_view tag = text.substr(i, next - i);
+    std::size_t attributes = 0;
+    std::size_t k = 0;
+    while ((k = tag.find_first_of("'\">", k)) < std::min(tag.size(), largestTag) && tag[k] != '>') {
+        if (++attributes > mostAttributes) {
+            return {MarkupExcess::attributes, i + k};
+        }
+        k = std::min(tag.find(tag[k], k + 1), tag.size() - 1) + 1;
+    }
+    const std::size_t size = k < tag.size() ? k + 1 : tag.size();
+    return {size > largestTag ? MarkupExcess::tag : MarkupExcess::none, i + largestTag};
+}
+
+Excess firstExcess(std::string_view text)
+{
+    bool inProlog = true;
+    std::size_t i = 0;
+    while ((i = text.find('<', i)) != std::string_view::npos) {
+        if (const std::size_t end = endOfPassage(text, i); end != i) {
+            i = end;
+        } else if (text.substr(i).starts_with("<!DOCTYPE") && inProlog) {
+            const std::string_view type = documentType(text.substr(i));
+            if (expandedSize(type) > largestDocumentType) {
+                return {MarkupExcess::documentType, i};
+            }
+            i += type.size();
+        } else {
+            inProlog = false;
+            const std::size_t next = std::min(text.find('<', i + 1), text.size());
+            if (next - i > shortTag) {
+                const Excess excess = excessOfTag(text, i, next);
+                if (excess.kind != MarkupExcess::none) {
+                    return excess;
+                }
+            }
+            i = next;
+        }
+    }
+    return {MarkupExcess::none, text.size()};
+}
+
+// How much of the document decodes to no more than so many bytes. Up to a step less: the excess of
+// a tag is far from its beginning, and nothing stands before a document type.
+std::size_t encodedLength(std::string_view data, std::size_t decodedLength)
+{
+    constexpr std::size_t step = 1024;
+    std::size_t fits = 0;
+    std::size_t fitsNot = data.size();
+    while (fitsNot - fits > step) {
+        const std::size_t middle = fits + (fitsNot - fits) / 2;
+        const bool isShort = Decoded(data.substr(0, middle)).text().size() <= decodedLength;
+        (isShort ? fits : fitsNot) = middle;
+    }
+    return fits;
+}
+
+// Whether a glance is enough: a small document in UTF-8 that has no document type.
+bool isHarmless(std::string_view data)
+{
+    if (data.size() > shortTag || !data.starts_with('<')) {
+        return false;
+    }
+    if (data.substr(1, 4) == "?xml") {
+        constexpr std::string_view usual[] = {"<?xml version=\"1.0\" encoding=\"UTF-8\"?>",
+                                              "<?xml version=\"1.0\" encoding=\"utf-8\"?>",
+                                              "<?xml version=\"1.0\"?>"};
+        if (std::ranges::none_of(usual, [&](auto start) { return data.starts_with(start); })) {
+            return false;
+        }
+    } else if (data.size() < 2 || data[1] == '\0') {  // UTF-16 or UTF-32
+        return false;
+    }
+    constexpr std::string_view type = "<!DOCTYPE";
+    return memmem(data.data(), data.size(), type.data(), type.size()) == nullptr;
+}
+
+}  // namespace
+
+ReadablePart readablePart(const std::string& data)
+{
+    if (data.empty() || isHarmless(data)) {
+        return {data.size(), MarkupExcess::none};
+    }
+    const Silence silence;
+    const Decoded decoded(data);
+    if (!decoded.isReadable()) {
+        return {std::min(data.size(), pieceSize), MarkupExcess::none};
+    }
+    const Excess excess = firstExcess(decoded.text());
+    if (excess.kind == MarkupExcess::none) {
+        return {data.size(), excess.kind};
+    }
+    return {decoded.isUtf8() ? data.size() - decoded.text().size() + excess.place
+                             : encodedLength(data, excess.place),
+            excess.kind};
+}

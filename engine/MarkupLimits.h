@@ -1,0 +1,32 @@
+// What markup of a document the XML reader would take too long for, found before it gets it.
+//
+// The reader compares each attribute of a tag with all others of the tag, looks through a tag of
+// more than one value with a ">" again whenever more of it comes in, and compares declarations of a
+// document type. So the time squares in the sizes that are limited here, and in no others.
+#ifndef KESTRIX_ENGINE_MARKUP_LIMITS_H
+#define KESTRIX_ENGINE_MARKUP_LIMITS_H
+
+#include <cstddef>
+#include <string>
+
+inline constexpr std::size_t mostAttributes = 4096;        // of a tag, namespaces among them
+inline constexpr std::size_t largestTag = 1048576;         // bytes in UTF-8
+inline constexpr std::size_t largestDocumentType = 32768;  // bytes in UTF-8; see readablePart
+
+enum class MarkupExcess { none, attributes, tag, documentType };
+
+struct ReadablePart {
+    std::size_t length;  // in bytes of the document
+    MarkupExcess excess;
+};
+
+// The part of a document up to the first markup that exceeds a limit; all of it without one. The
+// part ends within that tag, where it exceeds the limit, or before the document type. What the
+// parameter entities of a document type stand for counts with it, at each reference.
+//
+// data  at most INT_MAX bytes, in any encoding that the XML reader knows
+//
+// Throws std::bad_alloc.
+ReadablePart readablePart(const std::string& data);
+
+#endif
