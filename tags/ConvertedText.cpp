@@ -1,5 +1,6 @@
 #include "ConvertedText.h"
 
+#include "../converter/RuvoConverter.h"
 #include "../engine/KestrixDispEngine.h"
 
 #include <algorithm>
@@ -31,7 +32,12 @@ std::size_t appendConvertedText(unsigned char* text, OutputVector& out)
     // The room comes first: once the converter holds the text, emptying it must not fail.
     makeRoom(out, std::min(length, longestInput) * longestOutputPerByte);
 
-    const bool rejected = KestrixDispEngine::RuvoSetData(handle, text, length) < 0;
+    const short status = KestrixDispEngine::RuvoSetData(handle, text, length);
+    const bool rejected = status < 0;
+    // Of a text that it has looked at the converter may hold a part, for any other reason nothing.
+    if (rejected && status > RUVO_ODD_LENGTH) {
+        return 0;
+    }
 
     unsigned long announced = 0;
     KestrixDispEngine::RuvoGetOutputData(handle, nullptr, &announced);
