@@ -12,6 +12,10 @@
 #include <initializer_list>
 #include <limits>
 
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
 namespace ruvo {
 
 namespace {
@@ -293,9 +297,24 @@ private:
     char m_text[256];
 };
 
+// Null for what is no regular file: a pipe would hold the caller up until somebody reads it.
+std::FILE* openRegularFile(const char* path)
+{
+    const int file =
+        open(path, O_WRONLY | O_APPEND | O_CREAT | O_CLOEXEC | O_NONBLOCK | O_NOCTTY, 0666);
+    if (file < 0)
+        return nullptr;
+    struct stat properties;
+    const bool isRegular = fstat(file, &properties) == 0 && S_ISREG(properties.st_mode);
+    std::FILE* const stream = isRegular ? fdopen(file, "ab") : nullptr;
+    if (!stream)
+        close(file);
+    return stream;
+}
+
 bool openForAppending(LogContext& log)
 {
-    log.pLogFile.reset(std::fopen(FilePath(log, ".txt").text(), "ab"));
+    log.pLogFile.reset(openRegularFile(FilePath(log, ".txt").text()));
     // Lines come in blocks, and a reader is to see them at once.
     if (log.pLogFile)
         std::setvbuf(log.pLogFile.get(), nullptr, _IONBF, 0);
@@ -309,10 +328,7 @@ bool rotate(LogContext& log)
 {
     const FilePath live(log, ".txt");
     const FilePath backup(log, ".bak");
-    if (std::FILE* const old = std::fopen(backup.text(), "ab")) {
-        std::fclose(old);
-        std::remove(backup.text());
-    }
+    unlink(backup.text());  // which leaves a folder alone, even an empty one
     if (std::fclose(log.pLogFile.release()) != 0)
         return false;
     // Somebody may have taken the live file away already.

@@ -29,7 +29,7 @@ struct LogContext {
 };
 
 // Opens the log file, named by the time of the call, unless it is open. Without a folder that takes
-// the file there is no log.
+// the file, or with something else than a regular file in its place, there is no log.
 void Cutm_CheckOpenLogFile(LogContext& log) noexcept;
 
 // Appends whole lines, each with its LF. The line that would take the file past ucLogMaxSize moves

@@ -4,12 +4,18 @@
 #include "ProfileFixture.h"
 #include "converter/RuvoConverter.h"
 
+#include <chrono>
+#include <ctime>
 #include <filesystem>
 #include <fstream>
 #include <memory>
 #include <regex>
 #include <string>
 #include <vector>
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
 
 namespace {
 
@@ -295,6 +301,17 @@ TEST_F(OperationLog, FailuresChangeNothing)
              fs::path backup = logFile(".txt");
              fs::create_directories(backup.replace_extension(".bak") / "full");
          }},
+        {"the backup is an empty folder", nothing,
+         [] {
+             fs::path backup = logFile(".txt");
+             fs::create_directory(backup.replace_extension(".bak"));
+         }},
+        {"the backup is a pipe", nothing,
+         [] {
+             fs::path backup = logFile(".txt");
+             ASSERT_EQ(0, mkfifo(backup.replace_extension(".bak").c_str(), 0600));
+         },
+         true},
     };
     std::string text(600000, 'a');
     const Text bytes = exactly(text);
@@ -324,6 +341,41 @@ TEST_F(OperationLog, FailuresChangeNothing)
         EXPECT_EQ(row.goesOn, last.find(",[OUT],[0],[RuvoCloseHandle]") != std::string::npos);
         fs::remove_all("log");
     }
+}
+
+// A pipe nobody reads holds an ordinary open up for ever.
+TEST_F(OperationLog, OnlyARegularFileIsOpened)
+{
+    ASSERT_EQ(0, mkfifo("pipe", 0600));
+    const fs::path directory = fs::current_path();
+    for (const fs::path& target : {directory / "pipe", fs::path("/dev/null")}) {
+        fs::remove_all("log");
+        fs::create_directory("log");
+        // In the place of any file that the next seconds can give.
+        const std::time_t now = std::time(nullptr);
+        for (std::time_t second = now; second < now + 8; ++second) {
+            char name[64];
+            std::strftime(name, sizeof name, "log/HalvoCvtLog_%Y%m%d%H%M%S",
+                          std::localtime(&second));
+            for (int millisecond = 1000; millisecond < 2000; ++millisecond)
+                fs::create_symlink(target, name + std::to_string(millisecond).substr(1) +
+                                               std::string(".txt"));
+        }
+        const std::ptrdiff_t files = openFiles();
+        const short handle = open();
+        EXPECT_GT(handle, 0);
+        EXPECT_EQ(files, openFiles()) << target << " is open";
+        EXPECT_EQ(RUVO_OK, RuvoCloseHandle(handle));
+    }
+}
+
+TEST_F(OperationLog, AProgramThatTheCallerStartsDoesNotInheritTheFile)
+{
+    const int file = dup(0);
+    close(file);
+    const short handle = open();
+    EXPECT_EQ(FD_CLOEXEC, fcntl(file, F_GETFD)) << "the lowest free number is the log's";
+    EXPECT_EQ(RUVO_OK, RuvoCloseHandle(handle));
 }
 
 TEST_F(OperationLog, AFailedOpenAndAnInvalidHandleLeaveNothing)
