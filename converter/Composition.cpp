@@ -83,6 +83,7 @@ bool Composer::composeSorted(const CharacterTables& tables, std::uint8_t ucDecom
     for (const std::uint32_t codePoint : run)
         ++start[classOf(codePoint) + 1];
     std::partial_sum(start.begin(), start.end(), start.begin());
+    const RunMemory memory(m_run);
     m_run.resize(run.size());
     for (const std::uint32_t codePoint : run)
         m_run[start[classOf(codePoint)]++] = codePoint;

@@ -4,11 +4,31 @@
 #include "CharacterTables.h"
 
 #include <array>
+#include <cstddef>
 #include <cstdint>
 #include <span>
 #include <vector>
 
 namespace ruvo {
+
+// A run of characters in memory that one conversion after the other uses. The end of its use gives
+// back what a giant run has taken.
+class RunMemory {
+public:
+    explicit RunMemory(std::vector<std::uint32_t>& characters) : m_characters(characters) {}
+    ~RunMemory()
+    {
+        if (m_characters.capacity() > kKeptCharacters)
+            std::vector<std::uint32_t>().swap(m_characters);
+    }
+    RunMemory(const RunMemory&) = delete;
+    RunMemory& operator=(const RunMemory&) = delete;
+
+private:
+    static constexpr std::size_t kKeptCharacters = 1024;
+
+    std::vector<std::uint32_t>& m_characters;
+};
 
 class Composer {
 public:

@@ -57,6 +57,7 @@ private:
     short convertRun(std::uint32_t base)
     {
         std::vector<std::uint32_t>& characters = m_handle.run;
+        const RunMemory memory(characters);
         characters.assign(1, base);
         do {
             characters.push_back(m_mark);

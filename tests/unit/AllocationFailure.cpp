@@ -4,6 +4,8 @@
 #include <limits>
 #include <new>
 
+#include <malloc.h>
+
 namespace {
 
 constexpr long unlimited = std::numeric_limits<long>::max();
@@ -11,6 +13,7 @@ constexpr long unlimited = std::numeric_limits<long>::max();
 long remaining = unlimited;
 bool failed = false;
 long live = 0;
+std::size_t bytes = 0;
 
 }  // namespace
 
@@ -35,6 +38,11 @@ long liveAllocations()
     return live;
 }
 
+std::size_t liveBytes()
+{
+    return bytes;
+}
+
 // Sanitizers have their own of each form, so that none may be left out but those of overaligned
 // types.
 void* operator new(std::size_t size, const std::nothrow_t&) noexcept
@@ -47,6 +55,7 @@ void* operator new(std::size_t size, const std::nothrow_t&) noexcept
     if (memory != nullptr) {
         remaining -= remaining != unlimited;
         ++live;
+        bytes += malloc_usable_size(memory);
     }
     return memory;
 }
@@ -74,6 +83,7 @@ void operator delete(void* memory) noexcept
 {
     if (memory != nullptr) {
         --live;
+        bytes -= malloc_usable_size(memory);
         std::free(memory);
     }
 }

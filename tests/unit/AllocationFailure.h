@@ -2,6 +2,8 @@
 #ifndef KESTRIX_TESTS_ALLOCATION_FAILURE_H
 #define KESTRIX_TESTS_ALLOCATION_FAILURE_H
 
+#include <cstddef>
+
 // While it lives, the given number of allocations by operator new succeed and all later ones throw
 // std::bad_alloc. One at a time.
 class AllocationFailure {
@@ -15,7 +17,8 @@ public:
     bool happened() const;
 };
 
-// Allocations by operator new that have not been given back.
+// What operator new gave and has not got back: allocations, and their bytes.
 long liveAllocations();
+std::size_t liveBytes();
 
 #endif

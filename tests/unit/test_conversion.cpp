@@ -1,5 +1,6 @@
 // The converter's rules, by rows of real bytes and by laws that hold for any text.
 
+#include "AllocationFailure.h"
 #include "Bytes.h"
 #include "CaseFile.h"
 #include "ConverterHandle.h"
@@ -209,17 +210,30 @@ TEST_F(Conversion, InputAtTheLimits)
     }
 }
 
-TEST_F(Conversion, TenThousandMarksOnOneBase)
+TEST_F(Conversion, AMillionMarksOnOneBase)
 {
     mixedDisplay(4096).write(".");
     const ConverterHandle handle;
     ASSERT_GT(handle, 0);
     std::u32string text = U"a";
-    for (int i = 0; i < 10000; ++i)
+    for (int i = 0; i < 1000000; ++i)
         text += i % 2 == 0 ? U'\u0301' : U'\u0323';
-    std::string bytes = utf8(text);
-    EXPECT_EQ(RUVO_OK, handle.setData(bytes));
-    EXPECT_EQ(3 + text.size(), handle.output().size());
+    const std::string bytes = utf8(text);
+    const std::size_t before = liveBytes();
+    bool complete = false;
+    for (long allocations = 0; !complete; ++allocations) {
+        {
+            std::string data = bytes;
+            const AllocationFailure failure(allocations);
+            const short status = handle.setData(data);
+            complete = !failure.happened();
+            EXPECT_EQ(complete ? RUVO_OK : RUVO_OUT_OF_MEMORY, status);
+        }
+        std::string small = "a";  // gives an output that can be retrieved
+        EXPECT_EQ(RUVO_OK, handle.setData(small));
+        EXPECT_LT(complete ? text.size() : 0, handle.output().size());
+        EXPECT_GE(before + 200000, liveBytes()) << "kept, failing after " << allocations;
+    }
 }
 
 }  // namespace
