@@ -160,13 +160,12 @@ std::span<const DecompEntry> DecompositionTable::startingWith(std::uint32_t code
     return {begin, end};
 }
 
-bool DecompositionTable::spacingForm(std::uint32_t codePoint, std::uint32_t& composed) const
+std::size_t DecompositionTable::findSpacingForm(std::uint32_t mark) const
 {
-    const auto form = std::ranges::lower_bound(m_spacingForms, codePoint, {}, &SpacingForm::mark);
-    if (form == m_spacingForms.end() || form->mark != codePoint)
-        return false;
-    composed = form->composed;
-    return true;
+    const auto form = std::ranges::lower_bound(m_spacingForms, mark, {}, &SpacingForm::mark);
+    return form != m_spacingForms.end() && form->mark == mark
+               ? static_cast<std::size_t>(form - m_spacingForms.begin())
+               : m_spacingForms.size();
 }
 
 }  // namespace ruvo

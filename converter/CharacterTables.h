@@ -154,15 +154,18 @@ public:
         return i < row.componentCount ? m_components[row.componentStart + i] : 0;
     }
 
-    // The first row U+0020 + codePoint: true with its composed character.
-    bool spacingForm(std::uint32_t codePoint, std::uint32_t& composed) const;
-
-private:
+    // The composed character of a row U+0020 + mark.
     struct SpacingForm {
         std::uint32_t mark;
         std::uint32_t composed;
     };
 
+    std::span<const SpacingForm> spacingForms() const { return m_spacingForms; }
+
+    // The index of the first row of a mark; the number of spacing forms without one.
+    std::size_t findSpacingForm(std::uint32_t mark) const;
+
+private:
     std::vector<DecompEntry> m_rows;
     std::vector<std::uint32_t> m_components;
     std::vector<SpacingForm> m_spacingForms;  // by mark

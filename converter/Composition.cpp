@@ -1,6 +1,7 @@
 #include "Composition.h"
 
 #include <array>
+#include <bit>
 #include <numeric>
 #include <span>
 
@@ -44,7 +45,9 @@ bool isUnused(const DecompositionTable& table, const DecompEntry& row)
 bool composeRun(std::span<std::uint32_t> run, const DecompositionTable& table,
                 std::size_t mappingSize, std::uint32_t& composed)
 {
-    // A circle visits no more distinct characters than the table has rows.
+    // A character seen in the same place some steps ago; it changes at each power of two, so that
+    // a circle of any length comes back to it.
+    std::uint32_t seen = run[0];
     std::size_t stepsInPlace = 0;
     for (;;) {
         Match match = Match::none;
@@ -61,8 +64,10 @@ bool composeRun(std::span<std::uint32_t> run, const DecompositionTable& table,
         if (match != Match::prefix)
             return match == Match::full;
         stepsInPlace = matched == 1 ? stepsInPlace + 1 : 0;
-        if (stepsInPlace > table.size())
+        if (stepsInPlace > 0 && composed == seen)
             return false;
+        if (std::has_single_bit(stepsInPlace) || stepsInPlace == 0)
+            seen = composed;
         run = run.subspan(matched - 1);
         run[0] = composed;
     }

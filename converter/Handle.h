@@ -13,6 +13,12 @@
 
 namespace ruvo {
 
+// What the characters with a spacing form go out as while a target table is in force.
+struct SpacingFormMemory {
+    std::uint16_t usTargetTable;
+    std::vector<std::uint32_t> found;  // beside the table's spacing forms
+};
+
 struct HandleLink {
     HandleLink(HandleSettings&& handleSettings, CharacterTables&& characterTables)
         : settings(std::move(handleSettings)),
@@ -33,6 +39,7 @@ struct HandleLink {
 
     // Working memory of a conversion.
     Composer composer;
+    SpacingFormMemory spacingForms{};
     std::vector<std::uint32_t> run;
 
     void resetOutput()

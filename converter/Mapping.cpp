@@ -7,6 +7,13 @@
 
 namespace ruvo {
 
+namespace {
+
+constexpr std::uint32_t kNoForm = 0xFFFFFFFF;
+constexpr std::uint32_t kUnknownForm = 0xFFFFFFFE;
+
+}  // namespace
+
 Mapper::DisplayCode Mapper::missingCharacter() const
 {
     return {m_settings.ucMissingCharacterCode, m_settings.tableInForce(), false, 0};
@@ -38,20 +45,54 @@ bool Mapper::mapDirectly(const UnicodeCharInfo& info, DisplayCode& code) const
     return true;
 }
 
-Mapper::DisplayCode Mapper::map(std::uint32_t codePoint) const
+// The character that goes out for one without a byte: its spacing form, or the form of that one, as
+// far as it takes. kNoForm when there is none, or they lead round in a circle. What is found is
+// kept for every character on the way: however long the ways of a profile are, each is gone once.
+std::uint32_t Mapper::findSpacingForm(std::uint32_t codePoint)
 {
-    if (codePoint == kInvalidMarker)
-        return missingCharacter();
     const DecompositionTable& decompTable = m_handle.tables.decompTable;
-    DisplayCode code{};
-    // Spacing forms that lead round in a circle end here: there are no more of them than rows.
-    for (std::size_t steps = 0; steps <= decompTable.size(); ++steps) {
-        if (mapDirectly(m_handle.tables.unicodeTable[codePoint], code))
-            return code;
-        if (!decompTable.spacingForm(codePoint, codePoint))
-            break;
+    const std::span forms = decompTable.spacingForms();
+    auto& [usTargetTable, found] = m_handle.spacingForms;
+    if (found.empty() || usTargetTable != m_settings.usTargetTable) {
+        found.assign(forms.size(), kUnknownForm);
+        usTargetTable = m_settings.usTargetTable;
     }
-    return missingCharacter();
+
+    const std::size_t first = decompTable.findSpacingForm(codePoint);
+    std::uint32_t result = kNoForm;
+    for (std::size_t i = first; i < forms.size();) {
+        result = found[i];
+        if (result != kUnknownForm)
+            break;
+        result = found[i] = kNoForm;  // stays when the way comes back here
+        DisplayCode code{};
+        if (mapDirectly(m_handle.tables.unicodeTable[forms[i].composed], code)) {
+            result = forms[i].composed;
+            break;
+        }
+        i = decompTable.findSpacingForm(forms[i].composed);
+    }
+    for (std::size_t i = first; result != kNoForm && found[i] == kNoForm;) {
+        found[i] = result;
+        if (forms[i].composed != result)
+            i = decompTable.findSpacingForm(forms[i].composed);
+    }
+    return result;
+}
+
+Mapper::DisplayCode Mapper::map(std::uint32_t codePoint)
+{
+    DisplayCode code = missingCharacter();
+    if (codePoint == kInvalidMarker)
+        return code;
+    const CodePointTable& unicodeTable = m_handle.tables.unicodeTable;
+    if (!mapDirectly(unicodeTable[codePoint], code)) {
+        const std::uint32_t form = findSpacingForm(codePoint);
+        code = missingCharacter();
+        if (form != kNoForm)
+            mapDirectly(unicodeTable[form], code);
+    }
+    return code;
 }
 
 short Mapper::append(std::uint32_t codePoint)

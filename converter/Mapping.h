@@ -13,7 +13,7 @@ public:
 
     // Appends a character to the handle's output chains, with the switch records that it needs.
     // codePoint may be kInvalidMarker. The character chain has memory for one more byte. Returns 0,
-    // or -510 when a chain is full: what was appended before stays.
+    // or -510 when a chain is full: what was appended before stays. Throws std::bad_alloc.
     short append(std::uint32_t codePoint);
 
 private:
@@ -25,7 +25,8 @@ private:
         std::uint8_t ucICSParam;
     };
 
-    DisplayCode map(std::uint32_t codePoint) const;
+    DisplayCode map(std::uint32_t codePoint);
+    std::uint32_t findSpacingForm(std::uint32_t codePoint);
     bool mapDirectly(const UnicodeCharInfo& info, DisplayCode& code) const;
     DisplayCode missingCharacter() const;
 

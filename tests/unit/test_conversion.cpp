@@ -8,6 +8,7 @@
 #include "converter/RuvoConverter.h"
 
 #include <algorithm>
+#include <cstdio>
 #include <map>
 #include <random>
 #include <set>
@@ -234,6 +235,37 @@ TEST_F(Conversion, AMillionMarksOnOneBase)
         EXPECT_LT(complete ? text.size() : 0, handle.output().size());
         EXPECT_GE(before + 200000, liveBytes()) << "kept, failing after " << allocations;
     }
+}
+
+// Each of a million characters would take as many steps as the database has decompositions.
+TEST_F(Conversion, LongWaysAndCirclesInALargeDatabase)
+{
+    constexpr char32_t first = 0x10000;
+    constexpr char32_t end = first + 20000;
+    Profile profile = smallDisplay();
+    profile.set("DecompositionClassNumber", "30000");
+    profile.set("MissingCharacterCode", "95");
+    const auto add = [&](char32_t c, const char* category, const char* front, char32_t back) {
+        char decomposition[32];
+        std::snprintf(decomposition, sizeof decomposition, "%s%lX", front,
+                      static_cast<unsigned long>(back));
+        profile.database.push_back(Profile::character(c, category, 0, decomposition));
+    };
+    add(0x1000, "Lo", "", 0x1001);
+    add(0x1001, "Lo", "", 0x1000);
+    for (char32_t c = first; c < end; ++c)
+        add(c, "Mn", "<compat> 20 ", c + 1 < end ? c + 1 : first + 1000);
+    profile.write(".");
+    const ConverterHandle handle;
+    ASSERT_GT(handle, 0);
+    std::u32string text;
+    for (char32_t i = 0; i < 1000000; i += 4)
+        text += {0x1000, first + i % 19999, first + i / 4 % 20000, 'a'};
+    std::string bytes = utf8(text);
+    EXPECT_EQ(RUVO_OK, handle.setData(bytes));
+    const std::string output = handle.output();
+    EXPECT_EQ(250000, std::ranges::count(output, 'a'));
+    EXPECT_EQ(750000, std::ranges::count(output, '_'));
 }
 
 }  // namespace
