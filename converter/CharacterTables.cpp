@@ -133,8 +133,8 @@ void DecompositionTable::append(std::uint32_t composed, std::span<const std::uin
 void DecompositionTable::finish(std::uint8_t mappingSize)
 {
     if (m_rows.size() > 1)
-        quickSort(std::span(m_rows), 0, m_rows.size() - 1,
-                  [](const DecompEntry& row) { return row.firstComponent; });
+        Lutm_BrkClsQuickSort(std::span(m_rows), 0, m_rows.size() - 1,
+                             [](const DecompEntry& row) { return row.firstComponent; });
     m_rows.shrink_to_fit();
     m_components.shrink_to_fit();
 

@@ -137,8 +137,8 @@ public:
 
     void append(std::uint32_t composed, std::span<const std::uint32_t> components);
 
-    // Sorts by first component (Lutm_BrkClsQuickSort) and indexes the spacing forms. mappingSize
-    // is the largest number of components.
+    // Sorts by first component and indexes the spacing forms. mappingSize is the largest number of
+    // components.
     void finish(std::uint8_t mappingSize);
 
     std::size_t size() const { return m_rows.size(); }

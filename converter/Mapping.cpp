@@ -100,22 +100,25 @@ short Mapper::append(std::uint32_t codePoint)
     const DisplayCode code = map(codePoint);
     CharCodeChain& characters = m_handle.stCharCodeOut;
     const auto position = static_cast<std::uint32_t>(characters.bytes().size());
-    if (const short status = characters.append(code.ucCode))
+    if (const short status = characters.Lutm_SetDataCharCode(code.ucCode))
         return status;
 
     // Output always begins with a table selection, even in front of a set's character.
     const bool tableSwitch = !code.isICS && code.table != m_settings.ucCurrentTable;
     if (tableSwitch || position == 0) {
-        if (const short status = m_handle.stTableInfoOut.append({position, code.table}))
+        if (const short status =
+                m_handle.stTableInfoOut.Lutm_SetDataCharCmd({position, code.table}))
             return status;
         m_settings.ucCurrentTable = code.table;
     }
     if (!code.isICS)
         return RUVO_OK;
     // Every character of a set is wrapped: nothing remembers the set in force.
-    if (const short status = m_handle.stISetInfoOut.append({position, code.ucICSParam}))
+    if (const short status =
+            m_handle.stISetInfoOut.Lutm_SetDataCharCmd({position, code.ucICSParam}))
         return status;
-    return m_handle.stISetInfoOut.append({position + 1, m_settings.ucICSCommandDefault});
+    return m_handle.stISetInfoOut.Lutm_SetDataCharCmd(
+        {position + 1, m_settings.ucICSCommandDefault});
 }
 
 }  // namespace ruvo

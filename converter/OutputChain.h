@@ -38,7 +38,7 @@ public:
     }
 
     // Appends a byte for which reserve has made memory. 0, or -510 when the chain is full.
-    short append(std::uint8_t byte)
+    short Lutm_SetDataCharCode(std::uint8_t byte)
     {
         if (room() == 0)
             return RUVO_OUTPUT_FULL;
@@ -92,7 +92,7 @@ public:
     void expect(std::size_t count) { m_expected = m_records.size() + count; }
 
     // 0, or -510 when the chain is full. Throws std::bad_alloc and then is as it was.
-    short append(SwitchRecord record)
+    short Lutm_SetDataCharCmd(SwitchRecord record)
     {
         if (room() == 0)
             return RUVO_OUTPUT_FULL;

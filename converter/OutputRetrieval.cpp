@@ -45,7 +45,7 @@ private:
 
 }  // namespace
 
-void mergeOutput(const HandleLink& handle, std::uint8_t* destination)
+void Lutm_copyOutputData(const HandleLink& handle, std::uint8_t* destination)
 {
     const std::span<const std::uint8_t> characters = handle.stCharCodeOut.bytes();
     RecordCursor tables(handle.stTableInfoOut, kSelectTable);

@@ -50,7 +50,7 @@ private:
         if (!anyCopied())
             return;
         if (selectsTable()) {
-            m_handle.stTableInfoOut.append(
+            m_handle.stTableInfoOut.Lutm_SetDataCharCmd(
                 {static_cast<std::uint32_t>(m_characters.bytes().size()), m_tableInForce});
             m_handle.settings.ucCurrentTable = m_tableInForce;
         }
@@ -79,9 +79,10 @@ private:
         commit();
         const auto position = static_cast<std::uint32_t>(m_characters.bytes().size());
         const CharMapping mapping = unicodeTable.icsMapping(info);
-        m_characters.append(mapping.ucCode);
-        m_handle.stISetInfoOut.append({position, mapping.ucTableParam});
-        m_handle.stISetInfoOut.append({position + 1, m_handle.settings.ucICSCommandDefault});
+        m_characters.Lutm_SetDataCharCode(mapping.ucCode);
+        m_handle.stISetInfoOut.Lutm_SetDataCharCmd({position, mapping.ucTableParam});
+        m_handle.stISetInfoOut.Lutm_SetDataCharCmd(
+            {position + 1, m_handle.settings.ucICSCommandDefault});
         m_at = {next, m_characters.end()};
         return true;
     }

@@ -12,7 +12,7 @@ namespace ruvo {
 // comparisons and the swaps must stay exactly these. The two parts of a partition do not touch each
 // other, so the larger one is sorted by the loop: the recursion is at most log2(n) deep.
 template <class Entry, class Key>
-void quickSort(std::span<Entry> entries, std::size_t first, std::size_t last, Key key)
+void Lutm_BrkClsQuickSort(std::span<Entry> entries, std::size_t first, std::size_t last, Key key)
 {
     while (first < last) {
         const auto pivot = key(entries[(first + last) / 2]);
@@ -33,11 +33,11 @@ void quickSort(std::span<Entry> entries, std::size_t first, std::size_t last, Ke
         const std::size_t rightBegin = j + 1;
         const std::size_t rightSize = rightBegin <= last ? last - rightBegin : 0;
         if (leftEnd - first < rightSize) {
-            quickSort(entries, first, leftEnd, key);
+            Lutm_BrkClsQuickSort(entries, first, leftEnd, key);
             first = rightBegin;
         } else {
             if (rightBegin < last)
-                quickSort(entries, rightBegin, last, key);
+                Lutm_BrkClsQuickSort(entries, rightBegin, last, key);
             last = leftEnd;
         }
     }

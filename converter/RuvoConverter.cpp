@@ -100,7 +100,7 @@ short getOutputData(HandleLink& handle, unsigned char* pucPrintData, unsigned lo
         return RUVO_BUFFER_TOO_SMALL;
     }
     *pulLength = required;
-    mergeOutput(handle, pucPrintData);
+    Lutm_copyOutputData(handle, pucPrintData);
     handle.resetOutput();
     return RUVO_OK;
 }

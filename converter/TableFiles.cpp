@@ -94,8 +94,8 @@ short readTableFile(ProfileFile& file, const std::string& path, TableFileKind ki
 void Lutm_UnicodeQuickSort(std::vector<MapEntry>& list)
 {
     if (list.size() > 1)
-        quickSort(std::span(list), 0, list.size() - 1,
-                  [](const MapEntry& entry) { return entry.ulCodePoint; });
+        Lutm_BrkClsQuickSort(std::span(list), 0, list.size() - 1,
+                             [](const MapEntry& entry) { return entry.ulCodePoint; });
 }
 
 }  // namespace ruvo

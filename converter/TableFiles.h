@@ -33,7 +33,7 @@ const char* Lutm_FileDataCheck(std::string_view line, TableFileKind kind, MapEnt
 short readTableFile(ProfileFile& file, const std::string& path, TableFileKind kind,
                     std::uint8_t param, std::vector<MapEntry>& list);
 
-// Sorts a list by code point; the order of equal code points is fixed (see quickSort).
+// Sorts a list by code point; the order of equal code points is fixed (see Lutm_BrkClsQuickSort).
 void Lutm_UnicodeQuickSort(std::vector<MapEntry>& list);
 
 }  // namespace ruvo
