@@ -16,6 +16,9 @@ namespace {
 
 using namespace ruvo;
 
+// Lengths and sizes are multiplied and added without a check where 32 bits would overflow.
+static_assert(sizeof(std::size_t) == 8 && sizeof(long) == 8, "only 64-bit platforms are supported");
+
 constexpr std::size_t kMaxNameLength = 127;
 
 // No exception leaves an exported function. What the converter throws is exhausted memory. Inlined,
