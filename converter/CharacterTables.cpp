@@ -77,7 +77,7 @@ void CodePointTable::finish()
     }
     for (PlainTable& table : m_plainTables)
         table.finish();
-    m_mapped = {};
+    m_mapped = std::vector<std::uint32_t>();  // "= {}" would keep the memory
 }
 
 std::uint16_t& PlainTable::code(std::uint32_t codePoint)
