@@ -63,6 +63,7 @@ private:
 // A document in UTF-8, without its XML declaration, as far as it can be decoded.
 class Decoded {
 public:
+    // data must not be empty.
     explicit Decoded(std::string_view data)
         : context_(contextFor(data.substr(0, pieceSize))), input_(*context_->input)
     {
@@ -78,11 +79,7 @@ public:
             xmlParseXMLDecl(context_.get());
         }
         const auto begin = static_cast<std::size_t>(input_.cur - input_.base);
-        if (!isReadable()) {
-            text_ = {};
-        } else if (isUtf8()) {
-            text_ = data.substr(std::min(input_.consumed + begin, data.size()));
-        } else {
+        if (isReadable()) {
             decode(data.substr(std::min(pieceSize, data.size())));
             const std::size_t size = xmlBufUse(input_.buf->buffer);
             text_ = {reinterpret_cast<const char*>(xmlBufContent(input_.buf->buffer)) + begin,
@@ -92,9 +89,6 @@ public:
 
     // False when the reader gives up at the XML declaration.
     bool isReadable() const { return context_->wellFormed != 0; }
-
-    // Whether the text is the end of the document as it stands.
-    bool isUtf8() const { return input_.buf->encoder == nullptr; }
 
     std::string_view text() const { return text_; }
 
@@ -113,6 +107,7 @@ private:
         } while (!rest.empty() || xmlBufUse(input_.buf->buffer) > before);
     }
 
+    const Silence silence_;
     Context context_;
     xmlParserInput& input_;
     std::string_view text_;
@@ -140,6 +135,8 @@ std::size_t endOfPassage(std::string_view text, std::size_t i)
     }
     return i;
 }
+
+constexpr std::string_view doctype = "<!DOCTYPE";
 
 // The document type at the beginning of the text, up to its end or that of the text. In quotes and
 // passages nothing counts, in brackets no ">".
@@ -184,6 +181,7 @@ std::size_t expandedSize(std::string_view type)
     if (size > largestDocumentType || type.find('%') == std::string_view::npos) {
         return size;
     }
+    const Silence silence;
     const Context trial = contextFor(type);
     trial->_private = &size;
     trial->sax->getParameterEntity = countParameterEntity;
@@ -195,8 +193,8 @@ std::size_t expandedSize(std::string_view type)
 // ---- Markup ----
 
 struct Excess {
-    MarkupExcess kind;
-    std::size_t place;  // up to where the text is readable
+    MarkupExcess kind = MarkupExcess::none;
+    std::size_t place = 0;  // up to where the text is readable
 };
 
 // Of the tag at i, after which the next "<" is at next.
@@ -218,27 +216,30 @@ Excess excessOfTag(std::string_view text, std::size_t i, std::size_t next)
 Excess firstExcess(std::string_view text)
 {
     bool inProlog = true;
-    std::size_t i = 0;
-    while ((i = text.find('<', i)) != std::string_view::npos) {
-        if (const std::size_t end = endOfPassage(text, i); end != i) {
-            i = end;
-        } else if (text.substr(i).starts_with("<!DOCTYPE") && inProlog) {
-            const std::string_view type = documentType(text.substr(i));
-            if (expandedSize(type) > largestDocumentType) {
-                return {MarkupExcess::documentType, i};
-            }
-            i += type.size();
-        } else {
-            inProlog = false;
-            const std::size_t next = std::min(text.find('<', i + 1), text.size());
-            if (next - i > shortTag) {
-                const Excess excess = excessOfTag(text, i, next);
-                if (excess.kind != MarkupExcess::none) {
-                    return excess;
+    std::size_t i = text.find('<');
+    while (i < text.size()) {
+        const char kind = i + 1 < text.size() ? text[i + 1] : '\0';
+        if (kind == '!' || kind == '?') {
+            std::size_t end = endOfPassage(text, i);
+            if (inProlog && text.substr(i).starts_with(doctype)) {
+                const std::string_view type = documentType(text.substr(i));
+                if (expandedSize(type) > largestDocumentType) {
+                    return {MarkupExcess::documentType, i};
                 }
+                end = i + type.size();
             }
-            i = next;
+            i = text.find('<', std::max(end, i + 1));
+            continue;
         }
+        inProlog = false;
+        const std::size_t next = std::min(text.find('<', i + 1), text.size());
+        if (next - i > shortTag) {
+            const Excess excess = excessOfTag(text, i, next);
+            if (excess.kind != MarkupExcess::none) {
+                return excess;
+            }
+        }
+        i = next;
     }
     return {MarkupExcess::none, text.size()};
 }
@@ -258,43 +259,40 @@ std::size_t encodedLength(std::string_view data, std::size_t decodedLength)
     return fits;
 }
 
-// Whether a glance is enough: a small document in UTF-8 that has no document type.
-bool isHarmless(std::string_view data)
+// Whether the beginning shows that the document is UTF-8, as nearly all are.
+bool isPlainUtf8(std::string_view data)
 {
-    if (data.size() > shortTag || !data.starts_with('<')) {
+    if (data.size() < 2 || data[0] != '<' || data[1] == '\0') {  // UTF-16, UTF-32
         return false;
     }
-    if (data.substr(1, 4) == "?xml") {
-        constexpr std::string_view usual[] = {"<?xml version=\"1.0\" encoding=\"UTF-8\"?>",
-                                              "<?xml version=\"1.0\" encoding=\"utf-8\"?>",
-                                              "<?xml version=\"1.0\"?>"};
-        if (std::ranges::none_of(usual, [&](auto start) { return data.starts_with(start); })) {
-            return false;
-        }
-    } else if (data.size() < 2 || data[1] == '\0') {  // UTF-16 or UTF-32
-        return false;
-    }
-    constexpr std::string_view type = "<!DOCTYPE";
-    return memmem(data.data(), data.size(), type.data(), type.size()) == nullptr;
+    constexpr std::string_view usual[] = {"<?xml version=\"1.0\" encoding=\"UTF-8\"?>",
+                                          "<?xml version=\"1.0\" encoding=\"utf-8\"?>",
+                                          "<?xml version=\"1.0\"?>"};
+    return data[1] != '?' || std::ranges::any_of(usual, [&](std::string_view declaration) {
+               return data.starts_with(declaration);
+           });
 }
 
 }  // namespace
 
 ReadablePart readablePart(const std::string& data)
 {
-    if (data.empty() || isHarmless(data)) {
-        return {data.size(), MarkupExcess::none};
+    if (isPlainUtf8(data)) {
+        // A small document exceeds no limit but that of parameter entities.
+        const bool isHarmless =
+            data.size() <= shortTag &&
+            memmem(data.data(), data.size(), doctype.data(), doctype.size()) == nullptr;
+        const Excess excess = isHarmless ? Excess{} : firstExcess(data);
+        return {excess.kind == MarkupExcess::none ? data.size() : excess.place, excess.kind};
     }
-    const Silence silence;
+    if (data.empty()) {
+        return {};
+    }
     const Decoded decoded(data);
     if (!decoded.isReadable()) {
         return {std::min(data.size(), pieceSize), MarkupExcess::none};
     }
     const Excess excess = firstExcess(decoded.text());
-    if (excess.kind == MarkupExcess::none) {
-        return {data.size(), excess.kind};
-    }
-    return {decoded.isUtf8() ? data.size() - decoded.text().size() + excess.place
-                             : encodedLength(data, excess.place),
+    return {excess.kind == MarkupExcess::none ? data.size() : encodedLength(data, excess.place),
             excess.kind};
 }
