@@ -98,7 +98,7 @@ template <>
 struct Argument<std::unique_ptr<KestrixDispEngine>> : EngineArgument {
     static std::unique_ptr<KestrixDispEngine> pass(pTHX_ const Value& value)
     {
-        disown(aTHX_ value.inner);
+        disown(aTHX_ value.engine, value.inner);
         return std::unique_ptr<KestrixDispEngine>(value.engine);
     }
 };

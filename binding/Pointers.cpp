@@ -9,6 +9,17 @@ HV* owners(pTHX)
     return get_hv("KestrixDispEngine::KestrixDispEngine::OWNER", GV_ADD | GV_ADDMULTI);
 }
 
+// On the values of OWNER's entries: the engine's address. The key, the inner pointer, has it no
+// more when a script has changed it, and does not keep the pointer alive.
+const MGVTBL kEntryMagic = {nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr};
+
+bool isEntryOf(const KestrixDispEngine* engine, const SV* value)
+{
+    const MAGIC* const magic =
+        SvTYPE(value) >= SVt_PVMG ? mg_findext(value, PERL_MAGIC_ext, &kEntryMagic) : nullptr;
+    return magic != nullptr && static_cast<const void*>(magic->mg_ptr) == engine;
+}
+
 }  // namespace
 
 Problem toAddress(pTHX_ SV* sv, const char* package, void*& address)
@@ -47,15 +58,27 @@ SV* wrapOwned(pTHX_ KestrixDispEngine* engine)
     SV* const object = sv_2mortal(newRV_noinc(reinterpret_cast<SV*>(hash)));
     hv_magic(hash, reinterpret_cast<GV*>(inner), PERL_MAGIC_tied);
     sv_bless(object, gv_stashpv(kEngineClass, GV_ADD));
-    (void)hv_store_ent(owners(aTHX), inner, newSViv(1), 0);
+    SV* const entry = newSViv(1);
+    sv_magicext(entry, nullptr, PERL_MAGIC_ext, &kEntryMagic, reinterpret_cast<const char*>(engine),
+                0);
+    (void)hv_store_ent(owners(aTHX), inner, entry, 0);
     return object;
 }
 
-void disown(pTHX_ SV* inner)
+void disown(pTHX_ const KestrixDispEngine* engine, SV* inner)
 {
     // Setting a read-only scalar would croak; what it holds is the address of no living engine.
     if (!SvREADONLY(SvRV(inner))) {
         sv_setiv(SvRV(inner), 0);
     }
-    (void)hv_delete_ent(owners(aTHX), inner, G_DISCARD, 0);
+    HV* const entries = owners(aTHX);
+    (void)hv_delete_ent(entries, inner, G_DISCARD, 0);
+    // inner may be a copy. The owner's entry would have the next engine at this address destroyed
+    // together with the object of this one.
+    (void)hv_iterinit(entries);
+    while (HE* const entry = hv_iternext(entries)) {
+        if (isEntryOf(engine, HeVAL(entry))) {
+            (void)hv_delete_ent(entries, hv_iterkeysv(entry), G_DISCARD, 0);
+        }
+    }
 }

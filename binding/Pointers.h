@@ -78,7 +78,8 @@ SV* wrap(pTHX_ T* pointer)
 // A new engine hash, mortal. Perl owns the engine: its inner pointer is entered in OWNER.
 SV* wrapOwned(pTHX_ KestrixDispEngine* engine);
 
-// Ends that: the entry goes, and the inner pointer becomes null.
-void disown(pTHX_ SV* inner);
+// Ends that: every entry for the engine goes, and inner, which may be a copy of the pointer in
+// OWNER, becomes null.
+void disown(pTHX_ const KestrixDispEngine* engine, SV* inner);
 
 #endif

@@ -73,6 +73,22 @@ for my $end (sort keys %ends) {
         'and its map cannot be used';
 }
 
+# By a copy of the address: no entry is left that would have the next engine there destroyed with
+# an object of this one.
+for my $entry ('without', 'with') {
+    my $engine = newEngine();
+    my $copy   = wrapped($CLASS, ${tied %$engine});
+    $KestrixDispEngine::KestrixDispEngine::OWNER{$copy} = 1 if $entry eq 'with';
+    call('delete_KestrixDispEngine', $copy);
+    is owned(), '', "deleted by a copy $entry an entry of its own: no entry is left";
+
+    # As if the next engine had been made at the address.
+    my $next = newEngine();
+    ${tied %$engine} = ${tied %$next};
+    undef $engine;
+    is $next->parse($document, @DEVICE), $commands, 'the next one there outlives the object';
+}
+
 # Not Perl's to destroy.
 {
     my $engine = newEngine();
