@@ -13,6 +13,11 @@ Problem Argument<const char*>::convert(pTHX_ SV* sv, Value& value)
 
 Problem EngineArgument::convert(pTHX_ SV* sv, Value& value)
 {
-    value.inner = innerPointer(aTHX_ sv);
-    return value.inner == nullptr ? Problem::wrongType : toPointer(aTHX_ value.inner, value.engine);
+    SV* const inner = innerPointer(aTHX_ sv);
+    if (inner == nullptr || !SvROK(inner)) {
+        return Problem::wrongType;
+    }
+    // A copy: its conversion may run code that changes the reference, or unties the hash.
+    value.inner = sv_2mortal(newRV_inc(SvRV(inner)));
+    return toPointer(aTHX_ value.inner, value.engine);
 }

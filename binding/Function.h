@@ -45,6 +45,9 @@ private:
     static Outcome convertAndRun(pTHX_ [[maybe_unused]] I32 ax, SV*& result,
                                  std::index_sequence<index...>)
     {
+        // The stack keeps no references, and the conversion of one argument may run code that drops
+        // the last one to it or to another.
+        (keepToEndOfStatement(aTHX_ ST(index)), ...);
         Values values{};
         Outcome outcome;
         // In order, up to the first problem.

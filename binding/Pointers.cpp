@@ -32,12 +32,12 @@ Problem toAddress(pTHX_ SV* sv, const char* package, void*& address)
         return Problem::wrongType;
     }
     SV* const holder = SvRV(sv);
+    keepToEndOfStatement(aTHX_ holder);  // before its number is asked for, which may run code
     unsigned long number = 0;
     if (SvTYPE(holder) > SVt_PVMG ||  // an array, a hash, code, ...
         toInteger(aTHX_ holder, number) != Problem::none) {
         return Problem::wrongType;
     }
-    keepToEndOfStatement(aTHX_ holder);
     address = reinterpret_cast<void*>(number);
     return Problem::none;
 }

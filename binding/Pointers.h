@@ -45,10 +45,12 @@ struct Wrapped<HandleMap> {
     static constexpr const char* type = "std::map< std::string const,short >";
 };
 
-// The conversion of a later argument may run code that drops the last reference to an earlier one.
+// For what code that runs during the conversion of arguments may drop the last reference to.
 inline void keepToEndOfStatement(pTHX_ SV* sv)
 {
-    sv_2mortal(SvREFCNT_inc_simple_NN(sv));
+    if (!SvIMMORTAL(sv)) {
+        sv_2mortal(SvREFCNT_inc_simple_NN(sv));
+    }
 }
 
 // The address in a wrapped pointer of the package or one derived from it; null for undef. wrongType

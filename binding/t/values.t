@@ -124,6 +124,44 @@ ok $engine->hasParser($KestrixDispEngine::KestrixDispEngine::TAG_CLOCK, $engine-
     is commands($CLEAR), "\x0C", 'and all is well afterwards';
 }
 
+# Code that drops the last references to arguments while it gives the value of one.
+{   package Dropping;
+    use overload '0+' => \&drop, '""' => \&drop;
+    my @others;
+    sub drop {
+        my ($self) = @_;
+        my ($value, $arguments) = @$self;
+        delete @$arguments[0 .. $#$arguments];
+        @others = map { "other $_" } 1 .. 1000;    # where something was freed
+        return $value;
+    }
+}
+{
+    my @warnings;
+    local $SIG{__WARN__} = sub { push @warnings, @_ };
+    my $map     = $engine->{funcMapBegin};
+    my $address = ${tied %$engine};
+    my $deleted = newEngine();
+
+    # Function, result, arguments in front, what the code gives, package of its pointer, the rest.
+    for (
+        ['KestrixDispEngine_hasParser', 1, [], $address, $CLASS, 'text', $map],
+        ['KestrixDispEngine_hasParser', 1, [$engine, 'text'], $$map, ref $map],
+        ['delete_KestrixDispEngine', undef, [], ${tied %$deleted}, $CLASS],
+        ['KestrixDispEngine_parse', "\x0C", [newEngine()], $CLEAR, undef, @DEVICE],
+        )
+    {
+        my ($name, $expected, $front, $value, $package, @arguments) = @$_;
+        my $object = bless [$value, \@arguments], 'Dropping';
+        unshift @arguments, defined $package ? wrapped($package, $object) : $object;
+        undef $object;
+        my $function = \&{"KestrixDispEnginec::$name"};
+        is eval { &$function(@$front, @arguments) } // ($@ || undef), $expected,
+            "$name with arguments that go, from number " . @$front;
+    }
+    is_deeply \@warnings, [], 'and Perl warns of nothing';
+}
+
 # Numbers.
 for (
     [5, 5], ['5', 5], [3.0, 3], ['3.0', 3], [' 5 ', 5], ['1e2', 100], ['-0', 0], ['007', 7],
