@@ -7,8 +7,7 @@ Problem Argument<const char*>::convert(pTHX_ SV* sv, Value& value)
         value = bytes.start;
         return Problem::none;
     }
-    const Problem problem = toPointer(aTHX_ sv, value);
-    return value == nullptr ? Problem::wrongType : problem;
+    return toPointer(aTHX_ sv, value);
 }
 
 Problem EngineArgument::convert(pTHX_ SV* sv, Value& value)

@@ -67,7 +67,7 @@ struct Argument<std::string> {
     static std::string pass(pTHX_ Value value) { return {value.start, value.length}; }
 };
 
-// A Perl string up to its first NUL, or a wrapped pointer that is not null.
+// A Perl string up to its first NUL, or a wrapped pointer, which may be null.
 template <>
 struct Argument<const char*> : PlainArgument<const char*> {
     static constexpr const char* type = "char *";

@@ -196,7 +196,7 @@ which can be assigned: it is the handle through which texts are converted.
 
     my $known = $engine->hasParser('text', $engine->{funcMapBegin});
 
-Whether a map has a parser for the element.
+Whether a map has a parser for the element. It has none for undef.
 
 =head2 Members
 
@@ -297,7 +297,7 @@ The names are those of the functions that the methods call, and a C<self> counts
 =item *
 
 A string may be any defined value that is not a plain reference; of an object with a string
-operator it is the string.
+operator it is the string. Only the name for C<hasParser> may be undef.
 
 =item *
 

@@ -107,7 +107,7 @@ my %bad = (
         ['engine', $engine],
         ['char *', wrapped('_p_char', 0)],
     ],
-    'char *'      => [@references, ['undef', undef], ['null', wrapped('_p_char', 0)]],
+    'char *'      => [@references, ['wrapped text', wrapped('_p_char', 'text')]],
     $MAP          => [
         @no_pointers,
         ['undef',                 undef,                'ValueError'],
@@ -207,6 +207,10 @@ ok $engine->hasParser("window\0x", $engine->{funcMapBegin}), 'a name ends at its
 my $name = 'marquee';
 my $pointer = wrapped('_p_char', unpack 'J', pack 'p', $name);
 ok $engine->hasParser($pointer, $engine->{funcMapBegin}), 'a wrapped char *';
+for (['undef', undef], ['a wrapped null pointer', wrapped('_p_char', 0)]) {
+    my ($what, $key) = @$_;
+    is $engine->hasParser($key, $engine->{funcMapBegin}), !!0, "no parser for $what";
+}
 
 # The messages, where scripts look for them.
 {
