@@ -135,7 +135,7 @@ business.
 
 =head1 THE ENGINE
 
-The class is C<KestrixDispEngine::KestrixDispEngine>. It can be subclassed.
+The class is C<KestrixDispEngine::KestrixDispEngine>. It can be subclassed, see L</Subclasses>.
 
 =head2 new
 
@@ -215,6 +215,38 @@ What is assigned is such a pointer; the map is copied:
 From then on the parsers or handles in the map belong to both engines, and the last engine that has
 them deletes or closes them: when it is destroyed, or when it is assigned another map. Those that an
 assignment replaces go at once if no other engine has them.
+
+=head2 Subclasses
+
+An engine's hash is tied: it has the three members and takes no others, so that assigning
+C<< $self->{greeting} >> dies. A subclass keeps its own data outside, by the address of the object:
+
+    package Greeter;
+    our @ISA = ('KestrixDispEngine::KestrixDispEngine');
+    use Scalar::Util 'refaddr';
+
+    my %greeting;
+
+    sub new {
+        my ($class, $greeting) = @_;
+        my $self = $class->SUPER::new;    # which takes no arguments
+        $greeting{refaddr $self} = $greeting;
+        return $self;
+    }
+
+    sub DESTROY {
+        my ($self) = @_;
+        delete $greeting{refaddr $self};
+        return $self->SUPER::DESTROY;
+    }
+
+    sub greet {
+        my ($self) = @_;
+        my $text = "<ovix-display><text>$greeting{refaddr $self}</text></ovix-display>";
+        return $self->parse($text, 'default', 'DEFAULT');
+    }
+
+A class whose objects hold an engine, instead of being one, needs nothing of this.
 
 =head2 Variables
 

@@ -36,6 +36,16 @@ my ($assignments) = $pod =~ /\n((?:    \$second->.*\n)+)/;
 my $engines = "my (\$first, \$second) = map { ${CLASS}->new } 1, 2;";
 is_deeply [perl("$use $engines $assignments print 'done'")], ['done', 0], 'maps are assigned';
 
+my $subclass = example('Subclasses');
+my $greeters = <<'SCRIPT';
+my ($one, $two) = map { Greeter->new($_) } 'Hi', 'Hello';
+print map { substr $_->greet, -2 } $one, $two;
+undef $_ for $one, $two;
+print scalar(%greeting), scalar(%KestrixDispEngine::KestrixDispEngine::OWNER);
+SCRIPT
+is_deeply [perl("$use $subclass $greeters")], ['Hilo00', 0],
+    'objects of the subclass have data of their own, and leave none';
+
 # Every low-level function is listed, with its parameters.
 my $list = example('LOW-LEVEL FUNCTIONS');
 for my $function (sort grep { defined &{"KestrixDispEnginec::$_"} } keys %KestrixDispEnginec::) {
