@@ -4,6 +4,7 @@
 #include <bit>
 #include <numeric>
 #include <span>
+#include <utility>
 
 namespace ruvo {
 
@@ -100,12 +101,19 @@ bool Composer::compose(const CharacterTables& tables, std::uint8_t ucDecompositi
 {
     if (run.size() != 2)
         return composeSorted(tables, ucDecompositionMappingSize, run, composed);
-    Pair& pair = m_pairs[(run[0] + 31 * run[1]) % m_pairs.size()];
+    // The marks of a script stand in one block and its bases in another, so that pairs of one text
+    // seldom share a place.
+    const std::size_t mark = (run[1] ^ run[1] / kMarkPlaces) % kMarkPlaces;
+    Pair& pair = m_pairs[mark * kBasePlaces + run[0] % kBasePlaces];
     if (pair.base != run[0] || pair.mark != run[1]) {
-        pair.mark = 0;
-        pair.composes = composeSorted(tables, ucDecompositionMappingSize, run, pair.composed);
+        const CodePointTable& table = tables.unicodeTable;
+        std::array sorted = {run[0], run[1]};
+        if (table[run[1]].ucCombiningClass < table[run[0]].ucCombiningClass)
+            std::swap(sorted[0], sorted[1]);
         pair.base = run[0];
         pair.mark = run[1];
+        pair.composes =
+            composeRun(sorted, tables.decompTable, ucDecompositionMappingSize, pair.composed);
     }
     composed = pair.composed;
     return pair.composes;

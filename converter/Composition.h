@@ -50,7 +50,9 @@ private:
 
     // Pairs that were composed lately, each at the place that its code points give. A mark of 0
     // (U+0000 is none) is an unused place.
-    std::array<Pair, 256> m_pairs{};
+    static constexpr std::size_t kMarkPlaces = 32;
+    static constexpr std::size_t kBasePlaces = 128;
+    std::array<Pair, kMarkPlaces * kBasePlaces> m_pairs{};
     std::vector<std::uint32_t> m_run;
 };
 

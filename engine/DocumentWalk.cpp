@@ -206,8 +206,10 @@ void storeAttributes(xmlTextReader* reader, AttributeMap& attributes)
     const xmlNode* const element = xmlTextReaderCurrentNode(reader);
     const xmlAttr* attribute = element == nullptr ? nullptr : element->properties;
     for (; attribute != nullptr; attribute = attribute->next) {
-        attributes[asText(attribute->name)] =
-            attribute->children == nullptr ? nullptr : attribute->children->content;
+        // Mostly they come in order.
+        attributes.insert_or_assign(attributes.end(), asText(attribute->name),
+                                    attribute->children == nullptr ? nullptr
+                                                                   : attribute->children->content);
     }
 }
 

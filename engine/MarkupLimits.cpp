@@ -232,6 +232,9 @@ Excess firstExcess(std::string_view text)
             continue;
         }
         inProlog = false;
+        if (text.size() - i <= shortTag) {
+            break;
+        }
         const std::size_t next = std::min(text.find('<', i + 1), text.size());
         if (next - i > shortTag) {
             const Excess excess = excessOfTag(text, i, next);
@@ -278,11 +281,7 @@ bool isPlainUtf8(std::string_view data)
 ReadablePart readablePart(const std::string& data)
 {
     if (isPlainUtf8(data)) {
-        // A small document exceeds no limit but that of parameter entities.
-        const bool isHarmless =
-            data.size() <= shortTag &&
-            memmem(data.data(), data.size(), doctype.data(), doctype.size()) == nullptr;
-        const Excess excess = isHarmless ? Excess{} : firstExcess(data);
+        const Excess excess = firstExcess(data);
         return {excess.kind == MarkupExcess::none ? data.size() : excess.place, excess.kind};
     }
     if (data.empty()) {
