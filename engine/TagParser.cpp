@@ -311,9 +311,12 @@ std::int32_t TagParser::decimal(const unsigned char* value)
     if (negative || *text == '+') {
         ++text;
     }
+    // Through an entity each of many values may have thousands of digits.
+    text += std::strspn(text, "0");
+    constexpr std::int64_t limit = -std::int64_t{Limits::min()};
     std::int64_t number = 0;
-    for (; *text >= '0' && *text <= '9'; ++text) {
-        number = std::min<std::int64_t>(number * 10 + (*text - '0'), -std::int64_t{Limits::min()});
+    for (; *text >= '0' && *text <= '9' && number < limit; ++text) {
+        number = std::min(number * 10 + (*text - '0'), limit);
     }
     return static_cast<std::int32_t>(negative ? -number
                                               : std::min<std::int64_t>(number, Limits::max()));
