@@ -138,8 +138,9 @@ std::size_t endOfPassage(std::string_view text, std::size_t i)
 
 constexpr std::string_view doctype = "<!DOCTYPE";
 
-// The document type at the beginning of the text, up to its end or that of the text. In quotes and
-// passages nothing counts, in brackets no ">".
+// The document type at the beginning of the text, up to its end or that of the text, as the reader
+// looks for it: in quotes and comments nothing counts, in brackets no ">". Quotes in an instruction
+// count, although they should not: up to the second one the reader waits, and for nothing else.
 std::string_view documentType(std::string_view text)
 {
     bool inBrackets = false;
@@ -147,8 +148,8 @@ std::string_view documentType(std::string_view text)
         const char c = text[i];
         if (c == '"' || c == '\'') {
             i = std::min(text.find(c, i + 1), text.size());
-        } else if (c == '<') {
-            i = std::max(i + 1, endOfPassage(text, i)) - 1;
+        } else if (text.substr(i, 4) == "<!--") {
+            i = endOfPassage(text, i) - 1;
         } else if (c == '[' || c == ']') {
             inBrackets = c == '[';
         } else if (c == '>' && !inBrackets) {

@@ -304,6 +304,9 @@ TEST_F(HostileDocuments, LargeDocumentsAreShownAsFarAsTheyCanBeRead)
               {two}},
              {"a parameter entity", parameterEntities(1, "''") + between(""), {two}},
              {"gigabytes of them", parameterEntities(30, "''") + between(""), {""}},
+             {"a quote in an instruction, where the XML reader waits for a second one",
+              "<!DOCTYPE any [<?p '?>]>" + between(repeated("<a>x</a>\n", million)),
+              {""}},
              {"references to an ID",
               "<!DOCTYPE any [<!ATTLIST e i IDREF #IMPLIED j IDREFS #IMPLIED>]>" +
                   between(repeated("<e i='q' j='q q'/>", 200000)),
