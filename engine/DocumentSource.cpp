@@ -1,28 +1,9 @@
 #include "DocumentSource.h"
 
-#include "MarkupLimits.h"
-
 #include <iterator>
 #include <utility>
 
 namespace {
-
-using End = DocumentSource::End;
-
-End endOf(MarkupExcess excess)
-{
-    switch (excess) {
-    case MarkupExcess::none:
-        return End::wellFormed;
-    case MarkupExcess::attributes:
-        return End::manyAttributes;
-    case MarkupExcess::tag:
-        return End::largeTag;
-    case MarkupExcess::documentType:
-        return End::largeDocumentType;
-    }
-    return End::wellFormed;
-}
 
 // Counts the default values that a document type declares. The reader keeps a list of all
 // references to an ID, in which it looks for each new one; nothing here asks for it, so that
@@ -85,7 +66,7 @@ DocumentSource::DocumentSource(const std::string& data)
 {
     const PlainDefaults defaults;
     const ReadablePart part = readablePart(data);
-    end_ = endOf(part.excess);
+    end_ = part.end;
     reader_.reset(
         xmlReaderForMemory(data.data(), static_cast<int>(part.length), nullptr, nullptr, 0));
 }
@@ -94,7 +75,7 @@ int DocumentSource::read()
 {
     const int result = xmlTextReaderRead(reader());
     if (result != 1) {
-        return end(result < 0 && end_ == End::wellFormed ? End::damaged : end_);
+        return end(result < 0 && end_ == DocumentEnd::wellFormed ? DocumentEnd::damaged : end_);
     }
     // Not by way of the document: who asks for it has to free it.
     xmlNode* const node = xmlTextReaderCurrentNode(reader());
@@ -104,12 +85,12 @@ int DocumentSource::read()
     const int type = xmlTextReaderNodeType(reader());
     if (type == XML_READER_TYPE_DOCUMENT_TYPE) {
         if (settleDeclarations(node) > mostDefaults) {
-            return end(End::manyDefaults);
+            return end(DocumentEnd::manyDefaults);
         }
     } else if (type == XML_READER_TYPE_ELEMENT && node->nsDef != nullptr) {
         const int count = countNamespaces(node);
         if (namespaces_ + count > mostNamespaces) {
-            return end(End::manyNamespaces);
+            return end(DocumentEnd::manyNamespaces);
         }
         namespaces_ += xmlTextReaderIsEmptyElement(reader()) == 1 ? 0 : count;
     } else if (type == XML_READER_TYPE_END_ELEMENT && node->nsDef != nullptr) {

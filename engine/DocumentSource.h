@@ -2,6 +2,8 @@
 #ifndef KESTRIX_ENGINE_DOCUMENT_SOURCE_H
 #define KESTRIX_ENGINE_DOCUMENT_SOURCE_H
 
+#include "MarkupLimits.h"
+
 #include <memory>
 #include <string>
 
@@ -17,17 +19,6 @@ public:
     // Bytes of names that differ: the reader's dictionary becomes slow when it is large.
     static constexpr unsigned int largestDictionary = 1048576;
 
-    // Why there is nothing more to read.
-    enum class End {
-        wellFormed,
-        damaged,
-        manyAttributes,
-        largeTag,
-        largeDocumentType,
-        manyDefaults,
-        manyNamespaces,
-    };
-
     // Refers to data.
     explicit DocumentSource(const std::string& data);
     DocumentSource(const DocumentSource&) = delete;
@@ -41,14 +32,14 @@ public:
     int read();
 
     // After read has given 0.
-    End end() const { return end_; }
+    DocumentEnd end() const { return end_; }
 
 private:
     struct FreeReader {
         void operator()(xmlTextReader* reader) const { xmlFreeTextReader(reader); }
     };
 
-    int end(End end)
+    int end(DocumentEnd end)
     {
         end_ = end;
         return 0;
@@ -56,8 +47,8 @@ private:
 
     std::unique_ptr<xmlTextReader, FreeReader> reader_;
     bool atStart_ = true;
-    int namespaces_ = 0;         // in scope
-    End end_ = End::wellFormed;  // as far as is known
+    int namespaces_ = 0;                         // in scope
+    DocumentEnd end_ = DocumentEnd::wellFormed;  // as far as is known
 };
 
 #endif

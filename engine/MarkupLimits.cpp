@@ -21,7 +21,7 @@ namespace {
 constexpr std::size_t shortTag = 5 * mostAttributes;
 
 // A document is decoded in pieces, as the XML library counts some sizes in 32 bits. An XML
-// declaration stands whole in the first one, or it counts like a tag that is too large.
+// declaration that is not whole in the first one is one that the reader cannot read.
 constexpr std::size_t pieceSize = largestTag;
 
 // ---- Decoding ----
@@ -194,7 +194,7 @@ std::size_t expandedSize(std::string_view type)
 // ---- Markup ----
 
 struct Excess {
-    MarkupExcess kind = MarkupExcess::none;
+    DocumentEnd end = DocumentEnd::wellFormed;
     std::size_t place = 0;  // up to where the text is readable
 };
 
@@ -206,12 +206,12 @@ Excess excessOfTag(std::string_view text, std::size_t i, std::size_t next)
     std::size_t k = 0;
     while ((k = tag.find_first_of("'\">", k)) < std::min(tag.size(), largestTag) && tag[k] != '>') {
         if (++attributes > mostAttributes) {
-            return {MarkupExcess::attributes, i + k};
+            return {DocumentEnd::manyAttributes, i + k};
         }
         k = std::min(tag.find(tag[k], k + 1), tag.size() - 1) + 1;
     }
     const std::size_t size = k < tag.size() ? k + 1 : tag.size();
-    return {size > largestTag ? MarkupExcess::tag : MarkupExcess::none, i + largestTag};
+    return {size > largestTag ? DocumentEnd::largeTag : DocumentEnd::wellFormed, i + largestTag};
 }
 
 Excess firstExcess(std::string_view text)
@@ -225,7 +225,7 @@ Excess firstExcess(std::string_view text)
             if (inProlog && text.substr(i).starts_with(doctype)) {
                 const std::string_view type = documentType(text.substr(i));
                 if (expandedSize(type) > largestDocumentType) {
-                    return {MarkupExcess::documentType, i};
+                    return {DocumentEnd::largeDocumentType, i};
                 }
                 end = i + type.size();
             }
@@ -239,13 +239,13 @@ Excess firstExcess(std::string_view text)
         const std::size_t next = std::min(text.find('<', i + 1), text.size());
         if (next - i > shortTag) {
             const Excess excess = excessOfTag(text, i, next);
-            if (excess.kind != MarkupExcess::none) {
+            if (excess.end != DocumentEnd::wellFormed) {
                 return excess;
             }
         }
         i = next;
     }
-    return {MarkupExcess::none, text.size()};
+    return {DocumentEnd::wellFormed, text.size()};
 }
 
 // How much of the document decodes to no more than so many bytes. Up to a step less: the excess of
@@ -283,16 +283,16 @@ ReadablePart readablePart(const std::string& data)
 {
     if (isPlainUtf8(data)) {
         const Excess excess = firstExcess(data);
-        return {excess.kind == MarkupExcess::none ? data.size() : excess.place, excess.kind};
+        return {excess.end == DocumentEnd::wellFormed ? data.size() : excess.place, excess.end};
     }
     if (data.empty()) {
         return {};
     }
     const Decoded decoded(data);
     if (!decoded.isReadable()) {
-        return {std::min(data.size(), pieceSize), MarkupExcess::none};
+        return {std::min(data.size(), pieceSize), DocumentEnd::wellFormed};
     }
     const Excess excess = firstExcess(decoded.text());
-    return {excess.kind == MarkupExcess::none ? data.size() : encodedLength(data, excess.place),
-            excess.kind};
+    return {excess.end == DocumentEnd::wellFormed ? data.size() : encodedLength(data, excess.place),
+            excess.end};
 }

@@ -1,8 +1,8 @@
 // What markup of a document the XML reader would take too long for, found before it gets it.
 //
-// The reader compares each attribute of a tag with all others of the tag, looks through a tag of
-// more than one value with a ">" again whenever more of it comes in, and compares declarations of a
-// document type. So the time squares in the sizes that are limited here, and in no others.
+// The reader compares each attribute of a tag with all others, looks through an unfinished tag
+// again at each ">" in its values, and compares the declarations of a document type with each
+// other. So its time grows with the square of the sizes that are limited here.
 #ifndef KESTRIX_ENGINE_MARKUP_LIMITS_H
 #define KESTRIX_ENGINE_MARKUP_LIMITS_H
 
@@ -13,11 +13,20 @@ inline constexpr std::size_t mostAttributes = 4096;        // of a tag, namespac
 inline constexpr std::size_t largestTag = 1048576;         // bytes in UTF-8
 inline constexpr std::size_t largestDocumentType = 32768;  // bytes in UTF-8; see readablePart
 
-enum class MarkupExcess { none, attributes, tag, documentType };
+// Why there is nothing more to read of a document. The limits of the last two are DocumentSource's.
+enum class DocumentEnd {
+    wellFormed,
+    damaged,
+    manyAttributes,
+    largeTag,
+    largeDocumentType,
+    manyDefaults,
+    manyNamespaces,
+};
 
 struct ReadablePart {
     std::size_t length;  // in bytes of the document
-    MarkupExcess excess;
+    DocumentEnd end;     // wellFormed, as far as is known, when no limit is exceeded
 };
 
 // The part of a document up to the first markup that exceeds a limit; all of it without one. The

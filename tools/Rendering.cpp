@@ -55,21 +55,21 @@ std::string whyCutShort(const std::string& document)
     while (source.read() != 0)
         continue;
     switch (source.end()) {
-    case DocumentSource::End::wellFormed:
+    case DocumentEnd::wellFormed:
         return "";
-    case DocumentSource::End::damaged:
+    case DocumentEnd::damaged:
         return "it is not well-formed, or exceeds a limit of the XML reader";
-    case DocumentSource::End::manyAttributes:
+    case DocumentEnd::manyAttributes:
         return moreThan("an element has", mostAttributes, "attributes");
-    case DocumentSource::End::largeTag:
+    case DocumentEnd::largeTag:
         return moreThan("a tag has", largestTag, "bytes");
-    case DocumentSource::End::largeDocumentType:
+    case DocumentEnd::largeDocumentType:
         return moreThan("the document type, with what its parameter entities stand for, has",
                         largestDocumentType, "bytes");
-    case DocumentSource::End::manyDefaults:
+    case DocumentEnd::manyDefaults:
         return moreThan("the document type declares", DocumentSource::mostDefaults,
                         "attributes with default values");
-    case DocumentSource::End::manyNamespaces:
+    case DocumentEnd::manyNamespaces:
         return moreThan("an element has", DocumentSource::mostNamespaces, "namespaces in scope");
     }
     return "";

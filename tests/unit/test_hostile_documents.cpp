@@ -182,18 +182,18 @@ std::string attributes(std::size_t count)
     return text + "/>";
 }
 
-std::string declaredAttributes(std::size_t count)
+std::string declaredAttributes(std::size_t count, const std::string& value = "''")
 {
     std::string text = "<!DOCTYPE any [<!ATTLIST clear";
     for (std::size_t i = 0; i < count; ++i)
-        text += " a" + std::to_string(i) + " CDATA ''";
+        text += " a" + std::to_string(i) + " CDATA " + value;
     return text + ">]>";
 }
 
 // Each of them stands for three of the one before.
-std::string parameterEntities(int levels, const std::string& value)
+std::string parameterEntities(int levels)
 {
-    std::string text = "<!DOCTYPE any [<!ENTITY % p0 \"<!ATTLIST clear a CDATA " + value + ">\">";
+    std::string text = "<!DOCTYPE any [<!ENTITY % p0 \"<!ATTLIST clear a CDATA ''>\">";
     for (int i = 1; i < levels; ++i) {
         const std::string inner = "&#37;p" + std::to_string(i - 1) + ";";
         text += "<!ENTITY % p" + std::to_string(i) + " '" + inner + inner + inner + "'>";
@@ -299,11 +299,10 @@ TEST_F(HostileDocuments, LargeDocumentsAreShownAsFarAsTheyCanBeRead)
              {"declared attributes", declaredAttributes(64) + between(""), {two}},
              {"too many defaults", declaredAttributes(65) + between(""), {""}},
              {"declared attributes without default values",
-              "<!DOCTYPE any [<!ATTLIST clear" + repeated(" a CDATA #IMPLIED", 1000) + ">]>" +
-                  between(""),
+              declaredAttributes(1000, "#IMPLIED") + between(""),
               {two}},
-             {"a parameter entity", parameterEntities(1, "''") + between(""), {two}},
-             {"gigabytes of them", parameterEntities(30, "''") + between(""), {""}},
+             {"a parameter entity", parameterEntities(1) + between(""), {two}},
+             {"gigabytes of them", parameterEntities(30) + between(""), {""}},
              {"a quote in an instruction, where the XML reader waits for a second one",
               "<!DOCTYPE any [<?p '?>]>" + between(repeated("<a>x</a>\n", million)),
               {""}},
