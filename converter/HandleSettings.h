@@ -16,6 +16,7 @@ struct HandleSettings {
     std::int16_t sEncodeType = 0;  // starts at "EncodeTypeDefault"
     std::uint8_t ucMissingCharacterCode = 0;
     std::string szDeviceInfoPath;  // with "/" at its end
+    std::int16_t sMaximumHandle = 0;
     std::uint32_t ulOutputBufferBlockSize = 0;
     std::uint8_t ucOutputBufferBlockMax = 0;
 
@@ -60,7 +61,6 @@ struct ICSEntry {
 
 // The part of the settings that only the building of the tables needs.
 struct DeviceInfo {
-    std::int16_t sMaximumHandle = 0;
     std::int16_t sInternalCharacterSetNumber = 0;
     std::array<TableEntry, kMaxTables> astTable;
     std::array<ICSEntry, kMaxTables> astICS;

@@ -19,6 +19,22 @@ void setCodePages(HandleSettings& settings, const DeviceInfo& deviceInfo)
     }
 }
 
+// Reads HalvoSet.txt. "MaximumHandle" counts for the process from here on, whatever becomes of the
+// open, even if a later line breaks a rule or memory runs out.
+short readSettings(const std::string& modulePath, HandleSettings& settings)
+{
+    struct Keeper {
+        const HandleSettings& settings;
+        ~Keeper()
+        {
+            if (settings.sMaximumHandle != 0)
+                g_stHandlelinkMngInfTbl.sMaximumHandle = settings.sMaximumHandle;
+        }
+    };
+    const Keeper keeper{settings};
+    return readSettingsFile(modulePath, settings);
+}
+
 short Lutm_createUnicodeTable(HandleSettings& settings, const DeviceInfo& deviceInfo)
 {
     ensureHandleArray();
@@ -40,7 +56,7 @@ short Lutm_OpenHandleCommon(const std::string& deviceInfoName, const std::string
     std::string modulePath;
     if (Lutm_ModuleFileFullPath(kModuleRoot, id, modulePath) != 0)
         modulePath.clear();
-    if (const short status = readSettingsFile(modulePath, *settings, *deviceInfo))
+    if (const short status = readSettings(modulePath, *settings))
         return status;
     if (const short status = readDeviceInfoFile(deviceInfoName, *settings, *deviceInfo))
         return status;

@@ -15,7 +15,7 @@ namespace ruvo {
 // Where a section's values go.
 struct SectionTarget {
     HandleSettings& settings;
-    DeviceInfo& deviceInfo;
+    DeviceInfo* deviceInfo;  // null in HalvoSet.txt, which has no key of it
     std::size_t index;  // of a numbered section, from 0
 };
 

@@ -1,6 +1,5 @@
 #include "SettingsFiles.h"
 
-#include "HandleTable.h"
 #include "LineReader.h"
 #include "ProfileSections.h"
 #include "RuvoConverter.h"
@@ -37,26 +36,19 @@ void pathInSettings(SectionTarget& target, std::string_view path)
 template <auto field>
 void inDeviceInfo(SectionTarget& target, long number)
 {
-    assign(target.deviceInfo.*field, number);
+    assign(target.deviceInfo->*field, number);
 }
 
 template <auto list, auto field>
 void inEntry(SectionTarget& target, long number)
 {
-    assign((target.deviceInfo.*list)[target.index].*field, number);
+    assign((target.deviceInfo->*list)[target.index].*field, number);
 }
 
 template <auto list, auto field>
 void nameInEntry(SectionTarget& target, std::string_view name)
 {
-    (target.deviceInfo.*list)[target.index].*field = name;
-}
-
-// In force for the process at once.
-void maximumHandle(SectionTarget& target, long number)
-{
-    assign(target.deviceInfo.sMaximumHandle, number);
-    assign(g_stHandlelinkMngInfTbl.sMaximumHandle, number);
+    (target.deviceInfo->*list)[target.index].*field = name;
 }
 
 // The tables of keys, in the order in which a line is searched for them.
@@ -67,7 +59,7 @@ constexpr SectionKey kSettingsKeys[] = {
     numberKey("EncodeTypeDefault", 0, 3, inSettings<&Settings::sEncodeType>),
     numberKey("MissingCharacterCode", 32, 255, inSettings<&Settings::ucMissingCharacterCode>),
     textKey("DeviceInfoPath", kMaxPathLength, pathInSettings<&Settings::szDeviceInfoPath>),
-    numberKey("MaximumHandle", 1, 254, maximumHandle),
+    numberKey("MaximumHandle", 1, 254, inSettings<&Settings::sMaximumHandle>),
     numberKey("OutputBufferBlockSize", 5, 1000000000,
               inSettings<&Settings::ulOutputBufferBlockSize>),
     numberKey("OutputBufferBlockMax", 1, 255, inSettings<&Settings::ucOutputBufferBlockMax>),
@@ -133,14 +125,14 @@ int Lutm_ModuleFileFullPath(const std::string& root, const std::string& id, std:
 }
 
 short readSettingsFile(const std::string& modulePath, HandleSettings& settings,
-                       DeviceInfo& deviceInfo, ProfileListener* listener)
+                       ProfileListener* listener)
 {
     ProfileFile file(listener);
     if (const short status =
             file.open(modulePath + "HalvoSet.txt", RUVO_SETTINGS_MISSING, RUVO_SETTINGS_INVALID))
         return status;
 
-    const SectionTarget target{settings, deviceInfo, 0};
+    const SectionTarget target{settings, nullptr, 0};
     FixedSection settingsSection("[Settings]", kSettingsKeys, target, file);
     FixedSection logSection("[LOG]", kLogKeys, target, file);
     UnreadLines unread(file);
@@ -193,7 +185,7 @@ short readDeviceInfoFile(const std::string& name, HandleSettings& settings, Devi
                                        RUVO_DEVICE_INFO_INVALID))
         return status;
 
-    const SectionTarget target{settings, deviceInfo, 0};
+    const SectionTarget target{settings, &deviceInfo, 0};
     FixedSection common("[Common]", kCommonKeys, target, file);
     NumberedSections tables("Table", "MappingTableNumber", kTableKeys, target, file);
     NumberedSections sets("ICS", "InternalCharacterSetNumber", kICSKeys, target, file);

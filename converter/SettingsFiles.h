@@ -19,10 +19,10 @@ int Lutm_ModuleFileFullPath(const std::string& root, const std::string& id,
 // With a listener the two below tell all faults of their file. A fault of [Settings] or [LOG] may
 // then be made up for by a later section of that name: the status decides.
 
-// Reads modulePath + "HalvoSet.txt". Returns 0, -30, -100 or -110. "MaximumHandle" is in force for
-// the process as soon as its line is read, even if a later line breaks a rule.
+// Reads modulePath + "HalvoSet.txt". Returns 0, -30, -100 or -110. The values that were read before
+// a fault are stored; sMaximumHandle stays 0 when there was none.
 short readSettingsFile(const std::string& modulePath, HandleSettings& settings,
-                       DeviceInfo& deviceInfo, ProfileListener* listener = nullptr);
+                       ProfileListener* listener = nullptr);
 
 // Reads szDeviceInfoPath + name. Returns 0, -30, -200 or -210.
 short readDeviceInfoFile(const std::string& name, HandleSettings& settings, DeviceInfo& deviceInfo,

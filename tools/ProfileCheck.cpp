@@ -54,7 +54,7 @@ private:
 
 CheckedProfile Checker::check()
 {
-    take(ruvo::readSettingsFile(m_directory, m_settings, m_deviceInfo, &m_list));
+    take(ruvo::readSettingsFile(m_directory, m_settings, &m_list));
     if (m_result.status == RUVO_OK)
         m_list.excuse();
     if (m_settings.szDeviceInfoPath.empty()) {

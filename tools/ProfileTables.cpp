@@ -40,7 +40,7 @@ ProfileTables::ProfileTables(const ProfileOptions& profile) : m_read(true)
 {
     const auto settings = std::make_unique<ruvo::HandleSettings>();
     const auto device = std::make_unique<ruvo::DeviceInfo>();
-    check(ruvo::readSettingsFile(profileFolder(profile), *settings, *device), profile);
+    check(ruvo::readSettingsFile(profileFolder(profile), *settings), profile);
     check(ruvo::readDeviceInfoFile(profile.device, *settings, *device), profile);
 
     ruvo::ProfileFile file;

@@ -12,12 +12,11 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
 {
     writeFile("HalvoSet.txt", InputReader(data, size).bytes(size));
     ruvo::HandleSettings settings;
-    ruvo::DeviceInfo deviceInfo;
-    const short status = ruvo::readSettingsFile("", settings, deviceInfo);
+    const short status = ruvo::readSettingsFile("", settings);
     if (status == 0) {
         EXPECT_TRUE(settings.sEncodeType >= 0 && settings.sEncodeType <= 3);
         EXPECT_LE(32, settings.ucMissingCharacterCode);
-        EXPECT_TRUE(deviceInfo.sMaximumHandle >= 1 && deviceInfo.sMaximumHandle <= 254);
+        EXPECT_TRUE(settings.sMaximumHandle >= 1 && settings.sMaximumHandle <= 254);
         EXPECT_TRUE(settings.ulOutputBufferBlockSize >= 5 &&
                     settings.ulOutputBufferBlockSize <= 1000000000);
         EXPECT_LE(1, settings.ucOutputBufferBlockMax);

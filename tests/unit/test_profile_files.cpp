@@ -199,12 +199,12 @@ TEST_F(ProfileFiles, ValuesGoToTheirPlaces)
             "| [LOG] | LogFilePath=log | LogMaxSize=9")));
     ruvo::HandleSettings settings;
     ruvo::DeviceInfo device;
-    ASSERT_EQ(0, ruvo::readSettingsFile("module/", settings, device));
+    ASSERT_EQ(0, ruvo::readSettingsFile("module/", settings));
     ASSERT_EQ(0, ruvo::readDeviceInfoFile("DEVICE", settings, device));
     EXPECT_EQ(2, settings.sEncodeType);
     EXPECT_EQ(254, settings.ucMissingCharacterCode);
     EXPECT_EQ("././", settings.szDeviceInfoPath);
-    EXPECT_EQ(33, device.sMaximumHandle);
+    EXPECT_EQ(33, settings.sMaximumHandle);
     EXPECT_EQ(70000u, settings.ulOutputBufferBlockSize);
     EXPECT_EQ(253, settings.ucOutputBufferBlockMax);
     EXPECT_EQ("log/", settings.szLogFilePath);
@@ -221,7 +221,7 @@ TEST_F(ProfileFiles, ValuesGoToTheirPlaces)
     EXPECT_EQ("two.txt", device.astTable[1].szTableFileName);
     EXPECT_EQ(5, device.astICS[1].ucICSCommandParam);
     EXPECT_EQ("four.txt", device.astICS[1].szICSFileName);
-    EXPECT_EQ(-30, ruvo::readSettingsFile("DEVICE/", settings, device));
+    EXPECT_EQ(-30, ruvo::readSettingsFile("DEVICE/", settings));
 }
 
 TEST_F(ProfileFiles, TheIDFileNamesTheModulePath)
