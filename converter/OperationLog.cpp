@@ -1,6 +1,6 @@
 #include "OperationLog.h"
 
-#include "HandleTable.h"
+#include "HandleSettings.h"
 
 #include <algorithm>
 #include <array>
@@ -251,7 +251,7 @@ void putSettings(LineWriter& line, const HandleSettings& settings)
     putNumber("EncodeTypeDefault=", settings.sEncodeType);
     putNumber("MissingCharacterCode=", settings.ucMissingCharacterCode);
     putText("DeviceInfoPath=", settings.szDeviceInfoPath);
-    putNumber("MaximumHandle=", g_stHandlelinkMngInfTbl.sMaximumHandle);
+    putNumber("MaximumHandle=", settings.sMaximumHandle);
     putNumber("OutputBufferBlockSize=", settings.ulOutputBufferBlockSize);
     putNumber("OutputBufferBlockMax=", settings.ucOutputBufferBlockMax);
     putNumber("ICSCommandDefault=", settings.ucICSCommandDefault);
@@ -384,20 +384,19 @@ void Cutm_WriteLog(LogContext& log, std::string_view lines) noexcept
     }
 }
 
-void Lutm_RuvoOpenHandle(LogDirection direction, short sHandle, const std::uint8_t* pucDeviceInfo,
-                         unsigned long ulDeviceInfoLength, std::string_view deviceInfoName,
-                         short status) noexcept
+void Lutm_RuvoOpenHandle(LogDirection direction, LogContext& log, const HandleSettings& settings,
+                         const std::uint8_t* pucDeviceInfo, unsigned long ulDeviceInfoLength,
+                         std::string_view deviceInfoName, short status) noexcept
 {
-    HandleLink& handle = *Cutm_CheckHandle(sHandle);
     if (direction == LogDirection::in)
-        Cutm_CheckOpenLogFile(handle.log);
-    if (!handle.log.pLogFile)
+        Cutm_CheckOpenLogFile(log);
+    if (!log.pLogFile)
         return;
     const auto* const name = reinterpret_cast<const std::uint8_t*>(deviceInfoName.data());
-    LineWriter line(handle.log);
+    LineWriter line(log);
     writeEntry(line, direction, status, "RuvoOpenHandle",
                {Pointer{pucDeviceInfo}, ulDeviceInfoLength}, {{"", {name, deviceInfoName.size()}}});
-    putSettings(line, handle.settings);
+    putSettings(line, settings);
 }
 
 void Lutm_RuvoCloseHandle(LogDirection direction, LogContext& log, short sHandle,
@@ -406,26 +405,27 @@ void Lutm_RuvoCloseHandle(LogDirection direction, LogContext& log, short sHandle
     writeEntry(log, direction, status, "RuvoCloseHandle", {sHandle}, {});
 }
 
-void Lutm_RuvoSetData(LogDirection direction, short sHandle, const std::uint8_t* pucData,
-                      unsigned long ulDataLength, short status) noexcept
+void Lutm_RuvoSetData(LogDirection direction, LogContext& log, short sHandle,
+                      const std::uint8_t* pucData, unsigned long ulDataLength,
+                      short status) noexcept
 {
-    writeEntry(Cutm_CheckHandle(sHandle)->log, direction, status, "RuvoSetData",
-               {sHandle, Pointer{pucData}, ulDataLength}, {{"", readable(pucData, ulDataLength)}});
+    writeEntry(log, direction, status, "RuvoSetData", {sHandle, Pointer{pucData}, ulDataLength},
+               {{"", readable(pucData, ulDataLength)}});
 }
 
-void Lutm_RuvoGetOutputData(LogDirection direction, short sHandle, const LogBuffer& printData,
-                            short status) noexcept
+void Lutm_RuvoGetOutputData(LogDirection direction, LogContext& log, short sHandle,
+                            const LogBuffer& printData, short status) noexcept
 {
-    writeEntry(Cutm_CheckHandle(sHandle)->log, direction, status, "RuvoGetOutputData",
+    writeEntry(log, direction, status, "RuvoGetOutputData",
                {sHandle, Pointer{printData.data}, lengthValue(printData)},
                {{"", contents(printData)}});
 }
 
-void Lutm_RuvoGetRawData(LogDirection direction, short sHandle, const LogBuffer& charCode,
-                         const LogBuffer& tableInfo, const LogBuffer& iSetInfo,
-                         short status) noexcept
+void Lutm_RuvoGetRawData(LogDirection direction, LogContext& log, short sHandle,
+                         const LogBuffer& charCode, const LogBuffer& tableInfo,
+                         const LogBuffer& iSetInfo, short status) noexcept
 {
-    writeEntry(Cutm_CheckHandle(sHandle)->log, direction, status, "RuvoGetRawData",
+    writeEntry(log, direction, status, "RuvoGetRawData",
                {sHandle, Pointer{charCode.data}, lengthValue(charCode), Pointer{tableInfo.data},
                 lengthValue(tableInfo), Pointer{iSetInfo.data}, lengthValue(iSetInfo)},
                {{"CharCode=", contents(charCode)},
@@ -433,18 +433,17 @@ void Lutm_RuvoGetRawData(LogDirection direction, short sHandle, const LogBuffer&
                 {"ISetInfo=", contents(iSetInfo)}});
 }
 
-void Lutm_RuvoSetTargetCodePage(LogDirection direction, short sHandle, long lCodePage,
-                                short status) noexcept
+void Lutm_RuvoSetTargetCodePage(LogDirection direction, LogContext& log, short sHandle,
+                                long lCodePage, short status) noexcept
 {
-    writeEntry(Cutm_CheckHandle(sHandle)->log, direction, status, "RuvoSetTargetCodePage",
+    writeEntry(log, direction, status, "RuvoSetTargetCodePage",
                {sHandle, static_cast<short>(lCodePage)}, {});
 }
 
-void Lutm_RuvoSetEncodeType(LogDirection direction, short sHandle, short sEncodeType,
-                            short status) noexcept
+void Lutm_RuvoSetEncodeType(LogDirection direction, LogContext& log, short sHandle,
+                            short sEncodeType, short status) noexcept
 {
-    writeEntry(Cutm_CheckHandle(sHandle)->log, direction, status, "RuvoSetEncodeType",
-               {sHandle, long{sEncodeType}}, {});
+    writeEntry(log, direction, status, "RuvoSetEncodeType", {sHandle, long{sEncodeType}}, {});
 }
 
 }  // namespace ruvo

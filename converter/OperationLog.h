@@ -13,6 +13,8 @@
 
 namespace ruvo {
 
+struct HandleSettings;
+
 enum class LogDirection { in, out };
 
 // The log's state. A handle owns it; the close moves it out, because its last entry is written
@@ -46,21 +48,22 @@ struct LogBuffer {
     unsigned long room;           // bytes that may be read at data
 };
 
-void Lutm_RuvoOpenHandle(LogDirection direction, short sHandle, const std::uint8_t* pucDeviceInfo,
-                         unsigned long ulDeviceInfoLength, std::string_view deviceInfoName,
-                         short status) noexcept;
+void Lutm_RuvoOpenHandle(LogDirection direction, LogContext& log, const HandleSettings& settings,
+                         const std::uint8_t* pucDeviceInfo, unsigned long ulDeviceInfoLength,
+                         std::string_view deviceInfoName, short status) noexcept;
 void Lutm_RuvoCloseHandle(LogDirection direction, LogContext& log, short sHandle,
                           short status) noexcept;
-void Lutm_RuvoSetData(LogDirection direction, short sHandle, const std::uint8_t* pucData,
-                      unsigned long ulDataLength, short status) noexcept;
-void Lutm_RuvoGetOutputData(LogDirection direction, short sHandle, const LogBuffer& printData,
-                            short status) noexcept;
-void Lutm_RuvoGetRawData(LogDirection direction, short sHandle, const LogBuffer& charCode,
-                         const LogBuffer& tableInfo, const LogBuffer& iSetInfo,
-                         short status) noexcept;
-void Lutm_RuvoSetTargetCodePage(LogDirection direction, short sHandle, long lCodePage,
-                                short status) noexcept;
-void Lutm_RuvoSetEncodeType(LogDirection direction, short sHandle, short sEncodeType,
-                            short status) noexcept;
+void Lutm_RuvoSetData(LogDirection direction, LogContext& log, short sHandle,
+                      const std::uint8_t* pucData, unsigned long ulDataLength,
+                      short status) noexcept;
+void Lutm_RuvoGetOutputData(LogDirection direction, LogContext& log, short sHandle,
+                            const LogBuffer& printData, short status) noexcept;
+void Lutm_RuvoGetRawData(LogDirection direction, LogContext& log, short sHandle,
+                         const LogBuffer& charCode, const LogBuffer& tableInfo,
+                         const LogBuffer& iSetInfo, short status) noexcept;
+void Lutm_RuvoSetTargetCodePage(LogDirection direction, LogContext& log, short sHandle,
+                                long lCodePage, short status) noexcept;
+void Lutm_RuvoSetEncodeType(LogDirection direction, LogContext& log, short sHandle,
+                            short sEncodeType, short status) noexcept;
 
 }  // namespace ruvo

@@ -34,15 +34,15 @@ template <class Work>
 }
 
 // Does the work between the call's two log entries.
-template <class Log, class Work>
-[[gnu::always_inline]] inline short logged(const HandleLink& handle, const Log& log,
+template <class WriteEntry, class Work>
+[[gnu::always_inline]] inline short logged(HandleLink& handle, const WriteEntry& writeEntry,
                                            const Work& work) noexcept
 {
     if (!handle.log.pLogFile) [[likely]]
         return guarded(work);
-    log(LogDirection::in, short{RUVO_OK});
+    writeEntry(LogDirection::in, handle.log, short{RUVO_OK});
     const short status = guarded(work);
-    log(LogDirection::out, status);
+    writeEntry(LogDirection::out, handle.log, status);
     return status;
 }
 
@@ -152,12 +152,13 @@ short RuvoOpenHandle(const unsigned char* pucDeviceInfo, unsigned long ulDeviceI
             !keepPrintable(pucID, ulIDLength, id))
             return RUVO_INVALID_ARGUMENT;
         const short result = Lutm_OpenHandleCommon(deviceInfoName, id);
-        if (!Cutm_CheckHandle(result))
+        HandleLink* const handle = Cutm_CheckHandle(result);
+        if (!handle)
             return result;
         // Both entries are written now: the log belongs to the handle.
         for (const LogDirection direction : {LogDirection::in, LogDirection::out})
-            Lutm_RuvoOpenHandle(direction, result, pucDeviceInfo, ulDeviceInfoLength,
-                                deviceInfoName, result);
+            Lutm_RuvoOpenHandle(direction, handle->log, handle->settings, pucDeviceInfo,
+                                ulDeviceInfoLength, deviceInfoName, result);
         return result;
     });
 }
@@ -182,8 +183,8 @@ short RuvoSetData(short sHandle, unsigned char* pucData, unsigned long ulDataLen
     const bool valid = isValidInput(pucData, ulDataLength);
     return logged(
         *handle,
-        [&](LogDirection direction, short status) {
-            Lutm_RuvoSetData(direction, sHandle, pucData, ulDataLength, status);
+        [&](LogDirection direction, LogContext& log, short status) {
+            Lutm_RuvoSetData(direction, log, sHandle, pucData, ulDataLength, status);
         },
         [&]() -> short {
             return valid ? Lutm_SetDataCommon(*handle, pucData, ulDataLength)
@@ -198,8 +199,8 @@ short RuvoSetTargetCodePage(short sHandle, long lCodePage)
         return RUVO_INVALID_HANDLE;
     return logged(
         *handle,
-        [&](LogDirection direction, short status) {
-            Lutm_RuvoSetTargetCodePage(direction, sHandle, lCodePage, status);
+        [&](LogDirection direction, LogContext& log, short status) {
+            Lutm_RuvoSetTargetCodePage(direction, log, sHandle, lCodePage, status);
         },
         [&] { return setTargetCodePage(handle->settings, lCodePage); });
 }
@@ -211,8 +212,8 @@ short RuvoSetEncodeType(short sHandle, short sEncodeType)
         return RUVO_INVALID_HANDLE;
     return logged(
         *handle,
-        [&](LogDirection direction, short status) {
-            Lutm_RuvoSetEncodeType(direction, sHandle, sEncodeType, status);
+        [&](LogDirection direction, LogContext& log, short status) {
+            Lutm_RuvoSetEncodeType(direction, log, sHandle, sEncodeType, status);
         },
         [&] { return setEncodeType(handle->settings, sEncodeType); });
 }
@@ -227,8 +228,8 @@ short RuvoGetOutputData(short sHandle, unsigned char* pucPrintData, unsigned lon
     const LogBuffer printData{pucPrintData, pulLength, *pulLength};
     return logged(
         *handle,
-        [&](LogDirection direction, short status) {
-            Lutm_RuvoGetOutputData(direction, sHandle, printData, status);
+        [&](LogDirection direction, LogContext& log, short status) {
+            Lutm_RuvoGetOutputData(direction, log, sHandle, printData, status);
         },
         [&] { return getOutputData(*handle, pucPrintData, pulLength); });
 }
@@ -248,8 +249,8 @@ short RuvoGetRawData(short sHandle, unsigned char* pucCharCode, unsigned long* p
     const LogBuffer iSetInfo = logBuffer(pucISetInfo, pulISetInfoLength);
     return logged(
         *handle,
-        [&](LogDirection direction, short status) {
-            Lutm_RuvoGetRawData(direction, sHandle, charCode, tableInfo, iSetInfo, status);
+        [&](LogDirection direction, LogContext& log, short status) {
+            Lutm_RuvoGetRawData(direction, log, sHandle, charCode, tableInfo, iSetInfo, status);
         },
         [&] {
             return getRawData(*handle, {pucCharCode, pucTableInfo, pucISetInfo},
