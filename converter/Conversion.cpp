@@ -97,9 +97,9 @@ short Lutm_SetDataCommon(HandleLink& handle, std::uint8_t* text, std::size_t len
     // No text gives more characters than it has bytes, a character one table switch and two set
     // switches.
     const std::size_t characters = std::min(length, kMaxUtf8Length);
-    handle.stCharCodeOut.reserve(characters);
-    handle.stTableInfoOut.expect(characters);
-    handle.stISetInfoOut.expect(2 * characters);
+    handle.output.stCharCodeOut.reserve(characters);
+    handle.output.stTableInfoOut.expect(characters);
+    handle.output.stISetInfoOut.expect(2 * characters);
     const std::int16_t sEncodeType = handle.settings.sEncodeType;
     Warning warning;
     if (sEncodeType == RUVO_UTF8)

@@ -23,37 +23,20 @@ struct HandleLink {
     HandleLink(HandleSettings&& handleSettings, CharacterTables&& characterTables)
         : settings(std::move(handleSettings)),
           tables(std::move(characterTables)),
-          stCharCodeOut(blockLimits()),
-          stTableInfoOut(blockLimits()),
-          stISetInfoOut(blockLimits()),
+          output({settings.ulOutputBufferBlockSize, settings.ucOutputBufferBlockMax}),
           log{settings.szLogFilePath, settings.ucLogMaxSize, {}, nullptr}
     {
     }
 
     HandleSettings settings;
     CharacterTables tables;
-    CharCodeChain stCharCodeOut;
-    SwitchChain stTableInfoOut;  // of code tables
-    SwitchChain stISetInfoOut;   // of internal character sets
+    OutputChains output;
     LogContext log;
 
     // Working memory of a conversion.
     Composer composer;
     SpacingFormMemory spacingForms{};
     std::vector<std::uint32_t> run;
-
-    void resetOutput()
-    {
-        stCharCodeOut.reset();
-        stTableInfoOut.reset();
-        stISetInfoOut.reset();
-    }
-
-private:
-    BlockLimits blockLimits() const
-    {
-        return {settings.ulOutputBufferBlockSize, settings.ucOutputBufferBlockMax};
-    }
 };
 
 }  // namespace ruvo

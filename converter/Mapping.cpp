@@ -98,7 +98,7 @@ Mapper::DisplayCode Mapper::map(std::uint32_t codePoint)
 short Mapper::append(std::uint32_t codePoint)
 {
     const DisplayCode code = map(codePoint);
-    CharCodeChain& characters = m_handle.stCharCodeOut;
+    CharCodeChain& characters = m_handle.output.stCharCodeOut;
     const auto position = static_cast<std::uint32_t>(characters.bytes().size());
     if (const short status = characters.Lutm_SetDataCharCode(code.ucCode))
         return status;
@@ -107,7 +107,7 @@ short Mapper::append(std::uint32_t codePoint)
     const bool tableSwitch = !code.isICS && code.table != m_settings.ucCurrentTable;
     if (tableSwitch || position == 0) {
         if (const short status =
-                m_handle.stTableInfoOut.Lutm_SetDataCharCmd({position, code.table}))
+                m_handle.output.stTableInfoOut.Lutm_SetDataCharCmd({position, code.table}))
             return status;
         m_settings.ucCurrentTable = code.table;
     }
@@ -115,9 +115,9 @@ short Mapper::append(std::uint32_t codePoint)
         return RUVO_OK;
     // Every character of a set is wrapped: nothing remembers the set in force.
     if (const short status =
-            m_handle.stISetInfoOut.Lutm_SetDataCharCmd({position, code.ucICSParam}))
+            m_handle.output.stISetInfoOut.Lutm_SetDataCharCmd({position, code.ucICSParam}))
         return status;
-    return m_handle.stISetInfoOut.Lutm_SetDataCharCmd(
+    return m_handle.output.stISetInfoOut.Lutm_SetDataCharCmd(
         {position + 1, m_settings.ucICSCommandDefault});
 }
 

@@ -131,4 +131,23 @@ private:
     std::vector<SwitchRecord> m_records;
 };
 
+// The output of a handle.
+struct OutputChains {
+    explicit OutputChains(BlockLimits limits)
+        : stCharCodeOut(limits), stTableInfoOut(limits), stISetInfoOut(limits)
+    {
+    }
+
+    CharCodeChain stCharCodeOut;
+    SwitchChain stTableInfoOut;  // of code tables
+    SwitchChain stISetInfoOut;   // of internal character sets
+
+    void reset()
+    {
+        stCharCodeOut.reset();
+        stTableInfoOut.reset();
+        stISetInfoOut.reset();
+    }
+};
+
 }  // namespace ruvo

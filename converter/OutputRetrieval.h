@@ -1,26 +1,16 @@
-// Reads a handle's output chains as one command stream.
+// The two retrievals of a handle's output: as one command stream, and as its three raw streams.
 #pragma once
 
-#include "Handle.h"
-
-#include <cstddef>
-#include <cstdint>
+#include "OutputChain.h"
 
 namespace ruvo {
 
-// ESC t n and ESC R n.
-inline constexpr std::size_t kSwitchLength = 3;
+// What RuvoGetOutputData gives for an open handle; pulLength is not null.
+short getOutputData(OutputChains& output, unsigned char* pucPrintData, unsigned long* pulLength);
 
-// The length of the merged output, in bytes.
-inline std::size_t mergedLength(const HandleLink& handle)
-{
-    const std::size_t records =
-        handle.stTableInfoOut.records().size() + handle.stISetInfoOut.records().size();
-    return handle.stCharCodeOut.bytes().size() + kSwitchLength * records;
-}
-
-// Writes the merged output, mergedLength bytes: the character codes with ESC t n in front of a
-// character of another table, ESC R n around characters of internal character sets.
-void Lutm_copyOutputData(const HandleLink& handle, std::uint8_t* destination);
+// What RuvoGetRawData gives for an open handle, its arguments in the order characters, tables,
+// sets.
+short getRawData(OutputChains& output, unsigned char* const (&buffers)[3],
+                 unsigned long* const (&lengths)[3]);
 
 }  // namespace ruvo

@@ -13,7 +13,7 @@ public:
     PlainText(Utf8Reader& reader, HandleLink& handle, const PlainTable& table)
         : m_reader(reader),
           m_handle(handle),
-          m_characters(handle.stCharCodeOut),
+          m_characters(handle.output.stCharCodeOut),
           m_table(table),
           m_tableInForce(handle.settings.tableInForce()),
           // A character takes at least one byte of the text, so the output has room for these. A
@@ -26,7 +26,7 @@ public:
 
     void append()
     {
-        if (selectsTable() && m_handle.stTableInfoOut.room() == 0)
+        if (selectsTable() && m_handle.output.stTableInfoOut.room() == 0)
             return;
         const PlainCopier copier(m_at.next, m_end, m_table);
         do
@@ -50,7 +50,7 @@ private:
         if (!anyCopied())
             return;
         if (selectsTable()) {
-            m_handle.stTableInfoOut.Lutm_SetDataCharCmd(
+            m_handle.output.stTableInfoOut.Lutm_SetDataCharCmd(
                 {static_cast<std::uint32_t>(m_characters.bytes().size()), m_tableInForce});
             m_handle.settings.ucCurrentTable = m_tableInForce;
         }
@@ -68,7 +68,7 @@ private:
         const CodePointTable& unicodeTable = m_handle.tables.unicodeTable;
         const UnicodeCharInfo& info = unicodeTable[codePoint];
         if (!info.ucICSFlag || info.combiningMark || (!anyCopied() && selectsTable()) ||
-            m_handle.stISetInfoOut.room() < 2)
+            m_handle.output.stISetInfoOut.room() < 2)
             return false;
         m_reader.advance();
         const std::uint8_t* const next = m_reader.begin();
@@ -80,8 +80,8 @@ private:
         const auto position = static_cast<std::uint32_t>(m_characters.bytes().size());
         const CharMapping mapping = unicodeTable.icsMapping(info);
         m_characters.Lutm_SetDataCharCode(mapping.ucCode);
-        m_handle.stISetInfoOut.Lutm_SetDataCharCmd({position, mapping.ucTableParam});
-        m_handle.stISetInfoOut.Lutm_SetDataCharCmd(
+        m_handle.output.stISetInfoOut.Lutm_SetDataCharCmd({position, mapping.ucTableParam});
+        m_handle.output.stISetInfoOut.Lutm_SetDataCharCmd(
             {position + 1, m_handle.settings.ucICSCommandDefault});
         m_at = {next, m_characters.end()};
         return true;

@@ -7,7 +7,6 @@
 #include "OperationLog.h"
 #include "OutputRetrieval.h"
 
-#include <cstring>
 #include <exception>
 #include <limits>
 #include <string>
@@ -86,55 +85,6 @@ short setEncodeType(HandleSettings& settings, short sEncodeType)
     if (sEncodeType < RUVO_UTF16_BY_MARK || sEncodeType > RUVO_UTF8)
         return RUVO_INVALID_ARGUMENT;
     settings.sEncodeType = sEncodeType;
-    return RUVO_OK;
-}
-
-short getOutputData(HandleLink& handle, unsigned char* pucPrintData, unsigned long* pulLength)
-{
-    if (!pucPrintData && *pulLength != 0)
-        return RUVO_INVALID_ARGUMENT;
-    const unsigned long required = mergedLength(handle);
-    if (required == 0) {
-        *pulLength = 0;
-        return RUVO_OK;
-    }
-    if (required > *pulLength) {
-        *pulLength = required;
-        return RUVO_BUFFER_TOO_SMALL;
-    }
-    *pulLength = required;
-    Lutm_copyOutputData(handle, pucPrintData);
-    handle.resetOutput();
-    return RUVO_OK;
-}
-
-short getRawData(HandleLink& handle, unsigned char* const (&buffers)[3],
-                 unsigned long* const (&lengths)[3])
-{
-    for (int i = 0; i < 3; ++i) {
-        if (!lengths[i])
-            return RUVO_INVALID_ARGUMENT;
-    }
-    const std::span<const std::uint8_t> characters = handle.stCharCodeOut.bytes();
-    unsigned long required[3] = {characters.size(), handle.stTableInfoOut.byteLength(),
-                                 handle.stISetInfoOut.byteLength()};
-    bool fits = true;
-    for (int i = 0; i < 3; ++i) {
-        if (!buffers[i] && *lengths[i] != 0)
-            return RUVO_INVALID_ARGUMENT;
-        fits = fits && required[i] <= *lengths[i];
-    }
-    const bool empty = required[0] == 0 || required[1] == 0;
-    for (int i = 0; i < 3; ++i)
-        *lengths[i] = empty ? 0 : required[i];
-    if (empty)
-        return RUVO_OK;
-    if (!fits)
-        return RUVO_BUFFER_TOO_SMALL;
-    std::memcpy(buffers[0], characters.data(), characters.size());
-    handle.stTableInfoOut.copyTo(buffers[1]);
-    handle.stISetInfoOut.copyTo(buffers[2]);
-    handle.resetOutput();
     return RUVO_OK;
 }
 
@@ -231,7 +181,7 @@ short RuvoGetOutputData(short sHandle, unsigned char* pucPrintData, unsigned lon
         [&](LogDirection direction, LogContext& log, short status) {
             Lutm_RuvoGetOutputData(direction, log, sHandle, printData, status);
         },
-        [&] { return getOutputData(*handle, pucPrintData, pulLength); });
+        [&] { return getOutputData(handle->output, pucPrintData, pulLength); });
 }
 
 short RuvoGetRawData(short sHandle, unsigned char* pucCharCode, unsigned long* pulCharCodeLength,
@@ -253,7 +203,7 @@ short RuvoGetRawData(short sHandle, unsigned char* pucCharCode, unsigned long* p
             Lutm_RuvoGetRawData(direction, log, sHandle, charCode, tableInfo, iSetInfo, status);
         },
         [&] {
-            return getRawData(*handle, {pucCharCode, pucTableInfo, pucISetInfo},
+            return getRawData(handle->output, {pucCharCode, pucTableInfo, pucISetInfo},
                               {pulCharCodeLength, pulTableInfoLength, pulISetInfoLength});
         });
 }
