@@ -34,7 +34,7 @@ memcheck: build
 # .clang-tidy.
 tidy:
 	@test -e build/fuzz/build.ninja || cmake --preset fuzz
-	@ls engine/*.cpp tags/*.cpp converter/*.cpp binding/*.cpp | \
+	@ls engine/*.cpp tags/*.cpp converter/*.cpp converter/*/*.cpp binding/perl/*.cpp | \
 	    xargs -P2 -n4 clang-tidy-14 -p build/fuzz --quiet
 
 # Lines and branches that the tests reach; see docs/coverage.md.

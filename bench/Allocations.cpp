@@ -1,4 +1,4 @@
-#include "Allocations.h"
+#include "bench/Allocations.h"
 
 #include <cstdlib>
 #include <new>

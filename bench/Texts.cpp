@@ -1,4 +1,4 @@
-#include "Texts.h"
+#include "bench/Texts.h"
 
 std::string repeated(const std::string& phrase, std::size_t size)
 {

@@ -1,6 +1,6 @@
 // Measures the library against named references in the same run. See README.md beside this file.
-#include "Allocations.h"
-#include "Texts.h"
+#include "bench/Allocations.h"
+#include "bench/Texts.h"
 
 #include "converter/RuvoConverter.h"
 #include "engine/KestrixDispEngine.h"

@@ -9,7 +9,7 @@ install(TARGETS kestrixdispengine EXPORT KestrixDispEngineTargets
 set(CMAKE_INSTALL_DEFAULT_COMPONENT_NAME program)
 install(TARGETS kestrix-disp)
 install(FILES ${CMAKE_BINARY_DIR}/kestrix-disp.1.gz DESTINATION ${CMAKE_INSTALL_MANDIR}/man1)
-install(FILES tools/completion.bash DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-completion/completions
+install(FILES program/completion.bash DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-completion/completions
   RENAME kestrix-disp)
 install(FILES docs/ovix-display.rnc docs/ovix-display.rng
   DESTINATION ${CMAKE_INSTALL_DATADIR}/kestrix-disp)

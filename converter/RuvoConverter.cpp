@@ -1,11 +1,11 @@
 // The exported functions: check the arguments, call the converter, turn the outcome into a status.
-#include "RuvoConverter.h"
+#include "converter/RuvoConverter.h"
 
-#include "Conversion.h"
-#include "HandleTable.h"
-#include "OpenHandle.h"
-#include "OperationLog.h"
-#include "OutputRetrieval.h"
+#include "converter/text/Conversion.h"
+#include "converter/handle/HandleTable.h"
+#include "converter/handle/OpenHandle.h"
+#include "converter/log/OperationLog.h"
+#include "converter/output/OutputRetrieval.h"
 
 #include <exception>
 #include <limits>

@@ -1,4 +1,4 @@
-#include "DocumentSource.h"
+#include "engine/DocumentSource.h"
 
 #include <iterator>
 #include <utility>

@@ -2,7 +2,7 @@
 #ifndef KESTRIX_ENGINE_DOCUMENT_SOURCE_H
 #define KESTRIX_ENGINE_DOCUMENT_SOURCE_H
 
-#include "MarkupLimits.h"
+#include "engine/MarkupLimits.h"
 
 #include <memory>
 #include <string>

@@ -1,7 +1,7 @@
-#include "DocumentWalk.h"
+#include "engine/DocumentWalk.h"
 
-#include "DocumentSource.h"
-#include "ParserRegistry.h"
+#include "engine/DocumentSource.h"
+#include "engine/ParserRegistry.h"
 
 #include <array>
 #include <cstring>

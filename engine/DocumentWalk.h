@@ -2,7 +2,7 @@
 #ifndef KESTRIX_ENGINE_DOCUMENT_WALK_H
 #define KESTRIX_ENGINE_DOCUMENT_WALK_H
 
-#include "KestrixDispEngine.h"
+#include "engine/KestrixDispEngine.h"
 
 #include <string>
 

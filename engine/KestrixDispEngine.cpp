@@ -1,8 +1,8 @@
-#include "KestrixDispEngine.h"
+#include "engine/KestrixDispEngine.h"
 
-#include "../converter/RuvoConverter.h"
-#include "DocumentWalk.h"
-#include "ParserRegistry.h"
+#include "converter/RuvoConverter.h"
+#include "engine/DocumentWalk.h"
+#include "engine/ParserRegistry.h"
 
 #include <algorithm>
 #include <climits>

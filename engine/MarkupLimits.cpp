@@ -4,7 +4,7 @@
 // than 20 KB. So nearly all tags are passed over by looking for the next "<"; only those with none
 // for 20 KB are looked through. Where a document is not well-formed, the reader stops before
 // anything that could be mistaken here.
-#include "MarkupLimits.h"
+#include "engine/MarkupLimits.h"
 
 #include <algorithm>
 #include <cstring>

@@ -1,10 +1,10 @@
-#include "ParserRegistry.h"
+#include "engine/ParserRegistry.h"
 
-#include "../tags/CursorTagParser.h"
-#include "../tags/DeviceControlTagParsers.h"
-#include "../tags/MarqueeTagParser.h"
-#include "../tags/TextTagParser.h"
-#include "../tags/WindowTagParser.h"
+#include "tags/CursorTagParser.h"
+#include "tags/DeviceControlTagParsers.h"
+#include "tags/MarqueeTagParser.h"
+#include "tags/TextTagParser.h"
+#include "tags/WindowTagParser.h"
 
 #include <algorithm>
 #include <cstring>

@@ -6,7 +6,7 @@
 #ifndef KESTRIX_ENGINE_PARSER_REGISTRY_H
 #define KESTRIX_ENGINE_PARSER_REGISTRY_H
 
-#include "KestrixDispEngine.h"
+#include "engine/KestrixDispEngine.h"
 
 // Fills funcMapBegin and funcMapEnd with new parsers. On std::bad_alloc the maps hold those made so
 // far.

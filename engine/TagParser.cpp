@@ -1,6 +1,6 @@
-#include "TagParser.h"
+#include "engine/TagParser.h"
 
-#include "KestrixDispEngine.h"
+#include "engine/KestrixDispEngine.h"
 
 #include <algorithm>
 #include <cstdlib>

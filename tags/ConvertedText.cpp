@@ -1,7 +1,7 @@
-#include "ConvertedText.h"
+#include "tags/ConvertedText.h"
 
-#include "../converter/RuvoConverter.h"
-#include "../engine/KestrixDispEngine.h"
+#include "converter/RuvoConverter.h"
+#include "engine/KestrixDispEngine.h"
 
 #include <algorithm>
 #include <cstring>

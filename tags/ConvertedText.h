@@ -2,7 +2,7 @@
 #ifndef KESTRIX_TAGS_CONVERTED_TEXT_H
 #define KESTRIX_TAGS_CONVERTED_TEXT_H
 
-#include "../engine/TagParser.h"
+#include "engine/TagParser.h"
 
 #include <cstddef>
 

@@ -1,4 +1,4 @@
-#include "CursorTagParser.h"
+#include "tags/CursorTagParser.h"
 
 #include <iterator>
 

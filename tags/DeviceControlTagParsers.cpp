@@ -1,4 +1,4 @@
-#include "DeviceControlTagParsers.h"
+#include "tags/DeviceControlTagParsers.h"
 
 #include <algorithm>
 #include <cstring>

@@ -1,6 +1,6 @@
-#include "MarqueeTagParser.h"
+#include "tags/MarqueeTagParser.h"
 
-#include "ConvertedText.h"
+#include "tags/ConvertedText.h"
 
 namespace {
 

@@ -1,6 +1,6 @@
-#include "TextTagParser.h"
+#include "tags/TextTagParser.h"
 
-#include "ConvertedText.h"
+#include "tags/ConvertedText.h"
 
 #include <iterator>
 

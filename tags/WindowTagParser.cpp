@@ -1,4 +1,4 @@
-#include "WindowTagParser.h"
+#include "tags/WindowTagParser.h"
 
 #include <iterator>
 

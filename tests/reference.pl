@@ -48,13 +48,13 @@ same('functions', [quoted(map { $_->[0] } rows('function'))], [$converter =~ /^R
 
 my %number = $converter =~ /(RUVO_\w+) = (-?\d+)/g;
 my @texts;
-my $texts = text('tools/StatusText.h');
+my $texts = text('program/text/StatusText.h');
 while ($texts =~ /\{(RUVO_\w+), "((?:\\.|[^"\\])*)"\}/g) {
     push @texts, "$number{$1} " . $2 =~ s/\\//gr;
 }
 same('status codes', [map { "@$_" =~ s/^ +| +$|;.*//gr =~ s/ +/ /gr } rows('status')], \@texts);
 
-my ($pod) = text('binding/KestrixDispEngine.pm') =~ /^__END__(.*)/ms;
+my ($pod) = text('binding/perl/KestrixDispEngine.pm') =~ /^__END__(.*)/ms;
 same('status codes, as in the manual of the Perl module,',
     [map { /-\d+/g } $pod =~ /^    (-\d+(?:, -\d+)*) {3}/mg], [grep { $_ < 0 } values %number]);
 

@@ -2,7 +2,7 @@
 
 #include "../unit/ProfileFixture.h"
 #include "FuzzTarget.h"
-#include "converter/SettingsFiles.h"
+#include "converter/profile/SettingsFiles.h"
 
 #include <filesystem>
 

@@ -12,7 +12,7 @@ names() { tr -d '\\' <"$1" | grep -o -e '--[a-z]\{1,\}' -e '[a-z]\{1,\}' | LC_AL
 
 commands=$("$program" --help | sed -n '/^Subcommands:/,$s/^  \([a-z]\{1,\}\) .*/\1/p')
 [ "$(echo "$commands" | wc -l)" -ge 5 ] || fail "only these commands are in the program's help: $commands"
-for file in docs/kestrix-disp.1 tools/completion.bash; do
+for file in docs/kestrix-disp.1 program/completion.bash; do
     names=$(names "$root/$file")
     for command in $commands; do
         for name in $command $("$program" "$command" --help | grep -o '^  \(-[a-z],\)\{0,1\}--[a-z]\{1,\}' | grep -o -e '--[a-z]*'); do

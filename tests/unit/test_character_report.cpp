@@ -1,7 +1,7 @@
 // How characters go out, with the default profile.
 #include "converter/RuvoConverter.h"
-#include "tools/CharacterReport.h"
-#include "tools/Rendering.h"
+#include "program/profile/CharacterReport.h"
+#include "program/stream/Rendering.h"
 
 #include <gtest/gtest.h>
 

@@ -1,14 +1,14 @@
 // Command streams: explained, and carried out on the virtual display.
 #include "Bytes.h"
 #include "CaseFile.h"
-#include "tools/Explanation.h"
-#include "tools/HexText.h"
-#include "tools/PngDrawing.h"
-#include "tools/Rendering.h"
-#include "tools/StreamInput.h"
-#include "tools/SvgDrawing.h"
-#include "tools/TerminalDrawing.h"
-#include "tools/VirtualDisplay.h"
+#include "program/stream/Explanation.h"
+#include "program/text/HexText.h"
+#include "program/display/PngDrawing.h"
+#include "program/stream/Rendering.h"
+#include "program/commands/StreamInput.h"
+#include "program/display/SvgDrawing.h"
+#include "program/display/TerminalDrawing.h"
+#include "program/display/VirtualDisplay.h"
 
 #include <gtest/gtest.h>
 #include <libxml/parser.h>

@@ -3,7 +3,7 @@
 #include "AllocationFailure.h"
 #include "Bytes.h"
 #include "ProfileFixture.h"
-#include "converter/HandleTable.h"
+#include "converter/handle/HandleTable.h"
 #include "converter/RuvoConverter.h"
 
 #include <algorithm>

@@ -5,7 +5,7 @@
 #include "ProfileFixture.h"
 #include "ProfileText.h"
 #include "converter/RuvoConverter.h"
-#include "tools/ProfileCheck.h"
+#include "program/check/ProfileCheck.h"
 
 #include <algorithm>
 #include <random>

@@ -4,11 +4,11 @@
 #include "CaseFile.h"
 #include "ProfileFixture.h"
 #include "ProfileText.h"
-#include "converter/CharacterTables.h"
+#include "converter/tables/CharacterTables.h"
 #include "converter/RuvoConverter.h"
-#include "converter/SettingsFiles.h"
-#include "converter/TableFiles.h"
-#include "tools/ProfileCheck.h"
+#include "converter/profile/SettingsFiles.h"
+#include "converter/profile/TableFiles.h"
+#include "program/check/ProfileCheck.h"
 
 #include <algorithm>
 #include <filesystem>

@@ -1,0 +1,16 @@
+// The two retrievals of a handle's output: as one command stream, and as its three raw streams.
+#pragma once
+
+#include "converter/output/OutputChain.h"
+
+namespace ruvo {
+
+// What RuvoGetOutputData gives for an open handle; pulLength is not null.
+short getOutputData(OutputChains& output, unsigned char* pucPrintData, unsigned long* pulLength);
+
+// What RuvoGetRawData gives for an open handle, its arguments in the order characters, tables,
+// sets.
+short getRawData(OutputChains& output, unsigned char* const (&buffers)[3],
+                 unsigned long* const (&lengths)[3]);
+
+}  // namespace ruvo

@@ -1,0 +1,88 @@
+#include "converter/profile/CharacterFiles.h"
+
+#include "converter/profile/ProfileFile.h"
+#include "converter/RuvoConverter.h"
+#include "converter/profile/TableFiles.h"
+#include "converter/profile/UnicodeData.h"
+
+#include <vector>
+
+namespace ruvo {
+
+namespace {
+
+// The status of a sequence of readings: that of the first fault.
+class FirstStatus {
+public:
+    explicit FirstStatus(const ProfileListener* listener) : m_goesOnAlways(listener != nullptr) {}
+
+    // Takes the status of the next reading. False when no more is to be read.
+    bool take(short status)
+    {
+        if (m_status == RUVO_OK)
+            m_status = status;
+        return m_status == RUVO_OK || m_goesOnAlways;
+    }
+
+    short status() const { return m_status; }
+
+private:
+    bool m_goesOnAlways;
+    short m_status = RUVO_OK;
+};
+
+// Reads `count` files of a kind into one list, sorted by code point. readFile reads the one with an
+// index into the list. False when no more is to be read.
+template <class ReadFile>
+bool readFiles(std::int16_t count, std::vector<MapEntry>& list, FirstStatus& status,
+               ReadFile readFile)
+{
+    const auto files = static_cast<std::size_t>(count);
+    list.reserve(files * kMaxFileEntries);
+    for (std::size_t i = 0; i < files; ++i) {
+        if (!status.take(readFile(i)))
+            return false;
+    }
+    Lutm_UnicodeQuickSort(list);
+    return true;
+}
+
+bool readTables(ProfileFile& file, const HandleSettings& settings, const DeviceInfo& deviceInfo,
+                std::vector<MapEntry>& list, FirstStatus& status)
+{
+    return readFiles(settings.sMappingTableNumber, list, status, [&](std::size_t i) {
+        const TableEntry& table = deviceInfo.astTable[i];
+        return readTableFile(file, settings.szDeviceInfoPath + table.szTableFileName,
+                             TableFileKind::translation, table.ucTableCommandParam, list);
+    });
+}
+
+bool readSets(ProfileFile& file, const HandleSettings& settings, const DeviceInfo& deviceInfo,
+              std::vector<MapEntry>& list, FirstStatus& status)
+{
+    return readFiles(deviceInfo.sInternalCharacterSetNumber, list, status, [&](std::size_t i) {
+        const ICSEntry& set = deviceInfo.astICS[i];
+        return readTableFile(file, settings.szDeviceInfoPath + set.szICSFileName,
+                             TableFileKind::internalSet, set.ucICSCommandParam, list);
+    });
+}
+
+}  // namespace
+
+short readCharacterFiles(const HandleSettings& settings, const DeviceInfo& deviceInfo,
+                         CharacterTables& tables, ProfileListener* listener)
+{
+    ProfileFile file(listener);
+    FirstStatus status(listener);
+    std::vector<MapEntry> tableList;
+    std::vector<MapEntry> icsList;
+    if (!readTables(file, settings, deviceInfo, tableList, status) ||
+        !readSets(file, settings, deviceInfo, icsList, status))
+        return status.status();
+    if (listener)  // which hears of a file that cannot be opened
+        file.open(unicodeDataPath(settings), RUVO_UNICODE_DATA_MISSING, RUVO_OK);
+    status.take(Lutm_createTranslationTable(file.reader(), tableList, icsList, settings, tables));
+    return status.status();
+}
+
+}  // namespace ruvo

@@ -1,0 +1,25 @@
+// Reads UnicodeData.txt, the Unicode Character Database's main file (format: Unicode Standard
+// Annex #44), into the character tables.
+#pragma once
+
+#include "converter/tables/CharacterTables.h"
+#include "converter/profile/HandleSettings.h"
+#include "converter/profile/TableFiles.h"
+
+#include <span>
+#include <string>
+
+namespace ruvo {
+
+inline std::string unicodeDataPath(const HandleSettings& settings)
+{
+    return settings.szDeviceInfoPath + "UnicodeData.txt";
+}
+
+// Fills the tables from UnicodeData.txt and the two sorted lists. Returns 0,
+// -30 or -320.
+short Lutm_createTranslationTable(LineReader& reader, std::span<const MapEntry> tableList,
+                                  std::span<const MapEntry> icsList, const HandleSettings& settings,
+                                  CharacterTables& tables);
+
+}  // namespace ruvo

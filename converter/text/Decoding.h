@@ -1,0 +1,123 @@
+// Input bytes to code points.
+#pragma once
+
+#include "converter/tables/CharacterTables.h"
+#include "converter/RuvoConverter.h"
+
+#include <cstddef>
+#include <cstdint>
+
+namespace ruvo {
+
+// What stands for input that cannot be decoded. U+FFFF is a code point, this is none.
+inline constexpr std::uint32_t kInvalidMarker = 0xFFFFFFFF;
+
+// The first warning of a call is the one that the caller gets.
+class Warning {
+public:
+    void record(short status)
+    {
+        if (m_status == RUVO_OK)
+            m_status = status;
+    }
+    short status() const { return m_status; }
+
+private:
+    short m_status = RUVO_OK;
+};
+
+// Longest texts that are converted, in bytes.
+inline constexpr std::size_t kMaxUtf16Length = 0x400000;
+inline constexpr std::size_t kMaxUtf8Length = 0x800000;
+
+// A reader gives the text's code points one by one, and kInvalidMarker where there is none: peek
+// gives the next one, false at the end of the text; advance goes on behind it.
+
+// Longer texts are cut, with warning -500. Malformed text gives -420. Overlong forms and encoded
+// surrogates are taken as they decode.
+class Utf8Reader {
+public:
+    Utf8Reader(const std::uint8_t* text, std::size_t length, Warning& warning);
+
+    bool peek(std::uint32_t& codePoint)
+    {
+        if (m_next == m_end)
+            return false;
+        codePoint = decode();
+        if (codePoint == kInvalidMarker)
+            m_warning.record(RUVO_MALFORMED_UTF8);
+        return true;
+    }
+    void advance() { m_next += m_size; }
+
+    // The bytes that are still to be read, for those who read them in blocks.
+    const std::uint8_t* begin() const { return m_next; }
+    const std::uint8_t* end() const { return m_end; }
+    void skipTo(const std::uint8_t* next) { m_next = next; }
+
+private:
+    std::uint32_t decode();
+
+    const std::uint8_t* m_next;
+    const std::uint8_t* m_end;
+    std::size_t m_size = 0;  // of the character at m_next, in bytes
+    Warning& m_warning;
+};
+
+// sEncodeType is RUVO_UTF16_BY_MARK, _BIG_ENDIAN or _LITTLE_ENDIAN. Little-endian units are
+// exchanged in the text, all of them at once. Longer texts are cut, with warning -500; odd lengths
+// give -400, unpaired surrogates -410.
+class Utf16Reader {
+public:
+    Utf16Reader(std::uint8_t* text, std::size_t length, std::int16_t sEncodeType, Warning& warning);
+
+    bool peek(std::uint32_t& codePoint);
+    void advance() { --m_pending; }
+
+private:
+    enum class State { idle, high, low };
+
+    void readUnit();
+
+    const std::uint8_t* m_next;
+    const std::uint8_t* m_end;  // behind the last whole unit
+    bool m_loneByte;            // one more character stands for it
+    State m_state = State::idle;
+    std::uint32_t m_highSurrogate = 0;
+    // Characters that have been read and not given: invalid ones first, then m_codePoint.
+    int m_pending = 0;
+    std::uint32_t m_codePoint = 0;
+    Warning& m_warning;
+};
+
+inline std::uint32_t Utf8Reader::decode()
+{
+    const std::uint8_t* const text = m_next;
+    const auto available = static_cast<std::size_t>(m_end - m_next);
+    const auto continuation = [&](std::size_t i) {
+        return i < available && (text[i] & 0xC0) == 0x80;
+    };
+    const auto bits = [&](std::size_t i, int shift) {
+        return static_cast<std::uint32_t>(text[i] & 0x3F) << shift;
+    };
+    const std::uint32_t lead = text[0];
+    m_size = 1;
+    if (lead < 0x80)
+        return lead;
+    if ((lead & 0xE0) == 0xC0 && continuation(1)) {
+        m_size = 2;
+        return (lead & 0x1F) << 6 | bits(1, 0);
+    }
+    if ((lead & 0xF0) == 0xE0 && continuation(1) && continuation(2)) {
+        m_size = 3;
+        return (lead & 0x0F) << 12 | bits(1, 6) | bits(2, 0);
+    }
+    if ((lead & 0xF8) == 0xF0 && continuation(1) && continuation(2) && continuation(3)) {
+        m_size = 4;
+        const std::uint32_t codePoint = (lead & 0x07) << 18 | bits(1, 12) | bits(2, 6) | bits(3, 0);
+        return codePoint <= kMaxCodePoint ? codePoint : kInvalidMarker;
+    }
+    return kInvalidMarker;
+}
+
+}  // namespace ruvo

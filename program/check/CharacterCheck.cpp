@@ -1,0 +1,245 @@
+#include "program/check/CharacterCheck.h"
+
+#include "program/text/CharacterText.h"
+#include "program/stream/DisplayCommands.h"
+#include "converter/profile/ProfileFile.h"
+#include "converter/RuvoConverter.h"
+#include "converter/profile/UnicodeData.h"
+
+#include <algorithm>
+#include <charconv>
+#include <cstdio>
+#include <string>
+#include <string_view>
+#include <utility>
+#include <vector>
+
+namespace {
+
+using ruvo::TableFileKind;
+
+std::string byteName(std::uint8_t byte)
+{
+    char text[8];
+    std::snprintf(text, sizeof text, "0x%02X", static_cast<unsigned>(byte));
+    return text;
+}
+
+// One warning a file for all its entries with the same flaw, at the first of them.
+class EntryWarnings {
+public:
+    void add(const ruvo::ProfilePlace& place, const std::string& words)
+    {
+        Group& group = m_groups[place.path];
+        if (group.lines.empty())
+            group.words = words;
+        group.lines.insert(place.line);
+    }
+
+    void tell(FindingList& list, Finding::Kind kind = Finding::Kind::warning) const
+    {
+        for (const auto& [path, group] : m_groups) {
+            const std::size_t count = group.lines.size();
+            const std::string more =
+                count == 1 ? "" : " (so for " + std::to_string(count) + " lines of this file)";
+            list.add(kind, {path, *group.lines.begin()}, group.words + more);
+        }
+    }
+
+private:
+    struct Group {
+        std::set<std::size_t> lines;
+        std::string words;  // of the first one
+    };
+
+    std::map<std::string, Group> m_groups;
+};
+
+}  // namespace
+
+CharacterCheck::CharacterCheck(const ruvo::HandleSettings& settings,
+                               const ruvo::CharacterTables& tables, FindingList& list)
+    : m_settings(settings), m_tables(tables), m_list(list)
+{
+    for (const TableFileKind kind : {TableFileKind::translation, TableFileKind::internalSet}) {
+        for (const PlacedEntry& placed : m_list.entries(kind)) {
+            const std::uint32_t codePoint = placed.entry.ulCodePoint;
+            if (codePoint != ruvo::kNoCharacter && m_tables.unicodeTable[codePoint].listed)
+                m_shown.insert(codePoint);
+        }
+    }
+}
+
+void CharacterCheck::checkEntries()
+{
+    checkTables();
+    checkSets();
+    checkBytes(TableFileKind::translation);
+    checkBytes(TableFileKind::internalSet);
+}
+
+void CharacterCheck::checkTables()
+{
+    EntryWarnings unlisted;
+    EntryWarnings unused;
+    for (const PlacedEntry& placed : m_list.entries(TableFileKind::translation)) {
+        const ruvo::MapEntry& entry = placed.entry;
+        if (entry.ulCodePoint == ruvo::kNoCharacter)
+            continue;
+        const ruvo::UnicodeCharInfo& info = m_tables.unicodeTable[entry.ulCodePoint];
+        if (!info.listed) {
+            unlisted.add(placed.place, codePointText(entry.ulCodePoint) +
+                                           " has no line in UnicodeData.txt, so it is never shown");
+            continue;
+        }
+        const auto mappings = m_tables.unicodeTable.mappings(info);
+        const auto isThis = [&](const ruvo::CharMapping& mapping) {
+            return mapping.ucCode == entry.ucCode && mapping.ucTableParam == entry.ucParam;
+        };
+        if (!info.ucICSFlag && std::ranges::none_of(mappings, isThis)) {
+            const bool cut =
+                mappings.size() == static_cast<std::size_t>(m_settings.sMappingTableNumber);
+            unused.add(placed.place, codePointText(entry.ulCodePoint) +
+                                         " is never shown with the byte " + byteName(entry.ucCode) +
+                                         (cut ? ": more bytes have it than there are tables"
+                                              : ": its line in UnicodeData.txt is out of order"));
+        }
+    }
+    unlisted.tell(m_list);
+    unused.tell(m_list);
+}
+
+void CharacterCheck::checkSets()
+{
+    std::map<std::uint32_t, const PlacedEntry*> ofTables;
+    for (const PlacedEntry& placed : m_list.entries(TableFileKind::translation))
+        ofTables.emplace(placed.entry.ulCodePoint, &placed);
+
+    EntryWarnings unlisted;
+    EntryWarnings unused;
+    EntryWarnings shadowing;
+    for (const PlacedEntry& placed : m_list.entries(TableFileKind::internalSet)) {
+        const ruvo::MapEntry& entry = placed.entry;
+        const std::string name = codePointText(entry.ulCodePoint);
+        const ruvo::UnicodeCharInfo& info = m_tables.unicodeTable[entry.ulCodePoint];
+        if (!info.listed) {
+            unlisted.add(placed.place,
+                         name + " has no line in UnicodeData.txt, so it is never shown");
+            continue;
+        }
+        const ruvo::CharMapping inForce = m_tables.unicodeTable.icsMapping(info);
+        const auto table = ofTables.find(entry.ulCodePoint);
+        if (inForce.ucCode != entry.ucCode || inForce.ucTableParam != entry.ucParam)
+            unused.add(placed.place, name + " is never shown with the byte " +
+                                         byteName(entry.ucCode) +
+                                         " of this set: the sets have it twice");
+        else if (table != ofTables.end())
+            shadowing.add(placed.place, name + " is always taken from this set, although " +
+                                            shownPath(table->second->place.path) + " has it too");
+    }
+    unlisted.tell(m_list);
+    unused.tell(m_list);
+    shadowing.tell(m_list);
+}
+
+void CharacterCheck::checkBytes(TableFileKind kind)
+{
+    constexpr std::uint32_t firstC1 = 0x80;  // the second block of control characters
+    constexpr std::uint32_t lastC1 = 0x9F;
+    EntryWarnings commands;
+    EntryWarnings exchanged;
+    EntryWarnings twice;
+    std::map<std::pair<std::string, std::uint8_t>, const PlacedEntry*> ofBytes;
+    for (const PlacedEntry& placed : m_list.entries(kind)) {
+        const ruvo::MapEntry& entry = placed.entry;
+        if (entry.ulCodePoint == ruvo::kNoCharacter)
+            continue;
+        const std::string name = codePointText(entry.ulCodePoint);
+        const std::string byte = byteName(entry.ucCode);
+        if (!isText(entry.ucCode))
+            commands.add(placed.place,
+                         name + " has the byte " + byte +
+                             ", a control code of the display: a text could send commands");
+        if (entry.ulCodePoint >= firstC1 && entry.ulCodePoint <= lastC1 &&
+            entry.ulCodePoint != entry.ucCode)
+            exchanged.add(placed.place,
+                          name + " is a control character; in a line the byte comes first");
+        const PlacedEntry& first =
+            *ofBytes.emplace(std::pair(placed.place.path, entry.ucCode), &placed).first->second;
+        if (first.entry.ulCodePoint != entry.ulCodePoint)
+            twice.add(placed.place, name + " has the byte " + byte + ", which line " +
+                                        std::to_string(first.place.line) + " has for " +
+                                        codePointText(first.entry.ulCodePoint));
+    }
+    commands.tell(m_list);
+    exchanged.tell(m_list);
+    twice.tell(m_list, Finding::Kind::note);  // so that look-alikes share a byte, perhaps
+}
+
+// Rows whose character is shown, or composes on to one that is, are in order. Of the others those
+// count that a text can lead to: a base alone, or with marks behind it.
+void CharacterCheck::checkDecompositions(const DatabaseLines& lines)
+{
+    const ruvo::DecompositionTable& decompositions = m_tables.decompTable;
+    std::multimap<std::uint32_t, std::uint32_t> basesOf;
+    for (const ruvo::DecompEntry& row : decompositions.rows())
+        basesOf.emplace(row.composed, row.firstComponent);
+    std::set<std::uint32_t> useful = m_shown;
+    std::vector<std::uint32_t> unfollowed(m_shown.begin(), m_shown.end());
+    while (!unfollowed.empty()) {
+        const auto [first, last] = basesOf.equal_range(unfollowed.back());
+        unfollowed.pop_back();
+        for (auto row = first; row != last; ++row) {
+            if (useful.insert(row->second).second)
+                unfollowed.push_back(row->second);
+        }
+    }
+
+    EntryWarnings astray;
+    for (const ruvo::DecompEntry& row : decompositions.rows()) {
+        const std::uint32_t second = decompositions.component(row, 1);
+        const bool composes =
+            row.componentCount == 1 || (row.componentCount > 1 && second <= ruvo::kMaxCodePoint &&
+                                        m_tables.unicodeTable[second].combiningMark);
+        const auto line = lines.find(row.composed);
+        if (composes && !useful.contains(row.composed) && line != lines.end())
+            astray.add({ruvo::unicodeDataPath(m_settings), line->second},
+                       codePointText(row.composed) +
+                           " has a decomposition, but no table or set has the character: letters "
+                           "and marks that lead to it are missing or not composed");
+    }
+    astray.tell(m_list);
+}
+
+bool checkDatabase(const ruvo::HandleSettings& settings, FindingList& list, DatabaseLines& lines)
+{
+    constexpr char noComment = '\n';
+    ruvo::ProfileFile file(&list);
+    if (file.open(ruvo::unicodeDataPath(settings), RUVO_UNICODE_DATA_MISSING, RUVO_OK) != RUVO_OK)
+        return false;
+    std::uint32_t last = 0;
+    std::string_view line;
+    while (file.next(noComment, line)) {
+        const std::string_view field = line.substr(0, line.find_first_of(";\r\n"));
+        std::uint32_t codePoint = 0;
+        const auto [end, error] =
+            std::from_chars(field.data(), field.data() + field.size(), codePoint, 16);
+        if (end != field.data() + field.size() || field.empty() ||
+            codePoint > ruvo::kMaxCodePoint) {
+            file.remark([&] {
+                return ruvo::quoted(field) + " in front of the first \";\" is no code point from 0 "
+                                             "to 10FFFF; there are no comments in this file";
+            });
+            continue;
+        }
+        if (codePoint < last) {
+            file.remark([&] {
+                return codePointText(codePoint) + " stands behind " + codePointText(last) +
+                       ": characters of tables are found in ascending order only";
+            });
+        }
+        last = std::max(last, codePoint);
+        lines[codePoint] = file.lineNumber();
+    }
+    return true;
+}

@@ -1,0 +1,105 @@
+#include "program/check/FindingList.h"
+
+#include <algorithm>
+#include <filesystem>
+#include <utility>
+
+namespace {
+
+// Findings of one kind in one file that are kept; the others are counted. A table has no more than
+// 256 lines that could be at fault, but a file of another kind in its place has any number.
+constexpr std::size_t kMaxFindings = 300;
+
+}  // namespace
+
+std::string shownPath(const std::string& path)
+{
+    return std::filesystem::path(path).lexically_normal().string();
+}
+
+void FindingList::fault(const ruvo::ProfilePlace& place, const std::string& rule, short status)
+{
+    add(Finding::Kind::error, place, rule, status);
+}
+
+void FindingList::noLines(const std::string& path, const std::string& words, short status)
+{
+    const Finding::Kind kind = status == 0 ? Finding::Kind::warning : Finding::Kind::error;
+    const auto named = m_namedAt.find(path);
+    if (named == m_namedAt.end()) {
+        add(kind, {path, 0}, words, status);
+        return;
+    }
+    std::deque<ruvo::ProfilePlace>& places = named->second;
+    add(kind, places.front(), '"' + shownPath(path) + "\" " + words, status);
+    if (places.size() > 1)
+        places.pop_front();
+}
+
+void FindingList::remark(const ruvo::ProfilePlace& place, const std::string& words)
+{
+    add(Finding::Kind::warning, place, words);
+}
+
+void FindingList::valueRead(const ruvo::ProfilePlace& place, std::string_view key,
+                            std::size_t index)
+{
+    m_values[{std::string(key), index}] = place;
+}
+
+void FindingList::entryRead(const ruvo::ProfilePlace& place, ruvo::TableFileKind kind,
+                            const ruvo::MapEntry& entry)
+{
+    std::vector<PlacedEntry>& entries =
+        kind == ruvo::TableFileKind::translation ? m_tableEntries : m_setEntries;
+    entries.push_back({place, entry});
+}
+
+void FindingList::excuse()
+{
+    for (Finding& finding : m_findings) {
+        if (finding.kind == Finding::Kind::error) {
+            finding = {Finding::Kind::warning, finding.place,
+                       finding.words + "; a later section makes up for it", 0};
+        }
+    }
+}
+
+const ruvo::ProfilePlace& FindingList::placeOf(std::string_view key, std::size_t index) const
+{
+    static const ruvo::ProfilePlace nowhere{"", 0};
+    const auto value = m_values.find({std::string(key), index});
+    return value == m_values.end() ? nowhere : value->second;
+}
+
+std::vector<Finding> FindingList::take()
+{
+    for (const auto& [key, count] : m_counts) {
+        const auto& [path, kind] = key;
+        if (count.findings > kMaxFindings)
+            add(Finding::Kind::note, {path, count.lastLine},
+                "and " + std::to_string(count.findings - kMaxFindings) +
+                    (kind == Finding::Kind::error ? " more errors" : " more warnings") +
+                    " up to this line");
+    }
+    std::ranges::stable_sort(m_findings, {}, [&](const Finding& finding) {
+        return std::pair(m_files[finding.place.path], finding.place.line);
+    });
+    return std::move(m_findings);
+}
+
+void FindingList::add(Finding::Kind kind, const ruvo::ProfilePlace& place, const std::string& words,
+                      short status)
+{
+    m_files.emplace(place.path, m_files.size());
+    Count& count = m_counts[{place.path, kind}];
+    // A file that serves several tables is read again.
+    const bool told = count.findings < kMaxFindings
+                          ? !m_kept.emplace(place.path, place.line, words).second
+                          : place.line <= count.lastLine;
+    if (told)
+        return;
+    count.lastLine = std::max(count.lastLine, place.line);
+    if (++count.findings <= kMaxFindings)
+        m_findings.push_back({kind, place, words, status});
+}

@@ -1,0 +1,228 @@
+#include "program/check/ProfileCheck.h"
+
+#include "program/check/CharacterCheck.h"
+#include "program/text/CharacterText.h"
+#include "program/check/FindingList.h"
+#include "converter/profile/CharacterFiles.h"
+#include "converter/profile/ProfileFile.h"
+#include "converter/RuvoConverter.h"
+#include "converter/profile/SettingsFiles.h"
+#include "converter/profile/UnicodeData.h"
+
+#include <algorithm>
+#include <filesystem>
+#include <map>
+#include <memory>
+#include <system_error>
+#include <utility>
+
+namespace {
+
+namespace fs = std::filesystem;
+
+class Checker {
+public:
+    Checker(const std::string& directory, std::string device)
+        : m_directory(directory + "/"), m_device(std::move(device))
+    {
+    }
+
+    CheckedProfile check();
+
+private:
+    void take(short status);
+    void findDeviceInfo();
+    void checkSettings();
+    void checkDeviceInfo();
+    template <class Value>
+    void tellEqualTables(const std::string& key, Value ruvo::TableEntry::*value,
+                         const std::string& what, Finding::Kind kind,
+                         const std::string& consequence);
+    void keepNamedFiles();
+    void nameFiles();
+    void checkCharacterFiles(bool deviceIsValid);
+
+    std::string m_directory;  // with "/" at its end
+    std::string m_device;
+    std::string m_hostDirectory;  // where relative paths start: m_directory, or empty
+    FindingList m_list;
+    ruvo::HandleSettings m_settings;
+    ruvo::DeviceInfo m_deviceInfo;
+    ruvo::CharacterTables m_tables;
+    CheckedProfile m_result;
+};
+
+CheckedProfile Checker::check()
+{
+    take(ruvo::readSettingsFile(m_directory, m_settings, &m_list));
+    if (m_result.status == RUVO_OK)
+        m_list.excuse();
+    if (m_settings.szDeviceInfoPath.empty()) {
+        if (m_result.status == RUVO_SETTINGS_INVALID)
+            m_list.add(Finding::Kind::note, {m_directory + "HalvoSet.txt", 0},
+                       "without \"DeviceInfoPath\" the other files are not checked");
+        m_result.findings = m_list.take();
+        return m_result;
+    }
+    findDeviceInfo();
+    m_list.nameFile(m_settings.szDeviceInfoPath + m_device, m_list.placeOf("DeviceInfoPath"));
+    m_list.nameFile(ruvo::unicodeDataPath(m_settings), m_list.placeOf("DeviceInfoPath"));
+    checkSettings();
+
+    const short deviceStatus =
+        ruvo::readDeviceInfoFile(m_device, m_settings, m_deviceInfo, &m_list);
+    take(deviceStatus);
+    nameFiles();
+    if (deviceStatus == RUVO_OK)
+        checkDeviceInfo();
+    else if (deviceStatus == RUVO_DEVICE_INFO_INVALID)
+        keepNamedFiles();
+    if (deviceStatus == RUVO_OK || deviceStatus == RUVO_DEVICE_INFO_INVALID)
+        checkCharacterFiles(deviceStatus == RUVO_OK);
+    m_result.findings = m_list.take();
+    return m_result;
+}
+
+// What the characters mean to each other is known with a valid device information only.
+void Checker::checkCharacterFiles(bool deviceIsValid)
+{
+    // Room for all decompositions, to count them.
+    const std::uint32_t announced = m_settings.ulDecompositionClassNumber;
+    m_settings.ulDecompositionClassNumber = ruvo::kMaxCodePoint + 1;
+    take(ruvo::readCharacterFiles(m_settings, m_deviceInfo, m_tables, &m_list));
+    DatabaseLines lines;
+    if (!checkDatabase(m_settings, m_list, lines) || !deviceIsValid)
+        return;
+    const std::size_t rows = m_tables.decompTable.size();
+    if (rows > announced)
+        m_list.remark(m_list.placeOf("DecompositionClassNumber"),
+                      "\"DecompositionClassNumber\" is " + std::to_string(announced) +
+                          ", but UnicodeData.txt has " + std::to_string(rows) +
+                          " decompositions: the last ones are not used");
+    m_result.tables = static_cast<std::size_t>(m_settings.sMappingTableNumber);
+    m_result.sets = static_cast<std::size_t>(m_deviceInfo.sInternalCharacterSetNumber);
+    CharacterCheck check(m_settings, m_tables, m_list);
+    check.checkEntries();
+    if (m_result.status == RUVO_OK)  // a file at fault may have the characters
+        check.checkDecompositions(lines);
+    m_result.characters = check.shownCharacters();
+}
+
+// The first fault decides the open.
+void Checker::take(short status)
+{
+    if (m_result.status == RUVO_OK)
+        m_result.status = status;
+}
+
+void Checker::findDeviceInfo()
+{
+    std::string& path = m_settings.szDeviceInfoPath;
+    std::error_code ignored;
+    if (path.starts_with('/') || fs::equivalent(m_directory, ".", ignored))
+        return;
+    const bool inCurrent = fs::exists(path + m_device, ignored);
+    if (!inCurrent) {
+        m_hostDirectory = m_directory;
+        path.insert(0, m_directory);
+    }
+    m_list.add(Finding::Kind::note, m_list.placeOf("DeviceInfoPath"),
+               std::string("\"DeviceInfoPath\" is relative: read as for a host that runs in ") +
+                   (inCurrent ? "the current directory" : "the profile's directory"));
+}
+
+void Checker::checkSettings()
+{
+    constexpr int utf8 = 3;
+    const ruvo::ProfilePlace& encoding = m_list.placeOf("EncodeTypeDefault");
+    if (encoding.line > 0 && m_settings.sEncodeType != utf8)
+        m_list.remark(encoding, "\"EncodeTypeDefault\" is " +
+                                    std::to_string(m_settings.sEncodeType) +
+                                    ", but the markup engine passes UTF-8, which is 3");
+
+    const ruvo::ProfilePlace& log = m_list.placeOf("LogFilePath");
+    const bool relative = !m_settings.szLogFilePath.starts_with('/');
+    const std::string folder = (relative ? m_hostDirectory : "") + m_settings.szLogFilePath;
+    std::error_code ignored;
+    if (log.line > 0 && !fs::is_directory(folder, ignored))
+        m_list.add(Finding::Kind::note, log,
+                   "there is no directory " + ruvo::quoted(shownPath(folder)) +
+                       ": nothing is logged");
+}
+
+void Checker::checkDeviceInfo()
+{
+    if (m_settings.ucGeneralCategorySize < 2)
+        m_list.remark(m_list.placeOf("GeneralCategorySize"),
+                      "\"GeneralCategorySize\" is 1, too short for Mn, Mc and Me: no character "
+                      "counts as a combining mark");
+    if (m_settings.ucDecompositionMappingSize < 2)
+        m_list.remark(m_list.placeOf("DecompositionMappingSize"),
+                      "\"DecompositionMappingSize\" is " +
+                          std::to_string(m_settings.ucDecompositionMappingSize) +
+                          ": a letter and a mark are never composed");
+    tellEqualTables("TableCommandParam", &ruvo::TableEntry::ucTableCommandParam,
+                    "the command parameter", Finding::Kind::warning,
+                    "one command selects both, and only the code page of the last one can be a "
+                    "target");
+    tellEqualTables("CodePage", &ruvo::TableEntry::sCodePage, "the code page", Finding::Kind::note,
+                    "as a target it stands for one of them");
+}
+
+// Of tables that have a key's value in common.
+template <class Value>
+void Checker::tellEqualTables(const std::string& key, Value ruvo::TableEntry::*value,
+                              const std::string& what, Finding::Kind kind,
+                              const std::string& consequence)
+{
+    std::map<int, std::size_t> tableOf;
+    for (std::size_t i = 0; i < static_cast<std::size_t>(m_settings.sMappingTableNumber); ++i) {
+        const auto [first, isNew] = tableOf.emplace(m_deviceInfo.astTable[i].*value, i);
+        if (!isNew)
+            m_list.add(kind, m_list.placeOf(key, i),
+                       "[Table" + std::to_string(i + 1) + "] has " + what + " of [Table" +
+                           std::to_string(first->second + 1) + "]: " + consequence);
+    }
+}
+
+void Checker::nameFiles()
+{
+    for (std::size_t i = 0; i < m_deviceInfo.astTable.size(); ++i)
+        m_list.nameFile(m_settings.szDeviceInfoPath + m_deviceInfo.astTable[i].szTableFileName,
+                        m_list.placeOf("TableFileName", i));
+    for (std::size_t i = 0; i < m_deviceInfo.astICS.size(); ++i)
+        m_list.nameFile(m_settings.szDeviceInfoPath + m_deviceInfo.astICS[i].szICSFileName,
+                        m_list.placeOf("ICSFileName", i));
+}
+
+// Of an invalid device information the files whose names are known.
+void Checker::keepNamedFiles()
+{
+    const auto tables =
+        std::ranges::remove(m_deviceInfo.astTable, "", &ruvo::TableEntry::szTableFileName);
+    m_settings.sMappingTableNumber =
+        static_cast<std::int16_t>(m_deviceInfo.astTable.size() - tables.size());
+    const auto sets = std::ranges::remove(m_deviceInfo.astICS, "", &ruvo::ICSEntry::szICSFileName);
+    m_deviceInfo.sInternalCharacterSetNumber =
+        static_cast<std::int16_t>(m_deviceInfo.astICS.size() - sets.size());
+}
+
+}  // namespace
+
+std::string compilerLine(const Finding& finding)
+{
+    constexpr const char* kinds[] = {"error", "warning", "note"};
+    std::string line = shownPath(finding.place.path);
+    if (finding.place.line > 0)
+        line.append(":").append(std::to_string(finding.place.line));
+    line.append(": ").append(kinds[static_cast<int>(finding.kind)]).append(": ");
+    line += finding.words;
+    if (finding.status != RUVO_OK)
+        line += " (status " + std::to_string(finding.status) + ")";
+    return printable(line);
+}
+
+CheckedProfile checkProfile(const std::string& directory, const std::string& device)
+{
+    return std::make_unique<Checker>(directory, device)->check();
+}

@@ -1,0 +1,37 @@
+// Checks a device profile with the converter's own readers.
+#pragma once
+
+#include "converter/profile/ProfileListener.h"
+
+#include <cstddef>
+#include <string>
+#include <vector>
+
+struct Finding {
+    enum class Kind {
+        error,    // breaks a rule: the open fails
+        warning,  // legal, but hardly meant
+        note,     // how the profile was read
+    };
+
+    Kind kind;
+    ruvo::ProfilePlace place;
+    std::string words;
+    short status;  // of an error, else 0
+};
+
+// "path:line: error: words (status -110)", as editors expect it of a compiler. Without the control
+// characters that file names may have.
+std::string compilerLine(const Finding& finding);
+
+struct CheckedProfile {
+    std::vector<Finding> findings;  // in the order of reading, of one file by line
+    short status = 0;               // what an open gives, 0 for a handle
+    std::size_t tables = 0;
+    std::size_t sets = 0;
+    std::size_t characters = 0;
+};
+
+// Reads the profile in the folder of HalvoSet.txt for a device. A relative "DeviceInfoPath" starts
+// at the current directory as in an open, but at `directory` when only there is such a device.
+CheckedProfile checkProfile(const std::string& directory, const std::string& device);

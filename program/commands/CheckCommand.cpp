@@ -1,0 +1,75 @@
+// kestrix-disp check: the faults of a device profile, line by line.
+#include "program/commands/Commands.h"
+#include "program/commands/Files.h"
+#include "program/check/ProfileCheck.h"
+#include "program/text/StatusText.h"
+
+#include <CLI/CLI.hpp>
+
+#include <algorithm>
+#include <memory>
+#include <string>
+
+namespace {
+
+struct Options {
+    std::string directory;
+    std::string device = "default";
+};
+
+std::string count(std::size_t number, const std::string& noun)
+{
+    return std::to_string(number) + " " + noun + (number == 1 ? "" : "s");
+}
+
+std::string verdict(const CheckedProfile& profile, const Options& options)
+{
+    std::string text = "device \"" + options.device + "\" ";
+    if (profile.status == RUVO_OK)
+        text += "opens, with " + count(profile.tables, "table") + ", " +
+                count(profile.sets, "internal character set") + " and " +
+                count(profile.characters, "character");
+    else
+        text += "does not open: status " + std::to_string(profile.status) + ", " +
+                std::string(statusText(profile.status));
+    return text + "\n";
+}
+
+int check(const Options& options)
+{
+    const CheckedProfile profile = checkProfile(options.directory, options.device);
+    std::string text;
+    for (const Finding& finding : profile.findings)
+        text += compilerLine(finding) + "\n";
+    writeFile("-", text + verdict(profile, options));
+    return profile.status == RUVO_OK ? kDone : kWrongInput;
+}
+
+// An open drops other bytes of the name and refuses a longer one.
+std::string deviceNameFault(const std::string& name)
+{
+    const bool good = !name.empty() && name.size() <= 127 && std::ranges::all_of(name, [](char c) {
+        return c >= 0x20;  // bytes above 0x7F are negative
+    });
+    return good ? "" : "a device name has 1 to 127 printable ASCII characters";
+}
+
+}  // namespace
+
+Command checkCommand(CLI::App& program)
+{
+    const auto options = std::make_shared<Options>();
+    CLI::App* const arguments = program.add_subcommand(
+        "check",
+        "Tells every fault of a device profile, and what in it is surely not meant, as "
+        "\"FILE:LINE: error: RULE (status CODE)\" or \"FILE:LINE: warning: ...\", and what "
+        "an open of it gives. Exit status 1 when it does not open");
+    arguments->add_option("PROFILE-DIR", options->directory, "The folder that holds HalvoSet.txt")
+        ->required()
+        ->check([](const std::string& path) { return path.empty() ? "is empty" : ""; });
+    arguments->add_option("--device", options->device, "Device information file of the profile")
+        ->type_name("NAME")
+        ->capture_default_str()
+        ->check(deviceNameFault);
+    return {arguments, [options] { return check(*options); }};
+}

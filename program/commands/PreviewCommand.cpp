@@ -1,0 +1,115 @@
+// kestrix-disp preview: what a display shows after a document or a command stream.
+#include "program/commands/Commands.h"
+#include "program/commands/Files.h"
+#include "program/display/PngDrawing.h"
+#include "program/commands/StreamInput.h"
+#include "program/display/SvgDrawing.h"
+#include "program/display/TerminalDrawing.h"
+#include "program/display/VirtualDisplay.h"
+
+#include <CLI/CLI.hpp>
+
+#include <ctime>
+#include <iostream>
+#include <memory>
+
+#include <unistd.h>
+
+namespace {
+
+constexpr int kMaxSize = 255;  // what a command can address
+
+struct Options {
+    StreamInput input;
+    Size size;
+    int origin = 1;
+    std::string time;
+    bool sgr = false;
+    std::string svg;
+    std::string png;
+};
+
+std::string localTime()
+{
+    const std::time_t now = std::time(nullptr);
+    std::tm fields{};
+    char text[16];
+    return localtime_r(&now, &fields) && std::strftime(text, sizeof text, "%H:%M", &fields) != 0
+               ? text
+               : "00:00";
+}
+
+// A range that does not describe itself in the help.
+CLI::Validator within(int least, int most)
+{
+    return CLI::Range(least, most).description("");
+}
+
+// "" for a time of the form HH:MM, and else what is wrong.
+std::string checkTime(const std::string& time)
+{
+    const auto number = [&](std::size_t at) { return (time[at] - '0') * 10 + time[at + 1] - '0'; };
+    const bool valid = time.size() == 5 && time[2] == ':' &&
+                       time.find_first_not_of("0123456789:") == std::string::npos &&
+                       time.rfind(':') == 2 && time.find(':') == 2 && number(0) < 24 &&
+                       number(3) < 60;
+    return valid ? "" : "a time is HH:MM, not " + time;
+}
+
+int preview(const Options& options)
+{
+    const CommandBytes stream = options.input.readStream();
+    const ProfileTables tables = options.input.readTables();
+    VirtualDisplay display(tables, options.size, options.origin);
+    display.run(byteSpan(stream.bytes));
+    if (const std::size_t count = display.ignored().size(); count != 0)
+        std::cerr << "kestrix-disp: without effect on this display: " << count
+                  << (count == 1 ? " command" : " commands") << ", the first at offset " << std::hex
+                  << display.ignored().front() << " (hex); explain says what it is\n";
+
+    const Screen screen = display.screen(options.time.empty() ? localTime() : options.time);
+    if (!options.svg.empty())
+        writeFile(options.svg, drawSvg(screen));
+    if (!options.png.empty())
+        writeFile(options.png, drawPng(screen));
+    if (options.svg.empty() && options.png.empty()) {
+        const bool sgr = options.sgr || isatty(STDOUT_FILENO) != 0;
+        writeFile("-", drawText(screen, sgr ? Highlight::sgr : Highlight::none, options.origin));
+    }
+    return stream.whole ? kDone : kWrongInput;
+}
+
+}  // namespace
+
+Command previewCommand(CLI::App& program)
+{
+    const auto options = std::make_shared<Options>();
+    CLI::App* const arguments = program.add_subcommand(
+        "preview", "Shows what a document or command stream leaves on a display: in the terminal, "
+                   "or as a picture");
+    options->input.addTo(*arguments);
+    arguments->add_option("--columns", options->size.columns, "Characters in a line, 1 to 255")
+        ->check(within(1, kMaxSize))
+        ->type_name("N")
+        ->capture_default_str();
+    arguments->add_option("--rows", options->size.lines, "Lines of the display, 1 to 255")
+        ->check(within(1, kMaxSize))
+        ->type_name("N")
+        ->capture_default_str();
+    arguments
+        ->add_option("--origin", options->origin, "Number of the first column and line, 0 or 1")
+        ->check(within(0, 1))
+        ->type_name("N")
+        ->capture_default_str();
+    arguments
+        ->add_option("--clock", options->time, "Time that the clock shows; else the local time")
+        ->check(checkTime)
+        ->type_name("HH:MM");
+    arguments->add_flag("--sgr", options->sgr,
+                        "Show reverse by control sequences where the output is no terminal too");
+    arguments
+        ->add_option("--svg", options->svg, "Write an SVG picture, with marquee and blink moving")
+        ->type_name("FILE");
+    arguments->add_option("--png", options->png, "Write a PNG picture")->type_name("FILE");
+    return {arguments, [options] { return preview(*options); }};
+}

@@ -1,0 +1,48 @@
+// kestrix-disp render: a document's display commands, raw or as a hex dump.
+#include "program/commands/Commands.h"
+#include "program/commands/Files.h"
+#include "program/text/HexText.h"
+#include "program/stream/Rendering.h"
+
+#include <CLI/CLI.hpp>
+
+#include <memory>
+
+#include <unistd.h>
+
+namespace {
+
+struct Options {
+    std::string document;
+    std::string output = "-";
+    ProfileOptions profile;
+    bool hex = false;
+    bool raw = false;
+};
+
+int render(const Options& options)
+{
+    const CommandBytes commands = renderDocument(readFile(options.document), options.profile);
+    const bool toTerminal = options.output == "-" && isatty(STDOUT_FILENO) != 0;
+    const bool hex = options.hex || (toTerminal && !options.raw);
+    writeFile(options.output, hex ? hexDump(commands.bytes) : commands.bytes);
+    return commands.whole ? kDone : kWrongInput;
+}
+
+}  // namespace
+
+Command renderCommand(CLI::App& program)
+{
+    const auto options = std::make_shared<Options>();
+    CLI::App* const arguments = program.add_subcommand(
+        "render", "Writes the display commands of a document: raw bytes to a pipe or file, a hex "
+                  "dump to a terminal");
+    arguments->add_option("FILE", options->document, "The document; \"-\" is the standard input")
+        ->required()
+        ->type_name("");
+    options->profile.addTo(*arguments);
+    CLI::Option* const hex = arguments->add_flag("--hex", options->hex, "Write a hex dump");
+    arguments->add_flag("--raw", options->raw, "Write raw bytes")->excludes(hex);
+    arguments->add_option("-o,--output", options->output, "Where to write")->type_name("FILE");
+    return {arguments, [options] { return render(*options); }};
+}

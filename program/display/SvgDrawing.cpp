@@ -1,0 +1,315 @@
+#include "program/display/SvgDrawing.h"
+
+#include "program/display/Panel.h"
+#include "program/display/TerminalDrawing.h"
+
+#include <algorithm>
+#include <cstdio>
+#include <map>
+#include <string_view>
+
+namespace {
+
+// Characters of a marquee that the picture shows, so that it stays small.
+constexpr std::size_t kMaxMarquee = 400;
+// A step without a wait, in milliseconds: no picture moves faster.
+constexpr int kShortestStep = 20;
+
+std::string number(double value)
+{
+    char text[32];
+    std::snprintf(text, sizeof text, "%.5f", value);
+    std::string_view digits = text;
+    digits = digits.substr(0, digits.find_last_not_of('0') + 1);
+    if (digits.ends_with('.'))
+        digits.remove_suffix(1);
+    return std::string(digits);
+}
+
+std::string colour(panel::Colour colour)
+{
+    char text[8];
+    std::snprintf(text, sizeof text, "#%02x%02x%02x", colour.red & 0xFF, colour.green & 0xFF,
+                  colour.blue & 0xFF);
+    return text;
+}
+
+// name="value", with a blank in front.
+std::string attribute(std::string_view name, const std::string& value)
+{
+    return " " + std::string(name) + "=\"" + value + "\"";
+}
+
+std::string attribute(std::string_view name, double value)
+{
+    return attribute(name, number(value));
+}
+
+std::string escaped(std::string_view text)
+{
+    std::string result;
+    for (const char c : text) {
+        switch (c) {
+        case '&':
+            result += "&amp;";
+            break;
+        case '<':
+            result += "&lt;";
+            break;
+        case '>':  // "]]>" must not stand in a text
+            result += "&gt;";
+            break;
+        default:
+            result += c;
+        }
+    }
+    return result;
+}
+
+std::string gradient(std::string_view id, panel::Colour from, panel::Colour to)
+{
+    return "<linearGradient" + attribute("id", std::string(id)) + " x2=\"0\" y2=\"1\"><stop" +
+           attribute("stop-color", colour(from)) + "/><stop offset=\"1\"" +
+           attribute("stop-color", colour(to)) + "/></linearGradient>\n";
+}
+
+std::string rectangle(double inset, Size size, double corner, std::string_view rest)
+{
+    return "<rect" + attribute("x", inset) + attribute("y", inset) +
+           attribute("width", panel::width(size) - 2 * inset) +
+           attribute("height", panel::height(size) - 2 * inset) + attribute("rx", corner) +
+           std::string(rest) + "/>\n";
+}
+
+// The lit dots of a cell as strokes of no length, whose round ends are the dots.
+std::string dotPath(const DotMatrix& dots)
+{
+    std::string path;
+    for (int row = 0; row < kGlyphRows; ++row) {
+        int from = -1;
+        for (int column = 0; column < kGlyphColumns; ++column) {
+            if (!isLit(dots, column, row))
+                continue;
+            path += from < 0 ? "M" + std::to_string(column) + " " + std::to_string(row)
+                             : "m" + std::to_string(column - from) + " 0";
+            path += "h0";
+            from = column;
+        }
+    }
+    return path;
+}
+
+// Each pattern of dots that the picture needs, once.
+class Patterns {
+public:
+    // An element that shows a pattern with its cell's corner at x, y; empty for a dark one.
+    // `rest`: more attributes and the content.
+    std::string use(const DotMatrix& dots, int x, int y, const std::string& attributes = "",
+                    const std::string& content = "")
+    {
+        if (dots == DotMatrix{})
+            return {};
+        const auto [entry, added] = m_numbers.try_emplace(dots, m_numbers.size());
+        const std::string id = "d" + std::to_string(entry->second);
+        if (added)
+            m_definitions += "<path" + attribute("id", id) + attribute("d", dotPath(dots)) + "/>\n";
+        return "<use" + attribute("href", "#" + id) + attribute("x", x) + attribute("y", y) +
+               attributes + (content.empty() ? "/>" : ">" + content + "</use>") + "\n";
+    }
+
+    const std::string& definitions() const { return m_definitions; }
+
+private:
+    std::map<DotMatrix, std::size_t> m_numbers;
+    std::string m_definitions;
+};
+
+// All dots of all cells, from one row of them.
+std::string unlitDots(Size size)
+{
+    DotMatrix all;
+    all.fill(0xFF);
+    std::string text = "<defs><path id=\"c\"" + attribute("d", dotPath(all)) + "/><g id=\"l\">";
+    for (int column = 0; column < size.columns; ++column)
+        text += "<use href=\"#c\"" + attribute("x", column * panel::kColumnPitch) + "/>";
+    text += "</g></defs>\n<g" + attribute("stroke", colour(panel::kUnlit)) + ">";
+    for (int line = 0; line < size.lines; ++line)
+        text += "<use href=\"#l\"" + attribute("x", panel::left(0)) +
+                attribute("y", panel::top(line)) + "/>";
+    return text + "</g>\n";
+}
+
+// The times of an animation: what is shown changes at each of them.
+class Animation {
+public:
+    Animation(std::string attributes, double milliseconds, int runs)
+        : m_attributes(std::move(attributes)), m_length(milliseconds), m_runs(runs)
+    {
+    }
+
+    void at(double milliseconds, const std::string& value)
+    {
+        if (milliseconds >= m_length && !m_values.empty())
+            return;
+        m_values += (m_values.empty() ? "" : ";") + value;
+        m_times += (m_times.empty() ? "" : ";") + number(milliseconds / m_length);
+    }
+
+    std::string element(std::string_view name) const
+    {
+        return "<" + std::string(name) + m_attributes + attribute("values", m_values) +
+               attribute("keyTimes", m_times) + " calcMode=\"discrete\"" +
+               attribute("dur", number(m_length / 1000) + "s") +
+               attribute("repeatCount", m_runs == 0 ? "indefinite" : std::to_string(m_runs)) + "/>";
+    }
+
+private:
+    std::string m_attributes;
+    std::string m_values;
+    std::string m_times;
+    double m_length;
+    int m_runs;
+};
+
+struct MarqueeTimes {
+    int columns;
+    int characters;
+    double step;
+
+    explicit MarqueeTimes(const Marquee& marquee)
+        : columns(marquee.area.size.columns),
+          characters(static_cast<int>(std::min(marquee.text.size(), kMaxMarquee))),
+          step(std::max(marquee.stepWait, kShortestStep))
+    {
+    }
+};
+
+// The text moves one cell a step, from where its first character comes in at the right edge until
+// its last one has gone. Without animation it stands with its front at the left edge.
+std::string walkingText(const Marquee& marquee, Patterns& patterns)
+{
+    const MarqueeTimes times(marquee);
+    const int steps = times.columns + times.characters;
+    Animation walk(" attributeName=\"transform\" type=\"translate\"",
+                   steps * times.step + marquee.runWait, marquee.runs);
+    for (int step = 1; step <= steps; ++step)
+        walk.at((step - 1) * times.step,
+                std::to_string((times.columns - step) * panel::kColumnPitch));
+    std::string text = "<g>" + walk.element("animateTransform") + "\n";
+    for (int i = 0; i < times.characters; ++i)
+        text += patterns.use(panel::litDots(marquee.text[static_cast<std::size_t>(i)], false),
+                             i * panel::kColumnPitch, 0);
+    return text + "</g>\n";
+}
+
+// A character a step, from the left; a full line is cleared for the next character.
+std::string placedText(const Marquee& marquee, Patterns& patterns)
+{
+    const MarqueeTimes times(marquee);
+    const double length = times.characters * times.step + marquee.runWait;
+    std::string text;
+    for (int i = 0; i < times.characters; ++i) {
+        const int pageEnd = (i / times.columns + 1) * times.columns;
+        Animation place(" attributeName=\"visibility\"", length, marquee.runs);
+        if (i > 0)
+            place.at(0, "hidden");
+        place.at(i * times.step, "visible");
+        if (pageEnd < times.characters)
+            place.at(pageEnd * times.step, "hidden");
+        text += patterns.use(panel::litDots(marquee.text[static_cast<std::size_t>(i)], false),
+                             i % times.columns * panel::kColumnPitch, 0,
+                             i < times.columns ? "" : " visibility=\"hidden\"",
+                             place.element("animate"));
+    }
+    return text;
+}
+
+// The marquee's line is a picture of its own, which cuts off what is outside.
+std::string marqueeLine(const Marquee& marquee, Patterns& patterns)
+{
+    const auto& [at, size] = marquee.area;
+    // Dots are strokes around a cell's corners: half a dot more on each side.
+    return "<svg" + attribute("x", panel::left(at.column) - 0.5) +
+           attribute("y", panel::top(at.line) - 0.5) +
+           attribute("width", size.columns * panel::kColumnPitch - panel::kColumnGap) +
+           attribute("height", kGlyphRows) + "><g transform=\"translate(.5 .5)\">\n" +
+           (marquee.places ? placedText(marquee, patterns) : walkingText(marquee, patterns)) +
+           "</g></svg>\n";
+}
+
+std::string litDots(const Screen& screen, Patterns& patterns)
+{
+    std::string text;
+    for (int line = 0; line < screen.size.lines; ++line) {
+        for (int column = 0; column < screen.size.columns; ++column) {
+            if (screen.marquee && screen.marquee->area.contains({column, line}))
+                continue;
+            const bool cursor = screen.cursor == Position{column, line};
+            text += patterns.use(panel::litDots(screen.cell(column, line), cursor),
+                                 panel::left(column), panel::top(line));
+        }
+    }
+    if (screen.marquee)
+        text += marqueeLine(*screen.marquee, patterns);
+    if (screen.blink != 0) {
+        Animation blink(" attributeName=\"opacity\"", 2.0 * screen.blink, 0);
+        blink.at(0, number(panel::litOpacity(screen.brightness)));
+        blink.at(screen.blink, "0");
+        text += blink.element("animate") + "\n";
+    }
+    return text;
+}
+
+std::string description(const Screen& screen)
+{
+    std::string text;
+    for (int line = 0; line < screen.size.lines; ++line) {
+        const std::string shown = lineText(screen, line);
+        const std::size_t end = shown.find_last_not_of(' ');
+        if (end != std::string::npos)
+            text += (text.empty() ? "" : "\n") + shown.substr(0, end + 1);
+    }
+    if (screen.marquee)
+        text += "\nMarquee: " + marqueeText(*screen.marquee);
+    return text;
+}
+
+}  // namespace
+
+std::string drawSvg(const Screen& screen)
+{
+    constexpr int kPixels = 4;  // for a dot, where the picture is shown in its own size
+    const Size size = screen.size;
+    const int width = panel::width(size);
+    const int height = panel::height(size);
+    const std::string box = "0 0 " + std::to_string(width) + " " + std::to_string(height);
+
+    Patterns patterns;
+    const std::string lit = litDots(screen, patterns);
+
+    std::string svg = "<svg xmlns=\"http://www.w3.org/2000/svg\"" +
+                      attribute("width", width * kPixels) + attribute("height", height * kPixels) +
+                      attribute("viewBox", box) + " role=\"img\" aria-labelledby=\"t s\">\n";
+    svg += "<title id=\"t\">Customer display, " + std::to_string(size.columns) + " x " +
+           std::to_string(size.lines) + "</title>\n";
+    svg += "<desc id=\"s\">" + escaped(description(screen)) + "</desc>\n";
+    svg += "<defs>\n" + gradient("b", panel::kBezelTop, panel::kBezelBottom) +
+           gradient("g", panel::kGlassTop, panel::kGlassBottom);
+    svg += "<filter id=\"f\" filterUnits=\"userSpaceOnUse\" x=\"0\" y=\"0\"" +
+           attribute("width", width) + attribute("height", height) +
+           " color-interpolation-filters=\"sRGB\"><feGaussianBlur" +
+           attribute("stdDeviation", panel::kGlowRadius) +
+           "/><feComponentTransfer><feFuncA type=\"linear\"" +
+           attribute("slope", panel::kGlowStrength) +
+           "/></feComponentTransfer><feMerge><feMergeNode/><feMergeNode in=\"SourceGraphic\"/>"
+           "</feMerge></filter>\n";
+    svg += patterns.definitions() + "</defs>\n";
+    svg += rectangle(0, size, panel::kBezelCorner, " fill=\"url(#b)\"");
+    svg += rectangle(panel::kBezel, size, panel::kGlassCorner, " fill=\"url(#g)\"");
+    svg += "<g transform=\"translate(.5 .5)\" stroke-linecap=\"round\"" +
+           attribute("stroke-width", panel::kDotSize) + ">\n";
+    svg += unlitDots(size);
+    svg += "<g filter=\"url(#f)\"" + attribute("stroke", colour(panel::kLit)) +
+           attribute("opacity", panel::litOpacity(screen.brightness)) + ">\n" + lit + "</g>\n";
+    return svg + "</g>\n</svg>\n";
+}

@@ -1,0 +1,293 @@
+#include "program/display/VirtualDisplay.h"
+
+#include <algorithm>
+
+namespace {
+
+constexpr char32_t kUndecoded = 0xFFFD;
+constexpr unsigned kWholeDisplay = 0;
+
+// The meaning of a parameter whose values have names; nothing for a value without one.
+std::optional<int> namedValue(const StreamItem& command, std::size_t index)
+{
+    const ParameterValue* const row =
+        findValue(command.command->parameters[index],
+                  static_cast<std::uint8_t>(command.parameter(index).value_or(0)));
+    return row ? std::optional(row->number) : std::nullopt;
+}
+
+// Stores what a parameter means. False for a value without a meaning.
+template <class Field>
+bool store(Field& field, const StreamItem& command)
+{
+    const std::optional<int> value = namedValue(command, 0);
+    if (value)
+        field = static_cast<Field>(*value);
+    return value.has_value();
+}
+
+// The number in a parameter of a whole command.
+int number(const StreamItem& command, std::size_t index)
+{
+    return static_cast<int>(command.parameter(index).value_or(0));
+}
+
+std::string_view modeWords(int mode)
+{
+    const auto isMode = [mode](const ParameterValue& row) {
+        return row.parameter == Parameter::scrollMode && row.number == mode;
+    };
+    return std::ranges::find_if(kParameterValues, isMode)->words;
+}
+
+}  // namespace
+
+VirtualDisplay::VirtualDisplay(const ProfileTables& tables, Size size, int origin)
+    : m_tables(tables),
+      m_size(size),
+      m_origin(origin),
+      m_cells(static_cast<std::size_t>(size.columns * size.lines)),
+      m_touched(static_cast<std::size_t>(size.lines))
+{
+    powerOn();
+}
+
+void VirtualDisplay::powerOn()
+{
+    clear({{}, m_size});
+    m_windows = {{kWholeDisplay, {{{}, m_size}, Mode::overwrite, {}}}};
+    m_selected = kWholeDisplay;
+    m_codes = m_tables.powerOn();
+    m_reverse = false;
+    m_brightness = 100;
+    m_blink = 0;
+    m_cursorShown = false;
+    m_clock = false;
+    m_marquee.reset();
+}
+
+void VirtualDisplay::run(ByteSpan bytes)
+{
+    StreamReader reader(bytes);
+    for (StreamItem item; reader.next(item);) {
+        bool understood = false;
+        if (item.kind == StreamItem::Kind::text) {
+            for (const Cell& cell : decode(item.bytes))
+                show(cell);
+            understood = true;
+        } else if (item.kind == StreamItem::Kind::command) {
+            understood = carryOut(item);
+        }
+        if (!understood)
+            m_ignored.push_back(item.offset);
+    }
+}
+
+// False for a command without effect.
+bool VirtualDisplay::carryOut(const StreamItem& command)
+{
+    switch (command.command->action) {
+    case Action::clear:
+        clear(selected().area);
+        selected().cursor = {};
+        return true;
+    case Action::reset:
+        powerOn();
+        return true;
+    case Action::codeTable:
+    case Action::characterSet:
+        return applySwitch(command);
+    case Action::position:
+        return moveCursor(number(command, 0) - m_origin, number(command, 1) - m_origin);
+    case Action::corner: {
+        const std::optional<int> corner = namedValue(command, 0);
+        const Size size = selected().area.size;
+        return corner &&
+               moveCursor(*corner % 2 * (size.columns - 1), *corner / 2 * (size.lines - 1));
+    }
+    case Action::cursor:
+        return store(m_cursorShown, command);
+    case Action::reverse:
+        return store(m_reverse, command);
+    case Action::brightness:
+        return store(m_brightness, command);
+    case Action::blink:
+        m_blink = number(command, 0) * kBlinkStep;
+        return true;
+    case Action::clock:
+        m_clock = true;
+        return true;
+    case Action::defineWindow:
+        return define(command);
+    case Action::selectWindow: {
+        const unsigned window = *command.parameter(0);
+        const bool defined = m_windows.contains(window);
+        m_selected = defined ? window : m_selected;
+        return defined;
+    }
+    case Action::destroyWindow:
+        return destroy(*command.parameter(0));
+    case Action::marquee:
+        return startMarquee(command);
+    }
+    return false;
+}
+
+bool VirtualDisplay::applySwitch(const StreamItem& item)
+{
+    const auto parameter = static_cast<std::uint8_t>(*item.parameter(0));
+    (item.command->action == Action::codeTable ? m_codes.table : m_codes.set) = parameter;
+    return true;
+}
+
+std::vector<Cell> VirtualDisplay::decode(ByteSpan text)
+{
+    std::vector<Cell> cells;
+    StreamReader reader(text, StreamReader::Commands::switches);
+    for (StreamItem item; reader.next(item);) {
+        if (item.kind == StreamItem::Kind::command)
+            applySwitch(item);
+        else if (item.kind == StreamItem::Kind::text)
+            for (const std::uint8_t byte : item.bytes)
+                cells.push_back(
+                    {m_tables.character(m_codes, byte).value_or(kUndecoded), m_reverse});
+    }
+    return cells;
+}
+
+void VirtualDisplay::show(const Cell& shown)
+{
+    Window& window = selected();
+    if (window.cursor.column == window.area.size.columns)
+        scroll(window);
+    const Position place{window.area.at.column + window.cursor.column,
+                         window.area.at.line + window.cursor.line};
+    if (m_marquee && m_marquee->area.contains(place))
+        m_marquee.reset();
+    *cells(place) = shown;
+    advance(window);
+}
+
+void VirtualDisplay::advance(Window& window) const
+{
+    const Size size = window.area.size;
+    Position& cursor = window.cursor;
+    const bool lastLine = cursor.line == size.lines - 1;
+    ++cursor.column;
+    const bool scrollDue =
+        window.mode == Mode::scrollLeft || (window.mode == Mode::scrollUp && lastLine);
+    if (cursor.column < size.columns || scrollDue)
+        return;
+    cursor = {0, lastLine ? 0 : cursor.line + 1};
+}
+
+// Makes room for a character at the cursor, behind the end of its line.
+void VirtualDisplay::scroll(Window& window)
+{
+    const auto [at, size] = window.area;
+    const auto row = [&](int line) { return cells({at.column, at.line + line}); };
+    if (window.mode == Mode::scrollLeft) {
+        const auto line = row(window.cursor.line);
+        std::shift_left(line, line + size.columns, 1);
+        --window.cursor.column;
+        return;
+    }
+    for (int line = 1; line < size.lines; ++line)
+        std::copy_n(row(line), size.columns, row(line - 1));
+    std::fill_n(row(size.lines - 1), size.columns, Cell{});
+    window.cursor.column = 0;
+}
+
+bool VirtualDisplay::moveCursor(int column, int line)
+{
+    const Size size = selected().area.size;
+    if (!Area{{}, size}.contains({column, line}))
+        return false;
+    selected().cursor = {column, line};
+    return true;
+}
+
+bool VirtualDisplay::define(const StreamItem& command)
+{
+    const auto window = *command.parameter(0);
+    const Area area{{number(command, 1) - m_origin, number(command, 2) - m_origin},
+                    {number(command, 3), number(command, 4)}};
+    const std::optional<int> mode = namedValue(command, 5);
+    const bool empty = area.size.columns == 0 || area.size.lines == 0;
+    if (window == kWholeDisplay || !mode || empty || !Area{{}, m_size}.holds(area))
+        return false;
+    m_windows[window] = {area, static_cast<Mode>(*mode), {}};
+    return true;
+}
+
+bool VirtualDisplay::destroy(unsigned number)
+{
+    const auto window = m_windows.find(number);
+    if (number == kWholeDisplay || window == m_windows.end())
+        return false;
+    clear(window->second.area);
+    m_windows.erase(window);
+    if (m_selected == number)
+        m_selected = kWholeDisplay;
+    return true;
+}
+
+bool VirtualDisplay::startMarquee(const StreamItem& command)
+{
+    const std::optional<int> format = namedValue(command, 0);
+    const std::vector<Cell> text = decode(command.text());  // its switches count in any case
+    if (!format || text.empty())
+        return false;
+    const auto& [area, mode, cursor] = selected();
+    const Area line{{area.at.column, area.at.line + cursor.line}, {area.size.columns, 1}};
+    clear(line);
+    m_marquee = Marquee{
+        line, *format == 1, number(command, 1), number(command, 2), number(command, 3), text};
+    return true;
+}
+
+void VirtualDisplay::clear(const Area& area)
+{
+    for (int line = area.at.line; line < area.at.line + area.size.lines; ++line) {
+        if (!m_touched[static_cast<std::size_t>(line)])
+            continue;
+        std::fill_n(cells({area.at.column, line}), area.size.columns, Cell{});
+        if (area.size.columns == m_size.columns)
+            m_touched[static_cast<std::size_t>(line)] = false;
+    }
+    if (m_marquee && area.overlaps(m_marquee->area))
+        m_marquee.reset();
+    if (area.contains({m_size.columns - 1, m_size.lines - 1}))
+        m_clock = false;
+}
+
+Screen VirtualDisplay::screen(std::string_view time) const
+{
+    Screen screen{m_size, m_cells, m_brightness, m_blink, {}, m_marquee, m_clock, {}};
+    if (m_marquee) {
+        const auto& [at, size] = m_marquee->area;
+        const std::size_t shown =
+            std::min(m_marquee->text.size(), static_cast<std::size_t>(size.columns));
+        std::copy_n(m_marquee->text.begin(), shown,
+                    screen.cells.begin() + at.line * m_size.columns + at.column);
+    }
+    if (m_clock) {
+        const std::size_t shown = std::min(time.size(), static_cast<std::size_t>(m_size.columns));
+        std::transform(time.end() - static_cast<std::ptrdiff_t>(shown), time.end(),
+                       screen.cells.end() - static_cast<std::ptrdiff_t>(shown), [](char c) {
+                           return Cell{static_cast<char32_t>(c), false};
+                       });
+    }
+    for (const auto& [number, window] : m_windows) {
+        if (number != kWholeDisplay)
+            screen.windows.push_back({number, window.area, modeWords(static_cast<int>(window.mode)),
+                                      number == m_selected});
+    }
+    if (m_cursorShown) {
+        const Window& window = m_windows.at(m_selected);
+        // While a scroll is due the cursor stays on the last character.
+        const int column = std::min(window.cursor.column, window.area.size.columns - 1);
+        screen.cursor = {window.area.at.column + column, window.area.at.line + window.cursor.line};
+    }
+    return screen;
+}

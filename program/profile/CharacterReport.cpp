@@ -1,0 +1,191 @@
+#include "program/profile/CharacterReport.h"
+
+#include "program/text/CharacterText.h"
+#include "program/text/StatusText.h"
+#include "converter/RuvoConverter.h"
+
+#include <unicode/uchar.h>
+#include <unicode/utf8.h>
+
+#include <cstdio>
+#include <optional>
+#include <stdexcept>
+#include <vector>
+
+namespace {
+
+struct Character {
+    std::optional<char32_t> codePoint;  // nothing for bytes that are no UTF-8
+    std::string_view bytes;
+};
+
+// A base character with the marks behind it, or what else stands alone.
+using Cluster = std::vector<Character>;
+
+// How a character went out.
+struct SentCode {
+    std::uint8_t byte = 0;
+    std::uint8_t table = 0;
+    std::optional<std::uint8_t> set;
+};
+
+bool isMark(const Character& character)
+{
+    return character.codePoint &&
+           (U_GET_GC_MASK(static_cast<UChar32>(*character.codePoint)) & U_GC_M_MASK) != 0;
+}
+
+std::vector<Cluster> clusters(std::string_view text)
+{
+    std::vector<Cluster> result;
+    const auto* const bytes = reinterpret_cast<const std::uint8_t*>(text.data());
+    const auto size = static_cast<int32_t>(text.size());
+    for (int32_t i = 0; i < size;) {
+        const int32_t start = i;
+        UChar32 codePoint = 0;
+        U8_NEXT(bytes, i, size, codePoint);
+        Character character{
+            {}, text.substr(static_cast<std::size_t>(start), static_cast<std::size_t>(i - start))};
+        if (codePoint >= 0)
+            character.codePoint = static_cast<char32_t>(codePoint);
+        if (isMark(character) && !result.empty() && result.back().back().codePoint)
+            result.back().push_back(character);
+        else
+            result.push_back({character});
+    }
+    return result;
+}
+
+// A switch in front of the character at a position.
+struct Switch {
+    std::size_t position;
+    std::uint8_t parameter;
+};
+
+std::vector<Switch> switches(const std::vector<unsigned char>& records)
+{
+    constexpr std::size_t kRecordSize = 5;
+    std::vector<Switch> result;
+    for (std::size_t i = 0; i + kRecordSize <= records.size(); i += kRecordSize) {
+        std::size_t position = 0;
+        for (std::size_t byte = 4; byte-- > 0;)
+            position = position << 8 | records[i + byte];
+        result.push_back({position, records[i + 4]});
+    }
+    return result;
+}
+
+// Converts a few characters and says how each of the display's characters goes out.
+std::vector<SentCode> send(short handle, const Cluster& cluster)
+{
+    std::string text;
+    for (const Character& character : cluster)
+        text += character.bytes;
+    RuvoSetData(handle, reinterpret_cast<unsigned char*>(text.data()), text.size());
+
+    unsigned long lengths[3] = {0, 0, 0};
+    RuvoGetRawData(handle, nullptr, &lengths[0], nullptr, &lengths[1], nullptr, &lengths[2]);
+    std::vector<unsigned char> codes(lengths[0]);
+    std::vector<unsigned char> tableRecords(lengths[1]);
+    std::vector<unsigned char> setRecords(lengths[2]);
+    const short status = RuvoGetRawData(handle, codes.data(), &lengths[0], tableRecords.data(),
+                                        &lengths[1], setRecords.data(), &lengths[2]);
+    if (status != RUVO_OK)
+        throw std::runtime_error(std::string(statusText(status)));
+
+    std::vector<SentCode> sent;
+    for (std::size_t i = 0; i < codes.size(); ++i) {
+        SentCode code{codes[i], sent.empty() ? std::uint8_t{0} : sent.back().table, {}};
+        for (const Switch& tableSwitch : switches(tableRecords))
+            if (tableSwitch.position == i)
+                code.table = tableSwitch.parameter;
+        // Each character of a set has a switch of its own into the set, and one back behind it.
+        const std::vector<Switch> setSwitches = switches(setRecords);
+        for (std::size_t k = 0; k < setSwitches.size(); k += 2)
+            if (setSwitches[k].position == i)
+                code.set = setSwitches[k].parameter;
+        sent.push_back(code);
+    }
+    return sent;
+}
+
+class Reporter {
+public:
+    explicit Reporter(const ProfileTables& tables) : m_tables(tables) {}
+
+    std::string line(const Cluster& cluster, const std::vector<SentCode>& sent) const
+    {
+        std::string codePoints;
+        std::string shown;
+        std::string names;
+        for (const Character& character : cluster) {
+            const std::string_view plus = codePoints.empty() ? "" : " + ";
+            if (!character.codePoint) {
+                codePoints += "no UTF-8";
+                names += "malformed text";
+                continue;
+            }
+            codePoints.append(plus) += codePointText(*character.codePoint);
+            names.append(plus) += characterName(*character.codePoint);
+            if (shown.empty() && isMark(character))
+                shown += "\u25CC";  // a dotted circle carries the mark
+            appendCharacter(shown, *character.codePoint);
+        }
+        std::string text = codePoints + "  " + shown + "  " + names + ": ";
+        for (const SentCode& code : sent) {
+            if (&code != sent.data())
+                text += "; ";
+            text += outcome(cluster, code);
+        }
+        return text + (sent.empty() ? "nothing is sent\n" : "\n");
+    }
+
+private:
+    std::string outcome(const Cluster& cluster, const SentCode& code) const
+    {
+        const CodeState state{code.table, code.set.value_or(m_tables.powerOn().set)};
+        const auto shown = m_tables.character(state, code.byte);
+        char place[16];
+        std::snprintf(place, sizeof place, "%02X in ", unsigned{code.byte});
+        const std::string where = place + (code.set ? "set " + m_tables.setName(*code.set)
+                                                    : "table " + m_tables.tableName(code.table));
+        const std::optional<char32_t> sent = cluster.front().codePoint;
+        const bool itself = cluster.size() == 1 && sent &&
+                            (code.set ? m_tables.setHas(*code.set, code.byte, *sent)
+                                      : m_tables.tableHas(code.table, code.byte, *sent));
+        if (itself)
+            return where + (shown == sent ? "" : ", where it is also " + named(*shown));
+        const bool missing = !code.set && code.byte == m_tables.missingCharacter();
+        if (missing || !shown)
+            return "missing character, " + where;
+        return (cluster.size() > 1 ? "composed to " : "spacing form ") + named(*shown) + ", " +
+               where;
+    }
+
+    static std::string named(char32_t character)
+    {
+        return codePointText(character) + " " + characterName(character);
+    }
+
+    const ProfileTables& m_tables;
+};
+
+}  // namespace
+
+std::string reportCharacters(std::string_view text, short handle, const ProfileTables& tables)
+{
+    const Reporter reporter(tables);
+    std::string report;
+    RuvoSetEncodeType(handle, RUVO_UTF8);
+    for (const Cluster& cluster : clusters(text)) {
+        const std::vector<SentCode> sent = send(handle, cluster);
+        // Marks that do not compose go out each by itself.
+        if (sent.size() == cluster.size() && cluster.size() > 1) {
+            for (std::size_t i = 0; i < sent.size(); ++i)
+                report += reporter.line({cluster[i]}, {sent[i]});
+        } else {
+            report += reporter.line(cluster, sent);
+        }
+    }
+    return report;
+}

@@ -1,0 +1,95 @@
+#include "program/stream/CommandStream.h"
+
+namespace {
+
+unsigned littleEndian16(ByteSpan bytes)
+{
+    return bytes[0] | unsigned{bytes[1]} << 8;
+}
+
+// Bytes of the command at the front of `bytes`, its text included; more than there are when the
+// stream ends inside it. 0 when it is not this command.
+std::size_t commandSize(const DisplayCommand& command, ByteSpan bytes)
+{
+    for (std::size_t i = 0; i < command.prefixSize() && i < bytes.size(); ++i) {
+        if (bytes[i] != command.prefix[i])
+            return 0;
+    }
+    std::size_t size = command.prefixSize();
+    for (const Parameter parameter : command.parameters) {
+        const std::size_t start = size;
+        size += parameterSize(parameter);
+        if (size > bytes.size())
+            continue;
+        if (parameter == Parameter::digitZero && bytes[start] != '0')
+            return 0;
+        if (parameter == Parameter::text)
+            size += littleEndian16(bytes.subspan(start, 2));
+    }
+    return size;
+}
+
+}  // namespace
+
+std::optional<unsigned> StreamItem::parameter(std::size_t index) const
+{
+    std::size_t start = command->prefixSize();
+    for (std::size_t i = 0; i < index; ++i)
+        start += parameterSize(command->parameters[i]);
+    const std::size_t size = parameterSize(command->parameters[index]);
+    if (start + size > bytes.size())
+        return std::nullopt;
+    return size == 2 ? littleEndian16(bytes.subspan(start, 2)) : bytes[start];
+}
+
+ByteSpan StreamItem::text() const
+{
+    std::size_t start = command->prefixSize();
+    for (const Parameter parameter : command->parameters)
+        start += parameterSize(parameter);
+    return start < bytes.size() ? bytes.subspan(start) : ByteSpan{};
+}
+
+bool StreamReader::knows(const DisplayCommand& command) const
+{
+    return m_commands == Commands::all || command.action == Action::codeTable ||
+           command.action == Action::characterSet;
+}
+
+// Reads the command that begins at the position, whole or cut. False when none does.
+bool StreamReader::readCommand(StreamItem& item) const
+{
+    const ByteSpan rest = m_bytes.subspan(m_position);
+    for (const DisplayCommand& command : kDisplayCommands) {
+        const std::size_t size = knows(command) ? commandSize(command, rest) : 0;
+        if (size == 0)
+            continue;
+        const bool whole = size <= rest.size();
+        // Behind its first byte alone a command could still be another one.
+        item = {whole ? StreamItem::Kind::command : StreamItem::Kind::cut, m_position,
+                rest.first(whole ? size : rest.size()),
+                rest.size() < command.prefixSize() ? nullptr : &command};
+        return true;
+    }
+    return false;
+}
+
+bool StreamReader::next(StreamItem& item)
+{
+    if (m_position == m_bytes.size())
+        return false;
+    if (!isText(m_bytes[m_position]) && readCommand(item)) {
+        m_position += item.bytes.size();
+        return true;
+    }
+    StreamItem behind;
+    const std::size_t start = m_position;
+    const bool text = isText(m_bytes[start]);
+    do
+        ++m_position;
+    while (m_position < m_bytes.size() && isText(m_bytes[m_position]) == text &&
+           (text || !readCommand(behind)));
+    item = {text ? StreamItem::Kind::text : StreamItem::Kind::unknown, start,
+            m_bytes.subspan(start, m_position - start), nullptr};
+    return true;
+}

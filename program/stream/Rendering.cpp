@@ -1,0 +1,133 @@
+#include "program/stream/Rendering.h"
+
+#include "program/text/StatusText.h"
+#include "converter/RuvoConverter.h"
+#include "converter/profile/SettingsFiles.h"
+#include "engine/DocumentSource.h"
+#include "engine/KestrixDispEngine.h"
+#include "engine/MarkupLimits.h"
+
+#include <CLI/CLI.hpp>
+
+#include <libxml/xmlerror.h>
+
+#include <climits>
+#include <iostream>
+#include <new>
+#include <stdexcept>
+#include <string_view>
+
+namespace {
+
+// What the XML reader says goes to a function while this lives.
+class XmlListener {
+public:
+    explicit XmlListener(void (*hear)(void*, xmlErrorPtr))
+    {
+        xmlSetStructuredErrorFunc(nullptr, hear);
+    }
+    ~XmlListener() { xmlSetStructuredErrorFunc(nullptr, nullptr); }
+    XmlListener(const XmlListener&) = delete;
+    XmlListener& operator=(const XmlListener&) = delete;
+};
+
+void tell(void*, xmlErrorPtr error)
+{
+    std::string_view message = error->message ? error->message : "XML error";
+    message = message.substr(0, message.find_last_not_of('\n') + 1);
+    std::cerr << "kestrix-disp: line " << error->line << ": " << message
+              << (error->code == XML_ERR_DOCUMENT_END ? ", or an end tag is missing\n" : "\n");
+}
+
+std::string moreThan(const std::string& what, std::size_t limit, const std::string& unit)
+{
+    return what + " more than " + std::to_string(limit) + " " + unit;
+}
+
+// Why the library, which keeps it to itself, carries out a part of a document only; "" if it
+// carries out all of it.
+std::string whyCutShort(const std::string& document)
+{
+    const XmlListener silence([](void*, xmlErrorPtr) {});
+    DocumentSource source(document);
+    if (!source.reader())
+        throw std::bad_alloc();
+    while (source.read() != 0)
+        continue;
+    switch (source.end()) {
+    case DocumentEnd::wellFormed:
+        return "";
+    case DocumentEnd::damaged:
+        return "it is not well-formed, or exceeds a limit of the XML reader";
+    case DocumentEnd::manyAttributes:
+        return moreThan("an element has", mostAttributes, "attributes");
+    case DocumentEnd::largeTag:
+        return moreThan("a tag has", largestTag, "bytes");
+    case DocumentEnd::largeDocumentType:
+        return moreThan("the document type, with what its parameter entities stand for, has",
+                        largestDocumentType, "bytes");
+    case DocumentEnd::manyDefaults:
+        return moreThan("the document type declares", DocumentSource::mostDefaults,
+                        "attributes with default values");
+    case DocumentEnd::manyNamespaces:
+        return moreThan("an element has", DocumentSource::mostNamespaces, "namespaces in scope");
+    }
+    return "";
+}
+
+}  // namespace
+
+void ProfileOptions::addTo(CLI::App& arguments)
+{
+    arguments.add_option("--device", device, "Device information file of the profile")
+        ->type_name("NAME")
+        ->capture_default_str();
+    arguments
+        .add_option("--setting", setting,
+                    "ID file that names the profile's folder; without such a file the profile of "
+                    "the current folder is used")
+        ->type_name("ID")
+        ->capture_default_str();
+}
+
+std::string profileFolder(const ProfileOptions& profile)
+{
+    std::string folder;
+    const bool named =
+        ruvo::Lutm_ModuleFileFullPath(ruvo::kModuleRoot, profile.setting, folder) == 0;
+    return named ? folder : "";
+}
+
+std::string openFailure(const ProfileOptions& profile, short status)
+{
+    std::string text = "cannot open device \"" + profile.device + "\" with setting \"" +
+                       profile.setting + "\": status " + std::to_string(status) + ", " +
+                       std::string(statusText(status));
+    if (status == RUVO_SETTINGS_MISSING) {
+        const std::string folder = profileFolder(profile);
+        const std::string idFile = ruvo::kModuleRoot + profile.setting + ".txt";
+        text += folder.empty() ? " in the current folder, as " + idFile + " names no other"
+                               : " in " + folder + ", which " + idFile + " names";
+    }
+    return text;
+}
+
+CommandBytes renderDocument(const std::string& document, const ProfileOptions& profile)
+{
+    if (document.size() > INT_MAX)
+        throw std::runtime_error("a document has at most 2147483647 bytes");
+    KestrixDispEngine engine;
+    CommandBytes commands;
+    {
+        const XmlListener listener(tell);
+        commands.bytes = engine.parse(document, profile.device, profile.setting);
+    }
+    const short status = KestrixDispEngine::getUCHandle();
+    if (status < 0)
+        throw std::runtime_error(openFailure(profile, status));
+    if (const std::string why = whyCutShort(document); !why.empty()) {
+        std::cerr << "kestrix-disp: the document ends early: " << why << "\n";
+        commands.whole = false;
+    }
+    return commands;
+}

@@ -1,8 +1,0 @@
-// A display as an SVG picture. Marquee and blink move in it.
-#pragma once
-
-#include "Screen.h"
-
-#include <string>
-
-std::string drawSvg(const Screen& screen);
