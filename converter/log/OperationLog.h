@@ -3,12 +3,10 @@
 // No logging failure changes a call: what cannot be written is dropped.
 #pragma once
 
+#include "converter/log/LogFile.h"
+
 #include <cstddef>
 #include <cstdint>
-#include <cstdio>
-#include <memory>
-#include <span>
-#include <string>
 #include <string_view>
 
 namespace ruvo {
@@ -16,27 +14,6 @@ namespace ruvo {
 struct HandleSettings;
 
 enum class LogDirection { in, out };
-
-// The log's state. A handle owns it; the close moves it out, because its last entry is written
-// when the handle is gone.
-struct LogContext {
-    struct FileCloser {
-        void operator()(std::FILE* file) const { std::fclose(file); }
-    };
-
-    std::string szLogFilePath;                        // the folder, with "/" at its end
-    std::uint8_t ucLogMaxSize;                        // of a file, in megabytes of 2^20 bytes
-    char szLogFileName[96];                           // without extension
-    std::unique_ptr<std::FILE, FileCloser> pLogFile;  // null while there is no log
-};
-
-// Opens the log file, named by the time of the call, unless it is open. Without a folder that takes
-// the file, or with something else than a regular file in its place, there is no log.
-void Cutm_CheckOpenLogFile(LogContext& log) noexcept;
-
-// Appends whole lines, each with its LF. The line that would take the file past ucLogMaxSize moves
-// the file to ".bak", in place of the one that is there, and begins a new file.
-void Cutm_WriteLog(LogContext& log, std::string_view lines) noexcept;
 
 // The entry writers, one for each public call, called with its arguments. A call through which data
 // passes has it dumped as it stands at that moment, and only over the room that the caller is known

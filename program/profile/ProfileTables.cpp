@@ -1,7 +1,7 @@
 #include "program/profile/ProfileTables.h"
 
 #include "program/text/CharacterText.h"
-#include "program/stream/Rendering.h"
+#include "program/profile/ProfileOptions.h"
 #include "program/text/StatusText.h"
 #include "converter/profile/SettingsFiles.h"
 #include "converter/profile/TableFiles.h"
