@@ -19,8 +19,9 @@ std::size_t allocationsIn(const std::function<void()>& work)
 void* operator new(std::size_t size)
 {
     ++allocations;
-    if (void* const memory = std::malloc(size))
+    if (void* const memory = std::malloc(size)) {
         return memory;
+    }
     throw std::bad_alloc();
 }
 

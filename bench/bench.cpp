@@ -70,8 +70,9 @@ public:
         const std::string name = device;
         m_handle = RuvoOpenHandle(reinterpret_cast<const unsigned char*>(name.data()), name.size(),
                                   reinterpret_cast<const unsigned char*>("local"), 5);
-        if (m_handle < 0)
+        if (m_handle < 0) {
             fail("status " + std::to_string(m_handle) + " for device " + name);
+        }
     }
     ~Handle() { RuvoCloseHandle(m_handle); }
     Handle(const Handle&) = delete;
@@ -83,8 +84,9 @@ public:
         RuvoSetData(m_handle, reinterpret_cast<unsigned char*>(text.data()), text.size());
         unsigned long length = 0;
         RuvoGetOutputData(m_handle, nullptr, &length);
-        if (length > out.size())
+        if (length > out.size()) {
             fail("an output is longer than its room");
+        }
         RuvoGetOutputData(m_handle, out.data(), &length);
         return length;
     }
@@ -123,16 +125,18 @@ void checkAgainstSingleCharacters(const std::string& text)
             const auto byte = static_cast<unsigned char>(text[at]);
             return (byte & 0xC0) == 0x80 || byte == 0xCC || byte == 0xCD;
         };
-        while (i + size < text.size() && continues(i + size))
+        while (i + size < text.size() && continues(i + size)) {
             ++size;
+        }
         std::string character = text.substr(i, size);
         RuvoSetData(single, reinterpret_cast<unsigned char*>(character.data()), size);
         i += size;
     }
     unsigned long room = out.size();
     RuvoGetOutputData(single, out.data(), &room);
-    if (expected != std::string(out.begin(), out.begin() + static_cast<std::ptrdiff_t>(room)))
+    if (expected != std::string(out.begin(), out.begin() + static_cast<std::ptrdiff_t>(room))) {
         fail("wrong bytes for \"" + text.substr(0, 40) + "...\"");
+    }
 }
 
 // Runs in a folder of its own, with the default profile in it.
@@ -147,8 +151,9 @@ void workInACopyOfTheProfile()
         }
     } folder;
     fs::create_directory(folder.path);
-    for (const fs::directory_entry& entry : fs::directory_iterator(KESTRIX_PROFILE_DIR))
+    for (const fs::directory_entry& entry : fs::directory_iterator(KESTRIX_PROFILE_DIR)) {
         fs::copy_file(entry.path(), folder.path / entry.path().filename());
+    }
     fs::current_path(folder.path);
 }
 
@@ -162,8 +167,9 @@ public:
         UErrorCode error = U_ZERO_ERROR;
         m_utf8 = ucnv_open("UTF-8", &error);
         m_target = ucnv_open(codePage, &error);
-        if (U_FAILURE(error))
+        if (U_FAILURE(error)) {
             fail(std::string("ICU has no ") + codePage);
+        }
     }
     ~IcuConverter()
     {
@@ -182,8 +188,8 @@ public:
         auto* target = reinterpret_cast<char*>(out.data());
         const char* source = text.data();
         ucnv_convertEx(m_target, m_utf8, &target, target + out.size(), &source,
-                       source + text.size(), pivot, &pivotSource, &pivotTarget, pivot + 1024, true,
-                       true, &error);
+                       source + text.size(), pivot, &pivotSource, &pivotTarget, pivot + 1024, 1, 1,
+                       &error);
         return static_cast<std::size_t>(target - reinterpret_cast<char*>(out.data()));
     }
 
@@ -243,7 +249,7 @@ void walk(const std::string& xml)
             benchmark::DoNotOptimize(xmlTextReaderConstLocalName(reader));
             benchmark::DoNotOptimize(xmlTextReaderIsEmptyElement(reader));
             const xmlNode* const node = xmlTextReaderCurrentNode(reader);
-            for (const xmlAttr* attribute = node->properties; attribute;
+            for (const xmlAttr* attribute = node->properties; attribute != nullptr;
                  attribute = attribute->next) {
                 benchmark::DoNotOptimize(attribute->name[0]);
                 benchmark::DoNotOptimize(attribute->children->content[0]);
@@ -264,8 +270,9 @@ void readLines(const std::vector<std::string>& files)
     char line[1024];
     for (const std::string& file : files) {
         std::FILE* const stream = std::fopen(file.c_str(), "r");
-        while (std::fgets(line, sizeof line, stream))
+        while (std::fgets(line, sizeof line, stream) != nullptr) {
             benchmark::DoNotOptimize(line[0]);
+        }
         std::fclose(stream);
     }
 }
@@ -275,8 +282,9 @@ void writeLines(std::size_t count)
 {
     static const std::string line = "41 42 43 44 45 46 47 48 49 4A 4B 4C 4D 4E 4F 50\n";
     std::FILE* const file = std::fopen("written/reference.txt", "wb");
-    for (std::size_t i = 0; i < count; ++i)
+    for (std::size_t i = 0; i < count; ++i) {
         std::fwrite(line.data(), 1, line.size(), file);
+    }
     std::fclose(file);
 }
 
@@ -309,8 +317,9 @@ struct SizedTarget {
 
 std::string sizeName(std::size_t size)
 {
-    if (size >= 1000000)
+    if (size >= 1000000) {
         return "1 MB";
+    }
     return size >= 4000 ? "4 KB" : std::to_string(size) + " B";
 }
 
@@ -362,8 +371,9 @@ void addDocument(std::size_t size, double target)
 {
     auto engine = std::make_shared<KestrixDispEngine>();
     auto xml = std::make_shared<std::string>(document(size));
-    if (engine->parse(*xml, "default", "local").empty())
+    if (engine->parse(*xml, "default", "local").empty()) {
         fail("a document gives nothing");
+    }
     rows().push_back({"document through parse, " + sizeName(size), "bare libxml2 reader walk",
                       target,
                       [=] { benchmark::DoNotOptimize(engine->parse(*xml, "default", "local")); },
@@ -373,8 +383,9 @@ void addDocument(std::size_t size, double target)
 std::vector<std::string> profileFiles()
 {
     std::vector<std::string> files;
-    for (const fs::directory_entry& entry : fs::directory_iterator("."))
+    for (const fs::directory_entry& entry : fs::directory_iterator(".")) {
         files.push_back(entry.path().string());
+    }
     return files;
 }
 
@@ -437,16 +448,18 @@ void writeDevice(const std::string& name, int count)
         const bool isCount = line.rfind("MappingTableNumber", 0) == 0;
         file << (isCount ? "MappingTableNumber=" + std::to_string(count) + "\r" : line) << "\n";
     }
-    for (int i = 1; i <= count; ++i)
+    for (int i = 1; i <= count; ++i) {
         file << "[Table" << i << "]\r\nCodePage=" << i << "\r\nTableCommandParam=" << i - 1
              << "\r\nTableFileName=" << (i == count ? "ibm866.txt" : "ibm850.txt") << "\r\n";
+    }
     in.clear();
     in.seekg(0);
     bool inSets = false;
     for (std::string line; std::getline(in, line);) {
         inSets = inSets || line.rfind("[ICS1]", 0) == 0;
-        if (inSets)
+        if (inSets) {
             file << line << "\n";
+        }
     }
 }
 
@@ -454,10 +467,11 @@ void addManyTables()
 {
     writeDevice("last", 64);
     writeDevice("only", 1);
-    for (const std::size_t size : {40u, 4096u})
+    for (const std::size_t size : {40u, 4096u}) {
         addConversionPair("last of 64 tables, " + sizeName(size), "the only table", 1.05,
                           std::make_shared<Handle>("last"), std::make_shared<Handle>("only"),
                           workFor(kCyrillic, size));
+    }
 }
 
 // As many characters, in one text against in many.
@@ -471,8 +485,9 @@ void addScaling(const std::string& measure, const std::string& reference, double
     const std::size_t times = large.size() / small.size();
     rows().push_back({measure, reference, target, [=] { handle->convert(*largeText, *out); },
                       [=] {
-                          for (std::size_t i = 0; i < times; ++i)
+                          for (std::size_t i = 0; i < times; ++i) {
                               handle->convert(*smallText, *out);
+                          }
                       }});
 }
 
@@ -480,8 +495,9 @@ void addMarks()
 {
     const auto times = [](const std::string& text, int count) {
         std::string result;
-        for (int i = 0; i < count; ++i)
+        for (int i = 0; i < count; ++i) {
             result += text;
+        }
         return result;
     };
     const std::string run = "a\xCC\x81\xCC\xA3";  // U+0301 and, of a lower class, U+0323
@@ -568,8 +584,9 @@ void printFirstOpen(const fs::path& program)
     for (int i = 0; i < 21; ++i) {
         std::FILE* const process = popen((program.string() + " " + kFirstOpen).c_str(), "r");
         double times[2] = {};
-        if (!process || std::fscanf(process, "%lf %lf", &times[0], &times[1]) != 2)
+        if ((process == nullptr) || std::fscanf(process, "%lf %lf", &times[0], &times[1]) != 2) {
             fail("a process of its own gives no times");
+        }
         pclose(process);
         ours.push_back(times[0]);
         theirs.push_back(times[1]);
@@ -614,8 +631,9 @@ void printMemory()
     std::vector<std::unique_ptr<Handle>> handles;
     handles.push_back(std::make_unique<Handle>());
     const long before = residentBytes();
-    for (long i = 0; i < count; ++i)
+    for (long i = 0; i < count; ++i) {
         handles.push_back(std::make_unique<Handle>());
+    }
     const long perHandle = (residentBytes() - before) / count;
     std::ifstream database("UnicodeData.txt");
     const long records = std::count(std::istreambuf_iterator<char>(database), {}, '\n');
@@ -635,9 +653,11 @@ public:
     bool ReportContext(const Context&) override { return true; }
     void ReportRuns(const std::vector<Run>& runs) override
     {
-        for (const Run& run : runs)
-            if (run.run_type == Run::RT_Aggregate && run.aggregate_name == "median")
+        for (const Run& run : runs) {
+            if (run.run_type == Run::RT_Aggregate && run.aggregate_name == "median") {
                 m_medians[run.run_name.function_name] = run.GetAdjustedRealTime();
+            }
+        }
     }
     bool has(const std::string& name) const { return m_medians.contains(name); }
     double median(const std::string& name) const { return m_medians.at(name); }
@@ -650,8 +670,9 @@ void add(const std::string& name, const std::function<void()>& work)
 {
     benchmark::RegisterBenchmark(name.c_str(),
                                  [work](benchmark::State& state) {
-                                     for (auto _ : state)
+                                     for (auto _ : state) {
                                          work();
+                                     }
                                  })
         ->Unit(benchmark::kNanosecond)
         ->MinTime(0.02)
@@ -688,8 +709,9 @@ int main(int argc, char** argv)
     std::printf("| measure | reference | ours, ns | reference, ns | ratio | to reach |\n");
     std::printf("|---|---|---|---|---|---|\n");
     for (const Row& row : rows()) {
-        if (!keeper.has(oursOf(row)) || !keeper.has(theirsOf(row)))  // filtered out
+        if (!keeper.has(oursOf(row)) || !keeper.has(theirsOf(row))) {  // filtered out
             continue;
+        }
         const double ours = keeper.median(oursOf(row));
         const double theirs = keeper.median(theirsOf(row));
         std::printf("| %s | %s | %.0f | %.0f | %.2f | %.2f |\n", row.measure.c_str(),

@@ -1,11 +1,11 @@
 // The exported functions: check the arguments, call the converter, turn the outcome into a status.
 #include "converter/RuvoConverter.h"
 
-#include "converter/text/Conversion.h"
 #include "converter/handle/HandleTable.h"
 #include "converter/handle/OpenHandle.h"
 #include "converter/log/OperationLog.h"
 #include "converter/output/OutputRetrieval.h"
+#include "converter/text/Conversion.h"
 
 #include <exception>
 #include <limits>
@@ -37,8 +37,9 @@ template <class WriteEntry, class Work>
 [[gnu::always_inline]] inline short logged(HandleLink& handle, const WriteEntry& writeEntry,
                                            const Work& work) noexcept
 {
-    if (!handle.log.pLogFile) [[likely]]
-        return guarded(work);
+    if (!handle.log.pLogFile) {
+        [[likely]] return guarded(work);
+    }
     writeEntry(LogDirection::in, handle.log, short{RUVO_OK});
     const short status = guarded(work);
     writeEntry(LogDirection::out, handle.log, status);
@@ -48,7 +49,7 @@ template <class WriteEntry, class Work>
 // An input length with the top bit set is a negative number that went astray.
 bool isValidInput(const unsigned char* data, unsigned long length)
 {
-    return data && length > 0 && length <= std::numeric_limits<long>::max();
+    return (data != nullptr) && length > 0 && length <= std::numeric_limits<long>::max();
 }
 
 // Keeps the bytes 20..7F (hex). False when more of them remain than a name may hold: a cut name
@@ -56,10 +57,12 @@ bool isValidInput(const unsigned char* data, unsigned long length)
 bool keepPrintable(const unsigned char* data, unsigned long length, std::string& name)
 {
     for (unsigned long i = 0; i < length; ++i) {
-        if (data[i] < 0x20 || data[i] > 0x7F)
+        if (data[i] < 0x20 || data[i] > 0x7F) {
             continue;
-        if (name.size() == kMaxNameLength)
+        }
+        if (name.size() == kMaxNameLength) {
             return false;
+        }
         name.push_back(static_cast<char>(data[i]));
     }
     return true;
@@ -82,8 +85,9 @@ short setTargetCodePage(HandleSettings& settings, long lCodePage)
 
 short setEncodeType(HandleSettings& settings, short sEncodeType)
 {
-    if (sEncodeType < RUVO_UTF16_BY_MARK || sEncodeType > RUVO_UTF8)
+    if (sEncodeType < RUVO_UTF16_BY_MARK || sEncodeType > RUVO_UTF8) {
         return RUVO_INVALID_ARGUMENT;
+    }
     settings.sEncodeType = sEncodeType;
     return RUVO_OK;
 }
@@ -93,22 +97,26 @@ short setEncodeType(HandleSettings& settings, short sEncodeType)
 short RuvoOpenHandle(const unsigned char* pucDeviceInfo, unsigned long ulDeviceInfoLength,
                      const unsigned char* pucID, unsigned long ulIDLength)
 {
-    if (!isValidInput(pucDeviceInfo, ulDeviceInfoLength) || !isValidInput(pucID, ulIDLength))
+    if (!isValidInput(pucDeviceInfo, ulDeviceInfoLength) || !isValidInput(pucID, ulIDLength)) {
         return RUVO_INVALID_ARGUMENT;
+    }
     return guarded([&]() -> short {
         std::string deviceInfoName;
         std::string id;
         if (!keepPrintable(pucDeviceInfo, ulDeviceInfoLength, deviceInfoName) ||
-            !keepPrintable(pucID, ulIDLength, id))
+            !keepPrintable(pucID, ulIDLength, id)) {
             return RUVO_INVALID_ARGUMENT;
+        }
         const short result = Lutm_OpenHandleCommon(deviceInfoName, id);
         HandleLink* const handle = Cutm_CheckHandle(result);
-        if (!handle)
+        if (handle == nullptr) {
             return result;
+        }
         // Both entries are written now: the log belongs to the handle.
-        for (const LogDirection direction : {LogDirection::in, LogDirection::out})
+        for (const LogDirection direction : {LogDirection::in, LogDirection::out}) {
             Lutm_RuvoOpenHandle(direction, handle->log, handle->settings, pucDeviceInfo,
                                 ulDeviceInfoLength, deviceInfoName, result);
+        }
         return result;
     });
 }
@@ -116,8 +124,9 @@ short RuvoOpenHandle(const unsigned char* pucDeviceInfo, unsigned long ulDeviceI
 short RuvoCloseHandle(short sHandle)
 {
     HandleLink* const handle = Cutm_CheckHandle(sHandle);
-    if (!handle)
+    if (handle == nullptr) {
         return RUVO_INVALID_HANDLE;
+    }
     LogContext log = std::move(handle->log);
     Lutm_RuvoCloseHandle(LogDirection::in, log, sHandle, RUVO_OK);
     freeSlot(sHandle);
@@ -128,8 +137,9 @@ short RuvoCloseHandle(short sHandle)
 short RuvoSetData(short sHandle, unsigned char* pucData, unsigned long ulDataLength)
 {
     HandleLink* const handle = Cutm_CheckHandle(sHandle);
-    if (!handle)
+    if (handle == nullptr) {
         return RUVO_INVALID_HANDLE;
+    }
     const bool valid = isValidInput(pucData, ulDataLength);
     return logged(
         *handle,
@@ -145,8 +155,9 @@ short RuvoSetData(short sHandle, unsigned char* pucData, unsigned long ulDataLen
 short RuvoSetTargetCodePage(short sHandle, long lCodePage)
 {
     HandleLink* const handle = Cutm_CheckHandle(sHandle);
-    if (!handle)
+    if (handle == nullptr) {
         return RUVO_INVALID_HANDLE;
+    }
     return logged(
         *handle,
         [&](LogDirection direction, LogContext& log, short status) {
@@ -158,8 +169,9 @@ short RuvoSetTargetCodePage(short sHandle, long lCodePage)
 short RuvoSetEncodeType(short sHandle, short sEncodeType)
 {
     HandleLink* const handle = Cutm_CheckHandle(sHandle);
-    if (!handle)
+    if (handle == nullptr) {
         return RUVO_INVALID_HANDLE;
+    }
     return logged(
         *handle,
         [&](LogDirection direction, LogContext& log, short status) {
@@ -171,10 +183,12 @@ short RuvoSetEncodeType(short sHandle, short sEncodeType)
 short RuvoGetOutputData(short sHandle, unsigned char* pucPrintData, unsigned long* pulLength)
 {
     HandleLink* const handle = Cutm_CheckHandle(sHandle);
-    if (!handle)
+    if (handle == nullptr) {
         return RUVO_INVALID_HANDLE;
-    if (!pulLength)
+    }
+    if (pulLength == nullptr) {
         return RUVO_INVALID_ARGUMENT;
+    }
     const LogBuffer printData{pucPrintData, pulLength, *pulLength};
     return logged(
         *handle,
@@ -189,10 +203,11 @@ short RuvoGetRawData(short sHandle, unsigned char* pucCharCode, unsigned long* p
                      unsigned char* pucISetInfo, unsigned long* pulISetInfoLength)
 {
     HandleLink* const handle = Cutm_CheckHandle(sHandle);
-    if (!handle)
+    if (handle == nullptr) {
         return RUVO_INVALID_HANDLE;
+    }
     const auto logBuffer = [](const unsigned char* data, const unsigned long* length) {
-        return LogBuffer{data, length, length ? *length : 0};
+        return LogBuffer{data, length, length != nullptr ? *length : 0};
     };
     const LogBuffer charCode = logBuffer(pucCharCode, pulCharCodeLength);
     const LogBuffer tableInfo = logBuffer(pucTableInfo, pulTableInfoLength);

@@ -16,7 +16,7 @@ int settleDeclarations(xmlNode* type)
             continue;
         }
         auto* const declaration = reinterpret_cast<xmlAttribute*>(node);
-        defaults += declaration->defaultValue != nullptr;
+        defaults += static_cast<int>(declaration->defaultValue != nullptr);
         if (declaration->atype == XML_ATTRIBUTE_IDREF ||
             declaration->atype == XML_ATTRIBUTE_IDREFS) {
             declaration->atype = XML_ATTRIBUTE_CDATA;
@@ -41,23 +41,23 @@ class PlainDefaults {
 public:
     PlainDefaults()
     {
-        for (std::size_t i = 0; i < std::size(defaults_); ++i) {
-            ofHost_[i] = std::exchange(*defaults_[i], 0);
+        for (std::size_t i = 0; i < std::size(m_defaults); ++i) {
+            m_ofHost[i] = std::exchange(*m_defaults[i], 0);
         }
     }
     ~PlainDefaults()
     {
-        for (std::size_t i = 0; i < std::size(defaults_); ++i) {
-            *defaults_[i] = ofHost_[i];
+        for (std::size_t i = 0; i < std::size(m_defaults); ++i) {
+            *m_defaults[i] = m_ofHost[i];
         }
     }
     PlainDefaults(const PlainDefaults&) = delete;
     PlainDefaults& operator=(const PlainDefaults&) = delete;
 
 private:
-    int* const defaults_[3] = {&xmlLoadExtDtdDefaultValue, &xmlSubstituteEntitiesDefaultValue,
-                               &xmlDoValidityCheckingDefaultValue};
-    int ofHost_[3] = {};
+    int* const m_defaults[3] = {&xmlLoadExtDtdDefaultValue, &xmlSubstituteEntitiesDefaultValue,
+                                &xmlDoValidityCheckingDefaultValue};
+    int m_ofHost[3] = {};
 };
 
 }  // namespace
@@ -66,8 +66,8 @@ DocumentSource::DocumentSource(const std::string& data)
 {
     const PlainDefaults defaults;
     const ReadablePart part = readablePart(data);
-    end_ = part.end;
-    reader_.reset(
+    m_end = part.end;
+    m_reader.reset(
         xmlReaderForMemory(data.data(), static_cast<int>(part.length), nullptr, nullptr, 0));
 }
 
@@ -75,26 +75,26 @@ int DocumentSource::read()
 {
     const int result = xmlTextReaderRead(reader());
     if (result != 1) {
-        return end(result < 0 && end_ == DocumentEnd::wellFormed ? DocumentEnd::damaged : end_);
+        return end(result < 0 && m_end == DocumentEnd::wellFormed ? DocumentEnd::damaged : m_end);
     }
     // Not by way of the document: who asks for it has to free it.
     xmlNode* const node = xmlTextReaderCurrentNode(reader());
-    if (std::exchange(atStart_, false)) {
-        xmlDictSetLimit(node->doc->dict, largestDictionary);
+    if (std::exchange(m_atStart, false)) {
+        xmlDictSetLimit(node->doc->dict, kLargestDictionary);
     }
     const int type = xmlTextReaderNodeType(reader());
     if (type == XML_READER_TYPE_DOCUMENT_TYPE) {
-        if (settleDeclarations(node) > mostDefaults) {
+        if (settleDeclarations(node) > kMostDefaults) {
             return end(DocumentEnd::manyDefaults);
         }
     } else if (type == XML_READER_TYPE_ELEMENT && node->nsDef != nullptr) {
         const int count = countNamespaces(node);
-        if (namespaces_ + count > mostNamespaces) {
+        if (m_namespaces + count > kMostNamespaces) {
             return end(DocumentEnd::manyNamespaces);
         }
-        namespaces_ += xmlTextReaderIsEmptyElement(reader()) == 1 ? 0 : count;
+        m_namespaces += xmlTextReaderIsEmptyElement(reader()) == 1 ? 0 : count;
     } else if (type == XML_READER_TYPE_END_ELEMENT && node->nsDef != nullptr) {
-        namespaces_ -= countNamespaces(node);
+        m_namespaces -= countNamespaces(node);
     }
     return type;
 }

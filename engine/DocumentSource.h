@@ -13,11 +13,11 @@
 class DocumentSource {
 public:
     // Attributes with default values: each element gets all that are declared for it.
-    static constexpr int mostDefaults = 64;
+    static constexpr int kMostDefaults = 64;
     // Namespaces in scope: the reader looks through them at each prefix.
-    static constexpr int mostNamespaces = 4096;
+    static constexpr int kMostNamespaces = 4096;
     // Bytes of names that differ: the reader's dictionary becomes slow when it is large.
-    static constexpr unsigned int largestDictionary = 1048576;
+    static constexpr unsigned int kLargestDictionary = 1048576;
 
     // Refers to data.
     explicit DocumentSource(const std::string& data);
@@ -25,14 +25,14 @@ public:
     DocumentSource& operator=(const DocumentSource&) = delete;
 
     // Null without memory.
-    xmlTextReader* reader() const { return reader_.get(); }
+    xmlTextReader* reader() const { return m_reader.get(); }
 
     // Goes to the reader's next node and gives its type; 0, which is no node's, at the end of the
     // document or at an error.
     int read();
 
     // After read has given 0.
-    DocumentEnd end() const { return end_; }
+    DocumentEnd end() const { return m_end; }
 
 private:
     struct FreeReader {
@@ -41,14 +41,14 @@ private:
 
     int end(DocumentEnd end)
     {
-        end_ = end;
+        m_end = end;
         return 0;
     }
 
-    std::unique_ptr<xmlTextReader, FreeReader> reader_;
-    bool atStart_ = true;
-    int namespaces_ = 0;                         // in scope
-    DocumentEnd end_ = DocumentEnd::wellFormed;  // as far as is known
+    std::unique_ptr<xmlTextReader, FreeReader> m_reader;
+    bool m_atStart = true;
+    int m_namespaces = 0;                         // in scope
+    DocumentEnd m_end = DocumentEnd::wellFormed;  // as far as is known
 };
 
 #endif

@@ -60,29 +60,29 @@ class DocumentWalk {
 public:
     DocumentWalk(DocumentSource& source, const ParserMap& beginParsers, const ParserMap& endParsers,
                  OutputVector& out)
-        : source_(source),
-          reader_(source.reader()),
-          beginParsers_(beginParsers),
-          endParsers_(endParsers),
-          out_(out)
+        : m_source(source),
+          m_reader(source.reader()),
+          m_beginParsers(beginParsers),
+          m_endParsers(endParsers),
+          m_out(out)
     {
         static_assert(sizeof(KestrixDispEngine::LANG_DEFAULT) <= KestrixDispEngine::LANG_BUF_LEN);
-        std::memcpy(language_.data(), KestrixDispEngine::LANG_DEFAULT,
+        std::memcpy(m_language.data(), KestrixDispEngine::LANG_DEFAULT,
                     sizeof(KestrixDispEngine::LANG_DEFAULT));
-        documentState_[TagParser::ATTR_LANG] = language_.data();
+        m_documentState[TagParser::ATTR_LANG] = m_language.data();
     }
 
     void run()
     {
-        while (const int nodeType = source_.read()) {
-            state_ = next(eventOf(reader_, nodeType));
+        while (const int nodeType = m_source.read()) {
+            m_state = next(eventOf(m_reader, nodeType));
         }
     }
 
 private:
     State next(Event event)
     {
-        switch (state_) {
+        switch (m_state) {
         case State::idle:
             return idle(event);
         case State::collecting:
@@ -90,7 +90,7 @@ private:
         case State::skipping:
             return skipping(event);
         }
-        return state_;
+        return m_state;
     }
 
     State idle(Event event)
@@ -98,21 +98,21 @@ private:
         switch (event) {
         case Event::startTag:
         case Event::emptyElement: {
-            const xmlChar* const name = xmlTextReaderConstLocalName(reader_);
-            storeAttributes(reader_, attributes_);
+            const xmlChar* const name = xmlTextReaderConstLocalName(m_reader);
+            storeAttributes(m_reader, m_attributes);
             if (event == Event::startTag && collectsText(asText(name))) {
-                kept_ = name;
+                m_kept = name;
                 return State::collecting;
             }
-            call(beginParsers_, name);
+            call(m_beginParsers, name);
             if (event == Event::emptyElement) {
-                call(endParsers_, name);
+                call(m_endParsers, name);
             }
-            attributes_.clear();
+            m_attributes.clear();
             return State::idle;
         }
         case Event::endTag:
-            call(endParsers_, xmlTextReaderConstLocalName(reader_));
+            call(m_endParsers, xmlTextReaderConstLocalName(m_reader));
             return State::idle;
         case Event::text:
         case Event::other:
@@ -125,17 +125,17 @@ private:
     {
         switch (event) {
         case Event::startTag:
-            depth_ = 1;
+            m_depth = 1;
             return State::skipping;
         case Event::endTag:
-            if (!content_.empty()) {
-                content_.push_back(0);
-                attributes_[TagParser::CONTENT] = content_.data();
+            if (!m_content.empty()) {
+                m_content.push_back(0);
+                m_attributes[TagParser::CONTENT] = m_content.data();
             }
-            call(beginParsers_, kept_);
-            attributes_.clear();
-            content_.clear();
-            call(endParsers_, xmlTextReaderConstLocalName(reader_));
+            call(m_beginParsers, m_kept);
+            m_attributes.clear();
+            m_content.clear();
+            call(m_endParsers, xmlTextReaderConstLocalName(m_reader));
             return State::idle;
         case Event::text:
             appendContent();
@@ -151,11 +151,11 @@ private:
     {
         switch (event) {
         case Event::startTag:
-            ++depth_;
+            ++m_depth;
             return State::skipping;
         case Event::endTag:
-            --depth_;
-            return depth_ == 0 ? State::collecting : State::skipping;
+            --m_depth;
+            return m_depth == 0 ? State::collecting : State::skipping;
         case Event::emptyElement:
         case Event::text:
         case Event::other:
@@ -167,10 +167,10 @@ private:
     // Of a text node, a section or white space the node's content is all there is.
     void appendContent()
     {
-        const xmlNode* const node = xmlTextReaderCurrentNode(reader_);
+        const xmlNode* const node = xmlTextReaderCurrentNode(m_reader);
         if (node != nullptr && node->content != nullptr) {
-            content_.insert(content_.end(), node->content,
-                            node->content + xmlStrlen(node->content));
+            m_content.insert(m_content.end(), node->content,
+                             node->content + xmlStrlen(node->content));
         }
     }
 
@@ -179,24 +179,24 @@ private:
     void call(const ParserMap& parsers, const xmlChar* name)
     {
         if (TagParser* const parser = parserFor(asText(name), parsers)) {
-            parser->parse(name, attributes_, documentState_, out_);
-            attributes_.clear();
+            parser->parse(name, m_attributes, m_documentState, m_out);
+            m_attributes.clear();
         }
     }
 
-    DocumentSource& source_;
-    xmlTextReader* reader_;
-    const ParserMap& beginParsers_;
-    const ParserMap& endParsers_;
-    OutputVector& out_;
+    DocumentSource& m_source;
+    xmlTextReader* m_reader;
+    const ParserMap& m_beginParsers;
+    const ParserMap& m_endParsers;
+    OutputVector& m_out;
 
-    State state_ = State::idle;
-    unsigned int depth_ = 0;              // skipping: elements open inside the kept one
-    const xmlChar* kept_ = nullptr;       // collecting, skipping: waits for its end tag
-    AttributeMap attributes_;             // of the element at hand, or of the kept one
-    std::vector<unsigned char> content_;  // text collected so far, UTF-8
-    std::array<unsigned char, KestrixDispEngine::LANG_BUF_LEN> language_{};
-    AttributeMap documentState_;
+    State m_state = State::idle;
+    unsigned int m_depth = 0;              // skipping: elements open inside the kept one
+    const xmlChar* m_kept = nullptr;       // collecting, skipping: waits for its end tag
+    AttributeMap m_attributes;             // of the element at hand, or of the kept one
+    std::vector<unsigned char> m_content;  // text collected so far, UTF-8
+    std::array<unsigned char, KestrixDispEngine::LANG_BUF_LEN> m_language{};
+    AttributeMap m_documentState;
 };
 
 }  // namespace

@@ -13,8 +13,8 @@ short KestrixDispEngine::ucHandle = 0;
 namespace {
 
 // The output of a document is mostly shorter than the document, in bytes.
-constexpr std::size_t leastRoomAtStart = 512;
-constexpr std::size_t mostRoomAtStart = 64 * 1024;
+constexpr std::size_t kLeastRoomAtStart = 512;
+constexpr std::size_t kMostRoomAtStart = 64 * 1024;
 
 const unsigned char* bytesOf(const std::string& text)
 {
@@ -72,7 +72,7 @@ std::string KestrixDispEngine::parse(std::string data, std::string devInfo,
             return {};
         }
         OutputVector out;
-        out.reserve(std::min(data.size(), mostRoomAtStart) + leastRoomAtStart);
+        out.reserve(std::min(data.size(), kMostRoomAtStart) + kLeastRoomAtStart);
         walkDocument(data, funcMapBegin, funcMapEnd, out);
         return std::string(reinterpret_cast<const char*>(out.data()), out.size());
     } catch (...) {

@@ -18,11 +18,11 @@
 namespace {
 
 // The shortest attribute is a blank, a letter, "=" and two quotes.
-constexpr std::size_t shortTag = 5 * mostAttributes;
+constexpr std::size_t kShortTag = 5 * kMostAttributes;
 
 // A document is decoded in pieces, as the XML library counts some sizes in 32 bits. An XML
 // declaration that is not whole in the first one is one that the reader cannot read.
-constexpr std::size_t pieceSize = largestTag;
+constexpr std::size_t kPieceSize = kLargestTag;
 
 // ---- Decoding ----
 
@@ -51,13 +51,13 @@ public:
     {
         xmlSetStructuredErrorFunc(nullptr, [](void*, xmlErrorPtr) {});
     }
-    ~Silence() { xmlSetStructuredErrorFunc(context_, function_); }
+    ~Silence() { xmlSetStructuredErrorFunc(m_context, m_function); }
     Silence(const Silence&) = delete;
     Silence& operator=(const Silence&) = delete;
 
 private:
-    const xmlStructuredErrorFunc function_ = xmlStructuredError;
-    void* const context_ = xmlStructuredErrorContext;
+    const xmlStructuredErrorFunc m_function = xmlStructuredError;
+    void* const m_context = xmlStructuredErrorContext;
 };
 
 // A document in UTF-8, without its XML declaration, as far as it can be decoded.
@@ -65,52 +65,52 @@ class Decoded {
 public:
     // data must not be empty.
     explicit Decoded(std::string_view data)
-        : context_(contextFor(data.substr(0, pieceSize))), input_(*context_->input)
+        : m_context(contextFor(data.substr(0, kPieceSize))), m_input(*m_context->input)
     {
         if (data.size() >= 4) {
             const xmlCharEncoding encoding =
                 xmlDetectCharEncoding(reinterpret_cast<const unsigned char*>(data.data()), 4);
             if (encoding != XML_CHAR_ENCODING_NONE) {
-                xmlSwitchEncoding(context_.get(), encoding);
+                xmlSwitchEncoding(m_context.get(), encoding);
             }
         }
-        const char* const start = reinterpret_cast<const char*>(input_.cur);
+        const char* const start = reinterpret_cast<const char*>(m_input.cur);
         if (std::strncmp(start, "<?xml", 5) == 0 && std::strchr(" \t\r\n", start[5]) != nullptr) {
-            xmlParseXMLDecl(context_.get());
+            xmlParseXMLDecl(m_context.get());
         }
-        const auto begin = static_cast<std::size_t>(input_.cur - input_.base);
+        const auto begin = static_cast<std::size_t>(m_input.cur - m_input.base);
         if (isReadable()) {
-            decode(data.substr(std::min(pieceSize, data.size())));
-            const std::size_t size = xmlBufUse(input_.buf->buffer);
-            text_ = {reinterpret_cast<const char*>(xmlBufContent(input_.buf->buffer)) + begin,
-                     size - begin};
+            decode(data.substr(std::min(kPieceSize, data.size())));
+            const std::size_t size = xmlBufUse(m_input.buf->buffer);
+            m_text = {reinterpret_cast<const char*>(xmlBufContent(m_input.buf->buffer)) + begin,
+                      size - begin};
         }
     }
 
     // False when the reader gives up at the XML declaration.
-    bool isReadable() const { return context_->wellFormed != 0; }
+    bool isReadable() const { return m_context->wellFormed != 0; }
 
-    std::string_view text() const { return text_; }
+    std::string_view text() const { return m_text; }
 
 private:
     void decode(std::string_view rest)
     {
         std::size_t before = 0;
         do {
-            before = xmlBufUse(input_.buf->buffer);
-            const std::string_view piece = rest.substr(0, pieceSize);
+            before = xmlBufUse(m_input.buf->buffer);
+            const std::string_view piece = rest.substr(0, kPieceSize);
             rest.remove_prefix(piece.size());
-            if (xmlParserInputBufferPush(input_.buf, static_cast<int>(piece.size()), piece.data()) <
-                0) {
+            if (xmlParserInputBufferPush(m_input.buf, static_cast<int>(piece.size()),
+                                         piece.data()) < 0) {
                 return;
             }
-        } while (!rest.empty() || xmlBufUse(input_.buf->buffer) > before);
+        } while (!rest.empty() || xmlBufUse(m_input.buf->buffer) > before);
     }
 
-    const Silence silence_;
-    Context context_;
-    xmlParserInput& input_;
-    std::string_view text_;
+    const Silence m_silence;
+    Context m_context;
+    xmlParserInput& m_input;
+    std::string_view m_text;
 };
 
 // ---- Document types ----
@@ -121,13 +121,13 @@ struct Passage {
 };
 
 // Text to the reader up to its end, whatever it holds.
-constexpr Passage passages[] = {{"<!--", "-->"}, {"<![CDATA[", "]]>"}, {"<?", "?>"}};
+constexpr Passage kPassages[] = {{"<!--", "-->"}, {"<![CDATA[", "]]>"}, {"<?", "?>"}};
 
 // After the passage that begins at i; i when none does, and the text's size without an end.
 std::size_t endOfPassage(std::string_view text, std::size_t i)
 {
     const std::string_view rest = text.substr(i);
-    for (const Passage& passage : passages) {
+    for (const Passage& passage : kPassages) {
         if (rest.starts_with(passage.begin)) {
             const std::size_t end = rest.find(passage.end, passage.begin.size());
             return end == std::string_view::npos ? text.size() : i + end + passage.end.size();
@@ -136,7 +136,7 @@ std::size_t endOfPassage(std::string_view text, std::size_t i)
     return i;
 }
 
-constexpr std::string_view doctype = "<!DOCTYPE";
+constexpr std::string_view kDoctype = "<!DOCTYPE";
 
 // The document type at the beginning of the text, up to its end or that of the text, as the reader
 // looks for it: in quotes and comments nothing counts, in brackets no ">". Quotes in an instruction
@@ -166,7 +166,7 @@ xmlEntity* countParameterEntity(void* context, const xmlChar* name)
     xmlEntity* const entity = xmlSAX2GetParameterEntity(context, name);
     auto& size = *static_cast<std::size_t*>(trial->_private);
     size += entity == nullptr ? 0 : static_cast<std::size_t>(entity->length);
-    if (size > largestDocumentType) {
+    if (size > kLargestDocumentType) {
         xmlStopParser(trial);
         return nullptr;
     }
@@ -179,7 +179,7 @@ xmlEntity* countParameterEntity(void* context, const xmlChar* name)
 std::size_t expandedSize(std::string_view type)
 {
     std::size_t size = type.size();
-    if (size > largestDocumentType || type.find('%') == std::string_view::npos) {
+    if (size > kLargestDocumentType || type.find('%') == std::string_view::npos) {
         return size;
     }
     const Silence silence;
@@ -204,14 +204,15 @@ Excess excessOfTag(std::string_view text, std::size_t i, std::size_t next)
     const std::string_view tag = text.substr(i, next - i);
     std::size_t attributes = 0;
     std::size_t k = 0;
-    while ((k = tag.find_first_of("'\">", k)) < std::min(tag.size(), largestTag) && tag[k] != '>') {
-        if (++attributes > mostAttributes) {
+    while ((k = tag.find_first_of("'\">", k)) < std::min(tag.size(), kLargestTag) &&
+           tag[k] != '>') {
+        if (++attributes > kMostAttributes) {
             return {DocumentEnd::manyAttributes, i + k};
         }
         k = std::min(tag.find(tag[k], k + 1), tag.size() - 1) + 1;
     }
     const std::size_t size = k < tag.size() ? k + 1 : tag.size();
-    return {size > largestTag ? DocumentEnd::largeTag : DocumentEnd::wellFormed, i + largestTag};
+    return {size > kLargestTag ? DocumentEnd::largeTag : DocumentEnd::wellFormed, i + kLargestTag};
 }
 
 Excess firstExcess(std::string_view text)
@@ -222,9 +223,9 @@ Excess firstExcess(std::string_view text)
         const char kind = i + 1 < text.size() ? text[i + 1] : '\0';
         if (kind == '!' || kind == '?') {
             std::size_t end = endOfPassage(text, i);
-            if (inProlog && text.substr(i).starts_with(doctype)) {
+            if (inProlog && text.substr(i).starts_with(kDoctype)) {
                 const std::string_view type = documentType(text.substr(i));
-                if (expandedSize(type) > largestDocumentType) {
+                if (expandedSize(type) > kLargestDocumentType) {
                     return {DocumentEnd::largeDocumentType, i};
                 }
                 end = i + type.size();
@@ -233,11 +234,11 @@ Excess firstExcess(std::string_view text)
             continue;
         }
         inProlog = false;
-        if (text.size() - i <= shortTag) {
+        if (text.size() - i <= kShortTag) {
             break;
         }
         const std::size_t next = std::min(text.find('<', i + 1), text.size());
-        if (next - i > shortTag) {
+        if (next - i > kShortTag) {
             const Excess excess = excessOfTag(text, i, next);
             if (excess.end != DocumentEnd::wellFormed) {
                 return excess;
@@ -290,7 +291,7 @@ ReadablePart readablePart(const std::string& data)
     }
     const Decoded decoded(data);
     if (!decoded.isReadable()) {
-        return {std::min(data.size(), pieceSize), DocumentEnd::wellFormed};
+        return {std::min(data.size(), kPieceSize), DocumentEnd::wellFormed};
     }
     const Excess excess = firstExcess(decoded.text());
     return {excess.end == DocumentEnd::wellFormed ? data.size() : encodedLength(data, excess.place),

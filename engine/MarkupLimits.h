@@ -9,9 +9,9 @@
 #include <cstddef>
 #include <string>
 
-inline constexpr std::size_t mostAttributes = 4096;        // of a tag, namespaces among them
-inline constexpr std::size_t largestTag = 1048576;         // bytes in UTF-8
-inline constexpr std::size_t largestDocumentType = 32768;  // bytes in UTF-8; see readablePart
+inline constexpr std::size_t kMostAttributes = 4096;        // of a tag, namespaces among them
+inline constexpr std::size_t kLargestTag = 1048576;         // bytes in UTF-8
+inline constexpr std::size_t kLargestDocumentType = 32768;  // bytes in UTF-8; see readablePart
 
 // Why there is nothing more to read of a document. The limits of the last two are DocumentSource's.
 enum class DocumentEnd {

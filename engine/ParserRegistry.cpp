@@ -40,7 +40,7 @@ using Engine = KestrixDispEngine;
 
 // One row per parser. An element with Text::collected has its row in funcMapBegin called at its
 // end tag.
-constexpr Registration registrations[] = {
+constexpr Registration kRegistrations[] = {
     {&Engine::funcMapBegin, Engine::TAG_TEXT, Text::collected, create<TextTagParser>},
     {&Engine::funcMapBegin, Engine::TAG_OVIXD, Text::ignored, create<OVIXDisplayTagParser>},
     {&Engine::funcMapBegin, Engine::TAG_WINDOW, Text::ignored, create<WindowTagParser>},
@@ -66,12 +66,12 @@ std::vector<const KestrixDispEngine*>* liveEngines = nullptr;
 // Walks the list, locked: for (const KestrixDispEngine *engine : LiveEngines()).
 class LiveEngines {
 public:
-    auto begin() const { return engines_.begin(); }
-    auto end() const { return engines_.end(); }
+    auto begin() const { return m_engines.begin(); }
+    auto end() const { return m_engines.end(); }
 
 private:
-    const std::lock_guard<std::mutex> lock_{liveEnginesLock};
-    const std::span<const KestrixDispEngine* const> engines_ =
+    const std::lock_guard<std::mutex> m_lock{liveEnginesLock};
+    const std::span<const KestrixDispEngine* const> m_engines =
         liveEngines == nullptr ? std::span<const KestrixDispEngine* const>() : *liveEngines;
 };
 
@@ -126,7 +126,7 @@ void deleteUnheld(ParserMap& map, ParserMap& alsoOwned) noexcept
         if (parser != nullptr) {
             forget(parser, map);
             forget(parser, alsoOwned);
-            TagParser::operator delete (parser, std::destroying_delete_t{});
+            TagParser::operator delete(parser, std::destroying_delete_t{});
         }
     }
     map.clear();
@@ -136,7 +136,7 @@ void deleteUnheld(ParserMap& map, ParserMap& alsoOwned) noexcept
 
 void registerParsers(KestrixDispEngine& engine)
 {
-    for (const Registration& row : registrations) {
+    for (const Registration& row : kRegistrations) {
         // The place first: a parser without one would be lost.
         TagParser*& entry = (engine.*row.map)[row.tag];
         entry = row.create();
@@ -215,7 +215,7 @@ void replaceHandles(HandleMap& map, HandleMap copy) noexcept
 
 bool collectsText(const char* name)
 {
-    return std::any_of(std::begin(registrations), std::end(registrations),
+    return std::any_of(std::begin(kRegistrations), std::end(kRegistrations),
                        [name](const Registration& row) {
                            return row.text == Text::collected && std::strcmp(row.tag, name) == 0;
                        });

@@ -20,12 +20,12 @@ struct NamedCode {
     unsigned char code;
 };
 
-constexpr NamedCode styles[] = {
+constexpr NamedCode kStyles[] = {
     {"thin", 1},        {"medium", 2},        {"thick", 3},
     {"thin_double", 4}, {"medium_double", 5}, {"thick_double", 6},
 };
 
-constexpr NamedCode colors[] = {
+constexpr NamedCode kColors[] = {
     {"none", 0x30}, {"color_1", 0x31}, {"color_2", 0x32}, {"color_3", 0x33}, {"color_4", 0x34},
 };
 
@@ -126,10 +126,10 @@ int replaceEscapes(unsigned char* buf, int len, Encoding encoding)
 
 TagParser::TagParser()
 {
-    for (const NamedCode& style : styles) {
+    for (const NamedCode& style : kStyles) {
         styleMap[style.name] = style.code;
     }
-    for (const NamedCode& color : colors) {
+    for (const NamedCode& color : kColors) {
         colorMap[color.name] = color.code;
     }
 }

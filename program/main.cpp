@@ -28,8 +28,9 @@ int run(int argc, char** argv)
     program.require_subcommand(1);
     program.set_version_flag("--version", "kestrix-disp " KESTRIX_VERSION);
     std::vector<Command> commands;
-    for (const auto makeCommand : kCommands)
+    for (const auto makeCommand : kCommands) {
         commands.push_back(makeCommand(program));
+    }
     try {
         program.parse(argc, argv);
     } catch (const CLI::ParseError& error) {
@@ -39,13 +40,15 @@ int run(int argc, char** argv)
             return kUsage;
         }
         const int status = program.exit(error);
-        if (!std::cout.flush())
+        if (!std::cout.flush()) {
             throw std::runtime_error("cannot write the output");
+        }
         return status == 0 ? kDone : kUsage;  // 0: help was asked for
     }
     for (const Command& command : commands) {
-        if (command.arguments->parsed())
+        if (command.arguments->parsed()) {
             return command.run();
+        }
     }
     return kUsage;
 }

@@ -9,10 +9,10 @@
 namespace {
 
 // The converter converts no more of one text than this many bytes,
-constexpr std::size_t longestInput = 0x800000;
+constexpr std::size_t kLongestInput = 0x800000;
 // and gives at most one character for each: its code, a table switch and two switches of the
 // internal character set, of three bytes each.
-constexpr std::size_t longestOutputPerByte = 1 + 3 + 2 * 3;
+constexpr std::size_t kLongestOutputPerByte = 1 + 3 + 2 * 3;
 
 // Makes room for `count` more bytes, growing like a vector that is appended to.
 void makeRoom(OutputVector& out, std::size_t count)
@@ -30,7 +30,7 @@ std::size_t appendConvertedText(unsigned char* text, OutputVector& out)
     const std::size_t length = std::strlen(reinterpret_cast<const char*>(text));
 
     // The room comes first: once the converter holds the text, emptying it must not fail.
-    makeRoom(out, std::min(length, longestInput) * longestOutputPerByte);
+    makeRoom(out, std::min(length, kLongestInput) * kLongestOutputPerByte);
 
     const short status = KestrixDispEngine::RuvoSetData(handle, text, length);
     const bool rejected = status < 0;

@@ -9,7 +9,7 @@ struct Corner {
     unsigned char code;
 };
 
-constexpr Corner corners[] = {
+constexpr Corner kCorners[] = {
     {CursorTagParser::TOP_LEFT, 0x01},
     {CursorTagParser::TOP_RIGHT, 0x02},
     {CursorTagParser::BOTTOM_LEFT, 0x03},
@@ -41,7 +41,7 @@ void CursorTagParser::storeXY(const unsigned char* x, const unsigned char* y, Ou
 
 void CursorTagParser::storeMoveTo(const unsigned char* corner, OutputVector& out)
 {
-    for (const Corner& known : corners) {
+    for (const Corner& known : kCorners) {
         if (equals(corner, known.name)) {
             const unsigned char command[] = {SUB, 0x6D, known.code};
             out.insert(out.end(), std::begin(command), std::end(command));

@@ -7,14 +7,14 @@
 
 namespace {
 
-constexpr std::int32_t blinkUnit = 50;
+constexpr std::int32_t kBlinkUnit = 50;
 
 struct Brightness {
     std::int32_t value;
     unsigned char code;
 };
 
-constexpr Brightness brightnesses[] = {{20, 0x01}, {40, 0x02}, {60, 0x03}, {100, 0x04}};
+constexpr Brightness kBrightnesses[] = {{20, 0x01}, {40, 0x02}, {60, 0x03}, {100, 0x04}};
 
 }  // namespace
 
@@ -47,7 +47,7 @@ void BlinkTagParser::subParse(AttributeMap& attributes, AttributeMap&, OutputVec
     }
     // Truncated toward zero, then one more for any remainder: -75 gives 0, not -1 or -2.
     const std::int32_t interval = decimal(text);
-    const std::int32_t steps = interval / blinkUnit + (interval % blinkUnit != 0 ? 1 : 0);
+    const std::int32_t steps = interval / kBlinkUnit + (interval % kBlinkUnit != 0 ? 1 : 0);
     const unsigned char command[] = {US, 0x45, lowByte(steps)};
     out.insert(out.end(), std::begin(command), std::end(command));
 }
@@ -59,7 +59,7 @@ void BrightnessTagParser::subParse(AttributeMap& attributes, AttributeMap&, Outp
         return;
     }
     const std::int32_t value = decimal(text);
-    for (const Brightness& known : brightnesses) {
+    for (const Brightness& known : kBrightnesses) {
         if (known.value == value) {
             const unsigned char command[] = {US, 0x58, known.code};
             out.insert(out.end(), std::begin(command), std::end(command));

@@ -4,7 +4,7 @@
 
 namespace {
 
-constexpr std::size_t longestText = 0xFFFF;  // L has 16 bits
+constexpr std::size_t kLongestText = 0xFFFF;  // L has 16 bits
 
 }  // namespace
 
@@ -25,7 +25,7 @@ void MarqueeTagParser::subParse(AttributeMap& attributes, AttributeMap& state, O
     const unsigned char* const repeat = attributeValue(ATTR_REPEAT, attributes);
     OutputVector block(10);
     const std::size_t length = appendConvertedText(content, block);
-    if (length == 0 || length > longestText) {
+    if (length == 0 || length > kLongestText) {
         return;
     }
     block[0] = SUB;

@@ -29,12 +29,12 @@ struct IntegerArgument : PlainArgument<Integer> {
 
 template <>
 struct Argument<short> : IntegerArgument<short> {
-    static constexpr const char* type = "short";
+    static constexpr const char* kType = "short";
 };
 
 template <>
 struct Argument<unsigned long> : IntegerArgument<unsigned long> {
-    static constexpr const char* type = "unsigned long";
+    static constexpr const char* kType = "unsigned long";
 };
 
 // A wrapped pointer, which may be null.
@@ -45,22 +45,22 @@ struct PointerArgument : PlainArgument<Pointer> {
 
 template <>
 struct Argument<unsigned char*> : PointerArgument<unsigned char*> {
-    static constexpr const char* type = "unsigned char *";
+    static constexpr const char* kType = "unsigned char *";
 };
 
 template <>
 struct Argument<const unsigned char*> : PointerArgument<const unsigned char*> {
-    static constexpr const char* type = "unsigned char *";
+    static constexpr const char* kType = "unsigned char *";
 };
 
 template <>
 struct Argument<unsigned long*> : PointerArgument<unsigned long*> {
-    static constexpr const char* type = "unsigned long *";
+    static constexpr const char* kType = "unsigned long *";
 };
 
 template <>
 struct Argument<std::string> {
-    static constexpr const char* type = "std::string";
+    static constexpr const char* kType = "std::string";
     using Value = Bytes;
     static Problem convert(pTHX_ SV* sv, Value& value) { return toBytes(aTHX_ sv, value); }
     static Problem check(Value) { return Problem::none; }
@@ -70,13 +70,13 @@ struct Argument<std::string> {
 // A Perl string up to its first NUL, or a wrapped pointer, which may be null.
 template <>
 struct Argument<const char*> : PlainArgument<const char*> {
-    static constexpr const char* type = "char *";
+    static constexpr const char* kType = "char *";
     static Problem convert(pTHX_ SV* sv, Value& value);
 };
 
 // An engine that is alive, whoever owns it.
 struct EngineArgument {
-    static constexpr const char* type = "KestrixDispEngine *";
+    static constexpr const char* kType = "KestrixDispEngine *";
     struct Value {
         KestrixDispEngine* engine = nullptr;
         SV* inner = nullptr;
@@ -118,17 +118,17 @@ struct MapArgument {
 
 template <>
 struct Argument<const ParserMap&> : MapArgument<ParserMap> {
-    static constexpr const char* type = Wrapped<ParserMap>::referenceType;
+    static constexpr const char* kType = Wrapped<ParserMap>::kReferenceType;
 };
 
 template <>
 struct Argument<ParserMap> : MapArgument<ParserMap> {
-    static constexpr const char* type = Wrapped<ParserMap>::type;
+    static constexpr const char* kType = Wrapped<ParserMap>::kType;
 };
 
 template <>
 struct Argument<HandleMap> : MapArgument<HandleMap> {
-    static constexpr const char* type = Wrapped<HandleMap>::type;
+    static constexpr const char* kType = Wrapped<HandleMap>::kType;
 };
 
 #endif

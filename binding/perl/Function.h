@@ -81,7 +81,7 @@ private:
     static bool accept(Problem problem, std::size_t index, Outcome& outcome)
     {
         if (problem != Problem::none) {
-            outcome = {problem, static_cast<int>(index) + 1, Argument<Parameter>::type};
+            outcome = {problem, static_cast<int>(index) + 1, Argument<Parameter>::kType};
         }
         return problem == Problem::none;
     }

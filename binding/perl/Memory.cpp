@@ -108,7 +108,7 @@ struct MemoryArgument {
     using Value = Block*;
     static Problem convert(pTHX_ SV* sv, Value& value)
     {
-        if (!sv_isobject(sv) || !sv_derived_from(sv, Argument<T>::type)) {
+        if (!sv_isobject(sv) || !sv_derived_from(sv, Argument<T>::kType)) {
             return Problem::wrongType;
         }
         const MAGIC* const magic = mg_findext(SvRV(sv), PERL_MAGIC_ext, &kMagic);
@@ -125,7 +125,7 @@ struct MemoryArgument {
 
 template <>
 struct Argument<std::span<unsigned char>> : MemoryArgument<std::span<unsigned char>> {
-    static constexpr const char* type = "KestrixDispEngine::Bytes";
+    static constexpr const char* kType = "KestrixDispEngine::Bytes";
     static Problem check(Value) { return Problem::none; }
     static std::span<unsigned char> pass(pTHX_ Value value)
     {
@@ -135,7 +135,7 @@ struct Argument<std::span<unsigned char>> : MemoryArgument<std::span<unsigned ch
 
 template <>
 struct Argument<unsigned long&> : MemoryArgument<unsigned long&> {
-    static constexpr const char* type = "KestrixDispEngine::Number";
+    static constexpr const char* kType = "KestrixDispEngine::Number";
     static Problem check(Value value)  // it may be another object, blessed anew
     {
         return value->length == sizeof(unsigned long) ? Problem::none : Problem::wrongType;

@@ -14,35 +14,35 @@ struct Wrapped;
 
 template <>
 struct Wrapped<KestrixDispEngine> {
-    static constexpr const char* package = kEngineClass;
+    static constexpr const char* kPackage = kEngineClass;
 };
 
 template <>
 struct Wrapped<char> {
-    static constexpr const char* package = "_p_char";
+    static constexpr const char* kPackage = "_p_char";
 };
 
 template <>
 struct Wrapped<unsigned char> {
-    static constexpr const char* package = "_p_unsigned_char";
+    static constexpr const char* kPackage = "_p_unsigned_char";
 };
 
 template <>
 struct Wrapped<unsigned long> {
-    static constexpr const char* package = "_p_unsigned_long";
+    static constexpr const char* kPackage = "_p_unsigned_long";
 };
 
 template <>
 struct Wrapped<ParserMap> {
-    static constexpr const char* package = "_p_std__mapT_char_const_p_TagParser_p_compare_t";
-    static constexpr const char* type = "std::map< char const *,TagParser *,compare >";
-    static constexpr const char* referenceType = "std::map< char const *,TagParser *,compare > &";
+    static constexpr const char* kPackage = "_p_std__mapT_char_const_p_TagParser_p_compare_t";
+    static constexpr const char* kType = "std::map< char const *,TagParser *,compare >";
+    static constexpr const char* kReferenceType = "std::map< char const *,TagParser *,compare > &";
 };
 
 template <>
 struct Wrapped<HandleMap> {
-    static constexpr const char* package = "_p_std__mapT_std__string_const_short_t";
-    static constexpr const char* type = "std::map< std::string const,short >";
+    static constexpr const char* kPackage = "_p_std__mapT_std__string_const_short_t";
+    static constexpr const char* kType = "std::map< std::string const,short >";
 };
 
 // For what code that runs during the conversion of arguments may drop the last reference to.
@@ -61,7 +61,7 @@ template <class T>
 Problem toPointer(pTHX_ SV* sv, T*& pointer)
 {
     void* address = nullptr;
-    const Problem problem = toAddress(aTHX_ sv, Wrapped<std::remove_const_t<T>>::package, address);
+    const Problem problem = toAddress(aTHX_ sv, Wrapped<std::remove_const_t<T>>::kPackage, address);
     pointer = static_cast<T*>(address);
     return problem;
 }
@@ -74,7 +74,7 @@ SV* innerPointer(pTHX_ SV* sv);
 template <class T>
 SV* wrap(pTHX_ T* pointer)
 {
-    return sv_setref_pv(sv_newmortal(), Wrapped<T>::package, pointer);
+    return sv_setref_pv(sv_newmortal(), Wrapped<T>::kPackage, pointer);
 }
 
 // A new engine hash, mortal. Perl owns the engine: its inner pointer is entered in OWNER.

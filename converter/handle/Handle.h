@@ -1,11 +1,11 @@
 // What one open handle owns.
 #pragma once
 
-#include "converter/tables/CharacterTables.h"
-#include "converter/tables/Composition.h"
-#include "converter/profile/HandleSettings.h"
 #include "converter/log/OperationLog.h"
 #include "converter/output/OutputChain.h"
+#include "converter/profile/HandleSettings.h"
+#include "converter/tables/CharacterTables.h"
+#include "converter/tables/Composition.h"
 
 #include <cstdint>
 #include <utility>

@@ -9,8 +9,9 @@ constinit HandleLinkMngInf g_stHandlelinkMngInfTbl{};
 void ensureHandleArray()
 {
     HandleLinkMngInf& table = g_stHandlelinkMngInfTbl;
-    if (table.pstHandleLink)
+    if (table.pstHandleLink != nullptr) {
         return;
+    }
     // Never negative: the settings have 1 to 254.
     table.pstHandleLink =
         new std::unique_ptr<HandleLink>[static_cast<std::uint16_t>(table.sMaximumHandle)];

@@ -1,7 +1,7 @@
 #include "converter/handle/OpenHandle.h"
 
-#include "converter/profile/CharacterFiles.h"
 #include "converter/handle/HandleTable.h"
+#include "converter/profile/CharacterFiles.h"
 #include "converter/profile/SettingsFiles.h"
 
 namespace ruvo {
@@ -27,8 +27,9 @@ short readSettings(const std::string& modulePath, HandleSettings& settings)
         const HandleSettings& settings;
         ~Keeper()
         {
-            if (settings.sMaximumHandle != 0)
+            if (settings.sMaximumHandle != 0) {
                 g_stHandlelinkMngInfTbl.sMaximumHandle = settings.sMaximumHandle;
+            }
         }
     };
     const Keeper keeper{settings};
@@ -39,8 +40,9 @@ short Lutm_createUnicodeTable(HandleSettings& settings, const DeviceInfo& device
 {
     ensureHandleArray();
     CharacterTables tables;
-    if (const short status = readCharacterFiles(settings, deviceInfo, tables))
+    if (const short status = readCharacterFiles(settings, deviceInfo, tables)) {
         return status;
+    }
     setCodePages(settings, deviceInfo);
     return allocateSlot(std::make_unique<HandleLink>(std::move(settings), std::move(tables)));
 }
@@ -54,12 +56,15 @@ short Lutm_OpenHandleCommon(const std::string& deviceInfoName, const std::string
 
     // Without a module path the settings file is looked for in the current directory.
     std::string modulePath;
-    if (Lutm_ModuleFileFullPath(kModuleRoot, id, modulePath) != 0)
+    if (Lutm_ModuleFileFullPath(kModuleRoot, id, modulePath) != 0) {
         modulePath.clear();
-    if (const short status = readSettings(modulePath, *settings))
+    }
+    if (const short status = readSettings(modulePath, *settings)) {
         return status;
-    if (const short status = readDeviceInfoFile(deviceInfoName, *settings, *deviceInfo))
+    }
+    if (const short status = readDeviceInfoFile(deviceInfoName, *settings, *deviceInfo)) {
         return status;
+    }
     return Lutm_createUnicodeTable(*settings, *deviceInfo);
 }
 

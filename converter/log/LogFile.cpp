@@ -32,13 +32,15 @@ std::FILE* openRegularFile(const char* path)
 {
     const int file =
         open(path, O_WRONLY | O_APPEND | O_CREAT | O_CLOEXEC | O_NONBLOCK | O_NOCTTY, 0666);
-    if (file < 0)
+    if (file < 0) {
         return nullptr;
+    }
     struct stat properties;
     const bool isRegular = fstat(file, &properties) == 0 && S_ISREG(properties.st_mode);
     std::FILE* const stream = isRegular ? fdopen(file, "ab") : nullptr;
-    if (!stream)
+    if (stream == nullptr) {
         close(file);
+    }
     return stream;
 }
 
@@ -46,8 +48,9 @@ bool openForAppending(LogContext& log)
 {
     log.pLogFile.reset(openRegularFile(FilePath(log, ".txt").text()));
     // Lines come in blocks, and a reader is to see them at once.
-    if (log.pLogFile)
+    if (log.pLogFile) {
         std::setvbuf(log.pLogFile.get(), nullptr, _IONBF, 0);
+    }
     return log.pLogFile != nullptr;
 }
 
@@ -59,8 +62,9 @@ bool rotate(LogContext& log)
     const FilePath live(log, ".txt");
     const FilePath backup(log, ".bak");
     unlink(backup.text());  // which leaves a folder alone, even an empty one
-    if (std::fclose(log.pLogFile.release()) != 0)
+    if (std::fclose(log.pLogFile.release()) != 0) {
         return false;
+    }
     // Somebody may have taken the live file away already.
     const bool moved = std::rename(live.text(), backup.text()) == 0 || errno == ENOENT;
     return moved && openForAppending(log);
@@ -75,10 +79,12 @@ long fileSize(std::FILE* file)
 // The length of the whole lines at the front of `lines` that go into `room` bytes.
 std::size_t fittingLength(std::string_view lines, long room)
 {
-    if (room <= 0)
+    if (room <= 0) {
         return 0;
-    if (lines.size() <= static_cast<std::size_t>(room))
+    }
+    if (lines.size() <= static_cast<std::size_t>(room)) {
         return lines.size();
+    }
     return lines.rfind('\n', static_cast<std::size_t>(room) - 1) + 1;
 }
 
@@ -88,8 +94,9 @@ LocalTime localTime()
 {
     LocalTime result;
     std::timespec now{};
-    if (std::timespec_get(&now, TIME_UTC) == 0)
+    if (std::timespec_get(&now, TIME_UTC) == 0) {
         return result;
+    }
     result.valid = localtime_r(&now.tv_sec, &result.parts) != nullptr;
     result.millisecond = static_cast<int>(now.tv_nsec / 1000000);
     return result;
@@ -97,8 +104,9 @@ LocalTime localTime()
 
 void Cutm_CheckOpenLogFile(LogContext& log) noexcept
 {
-    if (log.pLogFile || log.szLogFilePath.empty())
+    if (log.pLogFile || log.szLogFilePath.empty()) {
         return;
+    }
     const LocalTime now = localTime();
     std::snprintf(log.szLogFileName, sizeof log.szLogFileName,
                   "HalvoCvtLog_%4d%02d%02d%02d%02d%02d%03d", now.parts.tm_year + 1900,
@@ -112,12 +120,14 @@ void Cutm_WriteLog(LogContext& log, std::string_view lines) noexcept
     const long limit = log.ucLogMaxSize * kMegabyte;
     while (!lines.empty() && log.pLogFile) {
         const long size = fileSize(log.pLogFile.get());
-        if (size < 0)
+        if (size < 0) {
             return;
+        }
         std::size_t length = fittingLength(lines, limit - size);
         if (length == 0) {
-            if (!rotate(log))
+            if (!rotate(log)) {
                 return;
+            }
             length = lines.find('\n') + 1;
         }
         std::fwrite(lines.data(), 1, length, log.pLogFile.get());

@@ -41,16 +41,18 @@ public:
         char digits[24];
         const char* const end = std::to_chars(digits, digits + sizeof digits, value, base).ptr;
         const std::string_view text(digits, static_cast<std::size_t>(end - digits));
-        for (std::size_t i = text.size(); i < width; ++i)
+        for (std::size_t i = text.size(); i < width; ++i) {
             put(fill);
+        }
         put(text);
     }
 
     void endLine()
     {
         put('\n');
-        if (m_used > m_buffer.size() - kMaxLine)
+        if (m_used > m_buffer.size() - kMaxLine) {
             flush();
+        }
     }
 
     // Bytes as two hexadecimal digits each, a blank between them.
@@ -158,7 +160,7 @@ void putField(LineWriter& line, const Field& field)
         line.putNumber(field.length);
         break;
     case Field::Kind::pointer:  // as the platform's %p prints it
-        if (field.pointer) {
+        if (field.pointer != nullptr) {
             line.put("0x");
             line.putNumber(reinterpret_cast<std::uintptr_t>(field.pointer), 16);
         } else {
@@ -203,8 +205,9 @@ void writeEntry(LineWriter& line, LogDirection direction, short status, std::str
 void writeEntry(LogContext& log, LogDirection direction, short status, std::string_view call,
                 std::initializer_list<Field> fields, std::initializer_list<Dump> dumps)
 {
-    if (!log.pLogFile)
+    if (!log.pLogFile) {
         return;
+    }
     LineWriter line(log);
     writeEntry(line, direction, status, call, fields, dumps);
 }
@@ -240,14 +243,15 @@ void putSettings(LineWriter& line, const HandleSettings& settings)
 // one that is negative as a signed number.
 std::span<const std::uint8_t> readable(const std::uint8_t* data, unsigned long length)
 {
-    if (!data || length > std::numeric_limits<long>::max())
+    if ((data == nullptr) || length > std::numeric_limits<long>::max()) {
         return {};
+    }
     return {data, length};
 }
 
 unsigned long lengthValue(const LogBuffer& buffer)
 {
-    return buffer.length ? *buffer.length : 0;
+    return buffer.length != nullptr ? *buffer.length : 0;
 }
 
 std::span<const std::uint8_t> contents(const LogBuffer& buffer)
@@ -261,10 +265,12 @@ void Lutm_RuvoOpenHandle(LogDirection direction, LogContext& log, const HandleSe
                          const std::uint8_t* pucDeviceInfo, unsigned long ulDeviceInfoLength,
                          std::string_view deviceInfoName, short status) noexcept
 {
-    if (direction == LogDirection::in)
+    if (direction == LogDirection::in) {
         Cutm_CheckOpenLogFile(log);
-    if (!log.pLogFile)
+    }
+    if (!log.pLogFile) {
         return;
+    }
     const auto* const name = reinterpret_cast<const std::uint8_t*>(deviceInfoName.data());
     LineWriter line(log);
     writeEntry(line, direction, status, "RuvoOpenHandle",

@@ -29,8 +29,9 @@ void CharCodeChain::makeRoom(std::size_t needed)
 {
     const std::size_t capacity = std::max({needed, std::min(2 * m_capacity, m_limit)});
     auto bytes = std::make_unique_for_overwrite<std::uint8_t[]>(capacity + kSlack);
-    if (m_size > 0)
+    if (m_size > 0) {
         std::memcpy(bytes.get(), m_bytes.get(), m_size);
+    }
     m_bytes = std::move(bytes);
     m_capacity = capacity;
 }
@@ -59,8 +60,9 @@ void SwitchChain::makeRoom()
 
 std::size_t SwitchChain::byteLength() const
 {
-    if (m_records.empty())
+    if (m_records.empty()) {
         return 0;
+    }
     const std::size_t fullBlocks = (m_records.size() - 1) / m_recordsPerBlock;
     const std::size_t inLastBlock = m_records.size() - fullBlocks * m_recordsPerBlock;
     return fullBlocks * m_blockSize + inLastBlock * kRecordSize;
@@ -76,8 +78,9 @@ void SwitchChain::copyTo(std::uint8_t* destination) const
             destination += gap;
             inBlock = 0;
         }
-        for (int shift = 0; shift < 32; shift += 8)
+        for (int shift = 0; shift < 32; shift += 8) {
             *destination++ = static_cast<std::uint8_t>(record.position >> shift & 0xFF);
+        }
         *destination++ = record.parameter;
         ++inBlock;
     }

@@ -33,15 +33,17 @@ public:
     void reserve(std::size_t count)
     {
         const std::size_t needed = m_size + std::min(count, room());
-        if (needed > m_capacity)
+        if (needed > m_capacity) {
             makeRoom(needed);
+        }
     }
 
     // Appends a byte for which reserve has made memory. 0, or -510 when the chain is full.
     short Lutm_SetDataCharCode(std::uint8_t byte)
     {
-        if (room() == 0)
+        if (room() == 0) {
             return RUVO_OUTPUT_FULL;
+        }
         m_bytes[m_size++] = byte;
         return RUVO_OK;
     }
@@ -56,8 +58,9 @@ public:
     void reset()
     {
         m_size = 0;
-        if (m_capacity > m_keptCapacity)
+        if (m_capacity > m_keptCapacity) {
             release();
+        }
     }
 
 private:
@@ -94,10 +97,12 @@ public:
     // 0, or -510 when the chain is full. Throws std::bad_alloc and then is as it was.
     short Lutm_SetDataCharCmd(SwitchRecord record)
     {
-        if (room() == 0)
+        if (room() == 0) {
             return RUVO_OUTPUT_FULL;
-        if (m_records.size() == m_records.capacity())
+        }
+        if (m_records.size() == m_records.capacity()) {
             makeRoom();
+        }
         m_records.push_back(record);
         return RUVO_OK;
     }
@@ -114,8 +119,9 @@ public:
     void reset()
     {
         m_records.clear();
-        if (m_records.capacity() > kKeptRecords)
+        if (m_records.capacity() > kKeptRecords) {
             m_records.shrink_to_fit();
+        }
     }
 
 private:

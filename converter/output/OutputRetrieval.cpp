@@ -32,8 +32,9 @@ public:
     // Writes the switch command of the record when it stands at the position.
     std::uint8_t* writeAt(std::size_t position, std::uint8_t* destination)
     {
-        if (this->position() != position)
+        if (this->position() != position) {
             return destination;
+        }
         destination[0] = 0x1B;
         destination[1] = m_command;
         destination[2] = m_records.front().parameter;
@@ -65,12 +66,14 @@ void Lutm_copyOutputData(const OutputChains& output, std::uint8_t* destination)
     for (;;) {
         // Of two set records at one position the first closes the set of the character before.
         // Behind a character, a set record comes before the table record.
-        if (k > 0)
+        if (k > 0) {
             destination = sets.writeAt(k, destination);
+        }
         destination = tables.writeAt(k, destination);
         destination = sets.writeAt(k, destination);
-        if (k == characters.size())
+        if (k == characters.size()) {
             return;
+        }
         // The characters up to the next switch go out as a block.
         const std::size_t stop = std::min({tables.position(), sets.position(), characters.size()});
         std::memcpy(destination, characters.data() + k, stop - k);
@@ -83,8 +86,9 @@ void Lutm_copyOutputData(const OutputChains& output, std::uint8_t* destination)
 
 short getOutputData(OutputChains& output, unsigned char* pucPrintData, unsigned long* pulLength)
 {
-    if (!pucPrintData && *pulLength != 0)
+    if ((pucPrintData == nullptr) && *pulLength != 0) {
         return RUVO_INVALID_ARGUMENT;
+    }
     const unsigned long required = mergedLength(output);
     if (required == 0) {
         *pulLength = 0;
@@ -104,25 +108,30 @@ short getRawData(OutputChains& output, unsigned char* const (&buffers)[3],
                  unsigned long* const (&lengths)[3])
 {
     for (int i = 0; i < 3; ++i) {
-        if (!lengths[i])
+        if (lengths[i] == nullptr) {
             return RUVO_INVALID_ARGUMENT;
+        }
     }
     const std::span<const std::uint8_t> characters = output.stCharCodeOut.bytes();
     unsigned long required[3] = {characters.size(), output.stTableInfoOut.byteLength(),
                                  output.stISetInfoOut.byteLength()};
     bool fits = true;
     for (int i = 0; i < 3; ++i) {
-        if (!buffers[i] && *lengths[i] != 0)
+        if ((buffers[i] == nullptr) && *lengths[i] != 0) {
             return RUVO_INVALID_ARGUMENT;
+        }
         fits = fits && required[i] <= *lengths[i];
     }
     const bool empty = required[0] == 0 || required[1] == 0;
-    for (int i = 0; i < 3; ++i)
+    for (int i = 0; i < 3; ++i) {
         *lengths[i] = empty ? 0 : required[i];
-    if (empty)
+    }
+    if (empty) {
         return RUVO_OK;
-    if (!fits)
+    }
+    if (!fits) {
         return RUVO_BUFFER_TOO_SMALL;
+    }
     std::memcpy(buffers[0], characters.data(), characters.size());
     output.stTableInfoOut.copyTo(buffers[1]);
     output.stISetInfoOut.copyTo(buffers[2]);

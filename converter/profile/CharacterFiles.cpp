@@ -1,7 +1,7 @@
 #include "converter/profile/CharacterFiles.h"
 
-#include "converter/profile/ProfileFile.h"
 #include "converter/RuvoConverter.h"
+#include "converter/profile/ProfileFile.h"
 #include "converter/profile/TableFiles.h"
 #include "converter/profile/UnicodeData.h"
 
@@ -19,8 +19,9 @@ public:
     // Takes the status of the next reading. False when no more is to be read.
     bool take(short status)
     {
-        if (m_status == RUVO_OK)
+        if (m_status == RUVO_OK) {
             m_status = status;
+        }
         return m_status == RUVO_OK || m_goesOnAlways;
     }
 
@@ -40,8 +41,9 @@ bool readFiles(std::int16_t count, std::vector<MapEntry>& list, FirstStatus& sta
     const auto files = static_cast<std::size_t>(count);
     list.reserve(files * kMaxFileEntries);
     for (std::size_t i = 0; i < files; ++i) {
-        if (!status.take(readFile(i)))
+        if (!status.take(readFile(i))) {
             return false;
+        }
     }
     Lutm_UnicodeQuickSort(list);
     return true;
@@ -77,10 +79,12 @@ short readCharacterFiles(const HandleSettings& settings, const DeviceInfo& devic
     std::vector<MapEntry> tableList;
     std::vector<MapEntry> icsList;
     if (!readTables(file, settings, deviceInfo, tableList, status) ||
-        !readSets(file, settings, deviceInfo, icsList, status))
+        !readSets(file, settings, deviceInfo, icsList, status)) {
         return status.status();
-    if (listener)  // which hears of a file that cannot be opened
+    }
+    if (listener != nullptr) {  // which hears of a file that cannot be opened
         file.open(unicodeDataPath(settings), RUVO_UNICODE_DATA_MISSING, RUVO_OK);
+    }
     status.take(Lutm_createTranslationTable(file.reader(), tableList, icsList, settings, tables));
     return status.status();
 }

@@ -1,9 +1,9 @@
 // The files behind the settings of a profile: translation tables, character sets and the database.
 #pragma once
 
-#include "converter/tables/CharacterTables.h"
 #include "converter/profile/HandleSettings.h"
 #include "converter/profile/ProfileListener.h"
+#include "converter/tables/CharacterTables.h"
 
 namespace ruvo {
 

@@ -20,8 +20,9 @@ constexpr std::size_t kBufferSize = 64 * 1024;
 
 void LineReader::closeFile()
 {
-    if (m_file >= 0)
+    if (m_file >= 0) {
         close(m_file);
+    }
 }
 
 short LineReader::open(const std::string& path, short missingStatus)
@@ -29,12 +30,14 @@ short LineReader::open(const std::string& path, short missingStatus)
     closeFile();
     // A pipe that nobody writes to does not hold the open up.
     m_file = ::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK);
-    if (m_file < 0)
+    if (m_file < 0) {
         return errno == ENOENT ? missingStatus : short{RUVO_FILE_NOT_OPENED};
+    }
     struct stat properties;
     m_isRegular = fstat(m_file, &properties) == 0 && S_ISREG(properties.st_mode);
-    if (!m_buffer)
+    if (!m_buffer) {
         m_buffer = std::make_unique_for_overwrite<char[]>(kBufferSize);
+    }
     m_begin = m_end = 0;
     m_holdsNul = false;
     m_lineNumber = 0;
@@ -51,15 +54,17 @@ bool LineReader::next(std::string_view& line)
             break;
         }
     }
-    if (length == 0)
+    if (length == 0) {
         return false;
+    }
     const char* const start = m_buffer.get() + m_begin;
     m_begin += length;
     m_continues = m_goesOn;
     m_lineNumber += m_continues ? 0 : 1;
     m_goesOn = start[length - 1] != '\n';
     const void* const nul = m_holdsNul ? std::memchr(start, '\0', length) : nullptr;
-    line = {start, nul ? static_cast<std::size_t>(static_cast<const char*>(nul) - start) : length};
+    line = {start, nul != nullptr ? static_cast<std::size_t>(static_cast<const char*>(nul) - start)
+                                  : length};
     return true;
 }
 
@@ -68,8 +73,9 @@ std::size_t LineReader::lineLength() const
 {
     const char* const start = m_buffer.get() + m_begin;
     const std::size_t available = std::min(m_end - m_begin, kMaxLineLength);
-    if (const void* const lineFeed = std::memchr(start, '\n', available))
+    if (const void* const lineFeed = std::memchr(start, '\n', available)) {
         return static_cast<std::size_t>(static_cast<const char*>(lineFeed) - start) + 1;
+    }
     return available == kMaxLineLength ? kMaxLineLength : 0;
 }
 
@@ -81,9 +87,9 @@ bool LineReader::refill()
     m_begin = 0;
     ssize_t count = 0;
     if (m_isRegular) {
-        do
+        do {
             count = read(m_file, m_buffer.get() + m_end, kBufferSize - m_end);
-        while (count < 0 && errno == EINTR);
+        } while (count < 0 && errno == EINTR);
     }
     m_end += static_cast<std::size_t>(std::max(count, ssize_t{0}));
     m_holdsNul = std::memchr(m_buffer.get(), '\0', m_end) != nullptr;

@@ -57,8 +57,9 @@ private:
 inline bool nextContentLine(LineReader& reader, char comment, std::string_view& line)
 {
     while (reader.next(line)) {
-        if (line.empty() || (line[0] != comment && line[0] != '\n' && line[0] != '\r'))
+        if (line.empty() || (line[0] != comment && line[0] != '\n' && line[0] != '\r')) {
             return true;
+        }
     }
     return false;
 }

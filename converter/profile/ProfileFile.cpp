@@ -19,12 +19,13 @@ std::string quoted(std::string_view text)
     }
     for (const char c : text.substr(0, maxLength)) {
         const auto byte = static_cast<unsigned char>(c);
-        if (byte >= 0x20 && byte != 0x7F)
+        if (byte >= 0x20 && byte != 0x7F) {
             result += c;
-        else if (c == '\t')
+        } else if (c == '\t') {
             result += "<TAB>";
-        else if (c != '\r' && c != '\n')
+        } else if (c != '\r' && c != '\n') {
             result.append({'<', digits[byte >> 4], digits[byte & 15], '>'});
+        }
     }
     return result + (text.size() > maxLength ? "...\"" : "\"");
 }
@@ -32,7 +33,7 @@ std::string quoted(std::string_view text)
 short ProfileFile::open(const std::string& path, short missingStatus, short invalidStatus)
 {
     const short status = m_reader.open(path, missingStatus);
-    if (m_listener) {
+    if (m_listener != nullptr) {
         const int error = errno;
         m_path = path;
         m_invalidStatus = invalidStatus;
@@ -49,8 +50,9 @@ short ProfileFile::open(const std::string& path, short missingStatus, short inva
 
 void ProfileFile::remarkLongLine()
 {
-    if (m_longLine == lineNumber())
+    if (m_longLine == lineNumber()) {
         return;
+    }
     m_longLine = lineNumber();
     remark([] {
         return "is longer than " + std::to_string(kMaxLineLength) +

@@ -25,8 +25,9 @@ public:
     bool next(char comment, std::string_view& line)
     {
         const bool found = nextContentLine(m_reader, comment, line);
-        if (m_listener && found && m_reader.continues())
+        if ((m_listener != nullptr) && found && m_reader.continues()) {
             remarkLongLine();
+        }
         return found;
     }
 
@@ -48,25 +49,29 @@ public:
     template <class MakeWords>
     void faultAt(std::size_t line, MakeWords makeWords) const
     {
-        if (m_listener)
+        if (m_listener) {
             m_listener->fault({m_path, line}, makeWords(), m_invalidStatus);
+        }
     }
     template <class MakeWords>
     void remark(MakeWords makeWords) const
     {
-        if (m_listener)
+        if (m_listener) {
             m_listener->remark({m_path, lineNumber()}, makeWords());
+        }
     }
 
     void valueRead(std::string_view key, std::size_t index) const
     {
-        if (m_listener)
+        if (m_listener != nullptr) {
             m_listener->valueRead({m_path, lineNumber()}, key, index);
+        }
     }
     void entryRead(TableFileKind kind, const MapEntry& entry) const
     {
-        if (m_listener)
+        if (m_listener != nullptr) {
             m_listener->entryRead({m_path, lineNumber()}, kind, entry);
+        }
     }
 
 private:

@@ -54,25 +54,28 @@ bool FixedSection::read(std::string_view line)
     m_lastLine = m_file.lineNumber();
     const bool hasBracket = holdsBracket(line);
     if (m_broken) {
-        if (!hasBracket && !m_section.check(line))
+        if (!hasBracket && !m_section.check(line)) {
             m_file.fault([&] { return noKeyOf(m_header, line); });
+        }
         return !hasBracket;
     }
     const Section::Line result = m_section.read(line);
-    if (result == Section::Line::stored)
+    if (result == Section::Line::stored) {
         return true;
+    }
     if (result == Section::Line::noKey && !hasBracket) {
         m_error = true;
         m_file.fault([&] { return noKeyOf(m_header, line); });
     }
-    m_broken = m_file.listener() && !hasBracket;
+    m_broken = (m_file.listener() != nullptr) && !hasBracket;
     return m_broken;
 }
 
 void FixedSection::miss(std::string_view line)
 {
-    if (!m_seen && m_lastLine == 0 && line.starts_with(m_header))
+    if (!m_seen && m_lastLine == 0 && line.starts_with(m_header)) {
         m_lastLine = m_file.lineNumber();
+    }
 }
 
 void FixedSection::requireComplete()
@@ -83,18 +86,20 @@ void FixedSection::requireComplete()
 
 bool FixedSection::finish()
 {
-    if (m_seen)
+    if (m_seen) {
         tellMissingKeys();
-    else
+    } else {
         m_file.faultAt(m_lastLine, [&] { return notFound(m_header, m_lastLine > 0); });
+    }
     return m_seen && !m_error && m_section.complete();
 }
 
 void FixedSection::tellMissingKeys()
 {
-    const std::string keys = m_file.listener() ? m_section.takeMissingKeys() : "";
-    if (!keys.empty())
+    const std::string keys = m_file.listener() != nullptr ? m_section.takeMissingKeys() : "";
+    if (!keys.empty()) {
         m_file.faultAt(m_lastLine, [&] { return endsWithout(m_header, keys); });
+    }
 }
 
 NumberedSections::NumberedSections(const std::string& name, const char* countKey,
@@ -106,10 +111,12 @@ NumberedSections::NumberedSections(const std::string& name, const char* countKey
 
 bool NumberedSections::open(std::string_view line, bool mayStart)
 {
-    if (line.starts_with(m_prefix + "]"))
+    if (line.starts_with(m_prefix + "]")) {
         fault([&] { return m_prefix + "] has no number"; });
-    if (!mayStart || m_over || !line.starts_with(header()))
+    }
+    if (!mayStart || m_over || !line.starts_with(header())) {
         return false;
+    }
     m_seen = true;
     return true;
 }
@@ -123,7 +130,7 @@ bool NumberedSections::read(std::string_view line, int count)
         return true;
     case Section::Line::rejected:
         m_invalid = true;
-        goesOn = m_file.listener();
+        goesOn = (m_file.listener() != nullptr);
         break;
     case Section::Line::noKey:
         goesOn = readHeader(line, count);
@@ -135,8 +142,9 @@ bool NumberedSections::read(std::string_view line, int count)
 
 void NumberedSections::miss(std::string_view line)
 {
-    if (!m_seen && m_lastLine == 0 && line.starts_with(m_prefix))
+    if (!m_seen && m_lastLine == 0 && line.starts_with(m_prefix)) {
         m_lastLine = m_file.lineNumber();
+    }
 }
 
 void NumberedSections::end()
@@ -147,59 +155,68 @@ void NumberedSections::end()
 
 bool NumberedSections::finish(int count, bool due)
 {
-    if (!m_seen && due)
+    if (!m_seen && due) {
         m_file.faultAt(m_lastLine, [&] { return notFound(header(), m_lastLine > 0); });
-    else if (m_seen && m_number <= count && m_wrongNumber == 0)
+    } else if (m_seen && m_number <= count && m_wrongNumber == 0) {
         m_file.faultAt(m_lastLine, [&] {
             return header() + " is due here at the latest, as " + quoted(m_countKey) + " is " +
                    std::to_string(count);
         });
+    }
     return !m_invalid && m_number > count;
 }
 
 std::string NumberedSections::range(int count) const
 {
     std::string text = m_prefix + "1]";
-    if (count == 0)
+    if (count == 0) {
         text += " and so on";
-    else if (count > 1)
+    } else if (count > 1) {
         text.append(" to ").append(m_prefix).append(std::to_string(count)) += ']';
+    }
     return text;
 }
 
 bool NumberedSections::requireKeys()
 {
-    if (m_section.complete())
+    if (m_section.complete()) {
         return true;
+    }
     m_invalid = true;
-    const std::string keys = m_file.listener() ? m_section.takeMissingKeys() : "";
-    if (!keys.empty())
+    const std::string keys = m_file.listener() != nullptr ? m_section.takeMissingKeys() : "";
+    if (!keys.empty()) {
         m_file.fault([&] { return endsWithout(header(), keys); });
+    }
     return false;
 }
 
 bool NumberedSections::readHeader(std::string_view line, int count)
 {
-    if (count == 0)  // [Common] lacks it
+    if (count == 0) {  // [Common] lacks it
         count = kMaxTables;
+    }
     if (!holdsBracket(line) && (!m_section.complete() || m_number < count)) {
         fault([&] { return noKeyOf(header(), line); });
-        return m_file.listener();
+        return m_file.listener() != nullptr;
     }
-    if (!requireKeys() && !m_file.listener())
+    if (!requireKeys() && (m_file.listener() == nullptr)) {
         return false;
+    }
     ++m_number;
-    if (m_number > count)
+    if (m_number > count) {
         return false;
+    }
     if (!line.starts_with(header())) {
-        if (!line.starts_with(m_prefix))
+        if (!line.starts_with(m_prefix)) {
             return false;
+        }
         // Behind a wrong number the sections may count on from it.
         const int number = numberIn(line);
         if (m_wrongNumber == 0 || number != m_wrongNumber + 1) {
             fault([&] { return quoted(line) + " stands where " + header() + " is due"; });
-            if (!m_file.listener())
+            if (m_file.listener() == nullptr) {
                 return false;
+            }
             m_wrongNumber = number;
         } else {
             m_number = number;

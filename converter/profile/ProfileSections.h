@@ -121,13 +121,14 @@ public:
     void tell(std::string_view line, MakeOrder makeOrder)
     {
         const bool isHeader = line.starts_with('[');
-        if (isHeader && !m_headerTold)
+        if (isHeader && !m_headerTold) {
             m_file.remark([&] {
                 return quoted(line) + " opens no section here: it is not read, nor are the lines " +
                        "behind it; the sections must be " + makeOrder() + ", in this order";
             });
-        else if (!m_told)
+        } else if (!m_told) {
             m_file.remark([&] { return quoted(line) + " stands in no section and is not read"; });
+        }
         m_headerTold = m_headerTold || isHeader;
         m_told = true;
     }

@@ -16,7 +16,7 @@ namespace ruvo {
 struct SectionTarget {
     HandleSettings& settings;
     DeviceInfo* deviceInfo;  // null in HalvoSet.txt, which has no key of it
-    std::size_t index;  // of a numbered section, from 0
+    std::size_t index;       // of a numbered section, from 0
 };
 
 struct SectionKey {

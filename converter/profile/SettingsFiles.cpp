@@ -1,8 +1,8 @@
 #include "converter/profile/SettingsFiles.h"
 
+#include "converter/RuvoConverter.h"
 #include "converter/profile/LineReader.h"
 #include "converter/profile/ProfileSections.h"
-#include "converter/RuvoConverter.h"
 
 namespace ruvo {
 
@@ -105,19 +105,23 @@ constexpr SectionKey kICSKeys[] = {
 int Lutm_ModuleFileFullPath(const std::string& root, const std::string& id, std::string& modulePath)
 {
     LineReader reader;
-    if (reader.open(root + id + ".txt", -1) != 0)
+    if (reader.open(root + id + ".txt", -1) != 0) {
         return -1;
+    }
     constexpr std::string_view key = "ModulePath";
     std::string_view line;
     while (nextContentLine(reader, kComment, line)) {
-        if (!line.starts_with(key))
+        if (!line.starts_with(key)) {
             continue;
+        }
         std::string_view value;
-        if (!Lutm_ExistEqualCheck(line.substr(key.size()), value))
+        if (!Lutm_ExistEqualCheck(line.substr(key.size()), value)) {
             return -1;
+        }
         value = withoutLineBreak(value);
-        if (value.empty())
+        if (value.empty()) {
             return -1;
+        }
         modulePath.assign(value).push_back('/');
         return 0;
     }
@@ -129,8 +133,9 @@ short readSettingsFile(const std::string& modulePath, HandleSettings& settings,
 {
     ProfileFile file(listener);
     if (const short status =
-            file.open(modulePath + "HalvoSet.txt", RUVO_SETTINGS_MISSING, RUVO_SETTINGS_INVALID))
+            file.open(modulePath + "HalvoSet.txt", RUVO_SETTINGS_MISSING, RUVO_SETTINGS_INVALID)) {
         return status;
+    }
 
     const SectionTarget target{settings, nullptr, 0};
     FixedSection settingsSection("[Settings]", kSettingsKeys, target, file);
@@ -141,8 +146,9 @@ short readSettingsFile(const std::string& modulePath, HandleSettings& settings,
     enum class State { outside, settings, log };
     State state = State::outside;
     const auto openAny = [&](std::string_view line) {
-        if (settingsSection.open(line))
+        if (settingsSection.open(line)) {
             return State::settings;
+        }
         return logSection.open(line) ? State::log : State::outside;
     };
     std::string_view line;
@@ -152,16 +158,19 @@ short readSettingsFile(const std::string& modulePath, HandleSettings& settings,
             state = openAny(line);
             break;
         case State::settings:
-            if (settingsSection.read(line))
+            if (settingsSection.read(line)) {
                 break;
-            if (settingsSection.endedBefore())
+            }
+            if (settingsSection.endedBefore()) {
                 state = openAny(line);
-            else
+            } else {
                 state = logSection.open(line) ? State::log : State::outside;
+            }
             break;
         case State::log:
-            if (!logSection.read(line))
+            if (!logSection.read(line)) {
                 state = logSection.endedBefore() ? openAny(line) : State::outside;
+            }
             break;
         }
         if (state == State::outside) {
@@ -182,8 +191,9 @@ short readDeviceInfoFile(const std::string& name, HandleSettings& settings, Devi
 {
     ProfileFile file(listener);
     if (const short status = file.open(settings.szDeviceInfoPath + name, RUVO_DEVICE_INFO_MISSING,
-                                       RUVO_DEVICE_INFO_INVALID))
+                                       RUVO_DEVICE_INFO_INVALID)) {
         return status;
+    }
 
     const SectionTarget target{settings, &deviceInfo, 0};
     FixedSection common("[Common]", kCommonKeys, target, file);
@@ -197,8 +207,9 @@ short readDeviceInfoFile(const std::string& name, HandleSettings& settings, Devi
     State state = State::outside;
     bool commonRead = false;
     const auto openNext = [&](std::string_view line) {
-        if (tables.open(line, commonRead))
+        if (tables.open(line, commonRead)) {
             return State::tables;
+        }
         return sets.open(line, tables.over()) ? State::sets : State::outside;
     };
     const auto order = [&] {
@@ -220,12 +231,14 @@ short readDeviceInfoFile(const std::string& name, HandleSettings& settings, Devi
             }
             break;
         case State::tables:
-            if (!tables.read(line, settings.sMappingTableNumber))
+            if (!tables.read(line, settings.sMappingTableNumber)) {
                 state = sets.open(line, true) ? State::sets : State::outside;
+            }
             break;
         case State::sets:
-            if (!sets.read(line, deviceInfo.sInternalCharacterSetNumber))
+            if (!sets.read(line, deviceInfo.sInternalCharacterSetNumber)) {
                 state = State::outside;
+            }
             break;
         }
         if (state == State::outside) {
@@ -237,10 +250,11 @@ short readDeviceInfoFile(const std::string& name, HandleSettings& settings, Devi
             unread.endRow();
         }
     }
-    if (state == State::tables)
+    if (state == State::tables) {
         tables.end();
-    else if (state == State::sets)
+    } else if (state == State::sets) {
         sets.end();
+    }
 
     const bool commonValid = common.finish();
     const bool tablesValid = tables.finish(settings.sMappingTableNumber, common.seen());

@@ -1,8 +1,8 @@
 #include "converter/profile/TableFiles.h"
 
+#include "converter/RuvoConverter.h"
 #include "converter/tables/CharacterTables.h"
 #include "converter/tables/QuickSort.h"
-#include "converter/RuvoConverter.h"
 
 #include <charconv>
 
@@ -16,8 +16,9 @@ constexpr char kComment = '#';
 // `maximum`.
 bool readHexField(std::string_view field, std::uint32_t maximum, std::uint32_t& value)
 {
-    if (!field.starts_with("0x"))
+    if (!field.starts_with("0x")) {
         return false;
+    }
     const char* const last = field.data() + field.size();
     const auto [end, error] = std::from_chars(field.data() + 2, last, value, 16);
     return error == std::errc() && end == last && value <= maximum;
@@ -27,33 +28,39 @@ bool readHexField(std::string_view field, std::uint32_t maximum, std::uint32_t& 
 
 const char* Lutm_FileDataCheck(std::string_view line, TableFileKind kind, MapEntry& entry)
 {
-    if (!line.starts_with("0x"))
+    if (!line.starts_with("0x")) {
         return "must begin with the byte, such as 0x41, or be a comment with \"#\" in front";
+    }
     std::size_t middle = line.find("\t0x");
-    if (middle == std::string_view::npos && kind == TableFileKind::translation)
+    if (middle == std::string_view::npos && kind == TableFileKind::translation) {
         middle = line.find("\t ");
-    if (middle == std::string_view::npos)
+    }
+    if (middle == std::string_view::npos) {
         return kind == TableFileKind::translation
                    ? "must have a TAB and the code point, such as 0x00E9, behind the byte; or a "
                      "TAB "
                      "and a blank for a byte without a character"
                    : "must have a TAB and the code point, such as 0x00E9, behind the byte";
-    if (line.find("\t#", middle) == std::string_view::npos)
+    }
+    if (line.find("\t#", middle) == std::string_view::npos) {
         return "must have a TAB and \"#\" behind the code point";
+    }
 
     // Two TABs are there now: at `middle` or before, and in front of "#".
     const std::size_t firstTab = line.find('\t');
     const std::size_t secondTab = line.find('\t', firstTab + 1);
     std::uint32_t code = 0;
-    if (!readHexField(line.substr(0, firstTab), 0xFF, code))
+    if (!readHexField(line.substr(0, firstTab), 0xFF, code)) {
         return "must have a byte from 0x00 to 0xFF in front of the first TAB";
+    }
     entry.ucCode = static_cast<std::uint8_t>(code);
 
     const std::string_view codePoint = line.substr(firstTab + 1, secondTab - firstTab - 1);
-    if (codePoint.starts_with("0x"))
+    if (codePoint.starts_with("0x")) {
         return readHexField(codePoint, kMaxCodePoint, entry.ulCodePoint)
                    ? nullptr
                    : "must have a code point from 0x0000 to 0x10FFFF between the first two TABs";
+    }
     entry.ulCodePoint = kNoCharacter;
     return kind == TableFileKind::translation
                ? nullptr
@@ -66,8 +73,9 @@ short readTableFile(ProfileFile& file, const std::string& path, TableFileKind ki
     const bool translation = kind == TableFileKind::translation;
     const short invalid = translation ? RUVO_TABLE_INVALID : RUVO_ICS_INVALID;
     if (const short status =
-            file.open(path, translation ? RUVO_TABLE_MISSING : RUVO_ICS_MISSING, invalid))
+            file.open(path, translation ? RUVO_TABLE_MISSING : RUVO_ICS_MISSING, invalid)) {
         return status;
+    }
     short status = RUVO_OK;
     const std::size_t limit = list.size() + kMaxFileEntries;
     MapEntry entry{0, 0, param};
@@ -75,7 +83,7 @@ short readTableFile(ProfileFile& file, const std::string& path, TableFileKind ki
     while (file.next(kComment, line)) {
         const char* const rule = Lutm_FileDataCheck(line, kind, entry);
         const bool full = list.size() == limit;
-        if (!rule && !full) {
+        if ((rule == nullptr) && !full) {
             list.push_back(entry);
             file.entryRead(kind, entry);
             continue;
@@ -85,17 +93,19 @@ short readTableFile(ProfileFile& file, const std::string& path, TableFileKind ki
             return full ? "is one line more than the 256 of a file"
                         : rule + (", but is " + quoted(line));
         });
-        if (full || !file.listener())
+        if (full || (file.listener() == nullptr)) {
             break;
+        }
     }
     return status;
 }
 
 void Lutm_UnicodeQuickSort(std::vector<MapEntry>& list)
 {
-    if (list.size() > 1)
+    if (list.size() > 1) {
         Lutm_BrkClsQuickSort(std::span(list), 0, list.size() - 1,
                              [](const MapEntry& entry) { return entry.ulCodePoint; });
+    }
 }
 
 }  // namespace ruvo

@@ -29,18 +29,21 @@ using Fields = std::array<std::string_view, fieldCount>;
 // not.
 std::size_t endOfField(std::string_view line, std::size_t start, bool isName)
 {
-    if (isName)
+    if (isName) {
         return std::min(line.find(';', start), line.size());
-    while (start < line.size() && line[start] != ';')
+    }
+    while (start < line.size() && line[start] != ';') {
         ++start;
+    }
     return start;
 }
 
 // Splits the first fields of a line at ";", each cut at kMaxFieldLength. CR and LF end the line.
 void Lutm_Split(std::string_view line, Fields& fields)
 {
-    if (line.ends_with('\n'))  // it stands nowhere else
+    if (line.ends_with('\n')) {  // it stands nowhere else
         line.remove_suffix(1);
+    }
     line = line.substr(0, line.find('\r'));
     std::size_t start = 0;
     for (int i = 0; i < fieldCount; ++i) {
@@ -62,8 +65,9 @@ void Lutm_BrkClassInfSplit(std::string_view text, std::vector<std::string_view>&
             return;
         }
         parts.push_back(text.substr(0, end));
-        if (end == std::string_view::npos)
+        if (end == std::string_view::npos) {
             return;
+        }
         text = text.substr(end + 1);
     }
 }
@@ -89,20 +93,24 @@ long digitValue(char c)
 long readUnusualNumber(std::string_view text, int base)
 {
     const auto isSpace = [](char c) { return c == ' ' || (c >= '\t' && c <= '\r'); };
-    while (!text.empty() && isSpace(text[0]))
+    while (!text.empty() && isSpace(text[0])) {
         text.remove_prefix(1);
+    }
     const bool negative = text.starts_with('-');
-    if (negative || text.starts_with('+'))
+    if (negative || text.starts_with('+')) {
         text.remove_prefix(1);
+    }
     if (base == 16 && text.size() > 2 && text[0] == '0' && (text[1] | 0x20) == 'x' &&
-        digitValue(text[2]) < base)
+        digitValue(text[2]) < base) {
         text.remove_prefix(2);
+    }
     constexpr long limit = std::numeric_limits<long>::max();
     long value = 0;
     for (const char c : text) {
         const long digit = digitValue(c);
-        if (digit >= base)
+        if (digit >= base) {
             break;
+        }
         value = value > (limit >> 4) - 1 ? limit : value * base + digit;
     }
     return negative ? -value : value;
@@ -147,16 +155,19 @@ public:
 
     void read(std::uint32_t codePoint, std::string_view field)
     {
-        if (field.empty())
+        if (field.empty()) {
             return;
+        }
         Lutm_BrkClassInfSplit(field, m_parts, m_mappingSize + 1);
-        if (m_parts.empty() || m_parts[0].empty() || m_table.size() >= m_maxRows)
+        if (m_parts.empty() || m_parts[0].empty() || m_table.size() >= m_maxRows) {
             return;
+        }
         const bool hasTag = m_parts[0].find('<') != std::string_view::npos;
         m_components.clear();
         for (std::size_t i = hasTag ? 1 : 0; i < m_parts.size(); ++i) {
-            if (m_parts[i].empty() || m_components.size() == m_mappingSize)
+            if (m_parts[i].empty() || m_components.size() == m_mappingSize) {
                 break;
+            }
             m_components.push_back(readComponent(m_parts[i]));
         }
         m_table.append(codePoint, m_components);
@@ -176,8 +187,9 @@ short Lutm_createTranslationTable(LineReader& reader, std::span<const MapEntry> 
                                   std::span<const MapEntry> icsList, const HandleSettings& settings,
                                   CharacterTables& tables)
 {
-    if (const short status = reader.open(unicodeDataPath(settings), RUVO_UNICODE_DATA_MISSING))
+    if (const short status = reader.open(unicodeDataPath(settings), RUVO_UNICODE_DATA_MISSING)) {
         return status;
+    }
 
     CodePointTable& unicodeTable = tables.unicodeTable;
     unicodeTable.reserve(tableList.size() + icsList.size());
@@ -189,26 +201,31 @@ short Lutm_createTranslationTable(LineReader& reader, std::span<const MapEntry> 
     std::size_t t = 0;
     std::string_view line;
     while (reader.next(line)) {
-        if (!line.empty() && (line[0] == '\n' || line[0] == '\r'))
+        if (!line.empty() && (line[0] == '\n' || line[0] == '\r')) {
             continue;
+        }
         Fields fields;
         Lutm_Split(line, fields);
         const long value = readNumber<16>(fields[codeValue]);
-        if (value < 0 || value > long{kMaxCodePoint})
+        if (value < 0 || value > long{kMaxCodePoint}) {
             continue;
+        }
         const auto codePoint = static_cast<std::uint32_t>(value);
 
         // A code point that is listed again keeps its record and the mappings found for it.
         UnicodeCharInfo& info = unicodeTable.insert(codePoint);
-        while (t < tableList.size() && tableList[t].ulCodePoint < codePoint)
+        while (t < tableList.size() && tableList[t].ulCodePoint < codePoint) {
             ++t;
+        }
         mappings.clear();
         for (; t < tableList.size() && tableList[t].ulCodePoint == codePoint; ++t) {
-            if (mappings.size() < maxMappings)
+            if (mappings.size() < maxMappings) {
                 mappings.push_back({tableList[t].ucCode, tableList[t].ucParam});
+            }
         }
-        if (!mappings.empty())
+        if (!mappings.empty()) {
             unicodeTable.setMappings(codePoint, mappings);
+        }
         info.ucCombiningClass =
             static_cast<std::uint8_t>(readNumber<10>(fields[combiningClass]) & 0xFF);
         info.combiningMark =
@@ -217,8 +234,9 @@ short Lutm_createTranslationTable(LineReader& reader, std::span<const MapEntry> 
     }
 
     for (const MapEntry& entry : icsList) {
-        if (unicodeTable[entry.ulCodePoint].listed)
+        if (unicodeTable[entry.ulCodePoint].listed) {
             unicodeTable.setICSMapping(entry.ulCodePoint, {entry.ucCode, entry.ucParam});
+        }
     }
     unicodeTable.finish();
     tables.decompTable.finish(settings.ucDecompositionMappingSize);

@@ -2,9 +2,9 @@
 // Annex #44), into the character tables.
 #pragma once
 
-#include "converter/tables/CharacterTables.h"
 #include "converter/profile/HandleSettings.h"
 #include "converter/profile/TableFiles.h"
+#include "converter/tables/CharacterTables.h"
 
 #include <span>
 #include <string>

@@ -58,14 +58,17 @@ void CodePointTable::setICSMapping(std::uint32_t codePoint, CharMapping mapping)
 void CodePointTable::finish()
 {
     std::size_t tables = 0;
-    for (const CharMapping mapping : m_mappings)
-        tables += std::exchange(m_plainIndex[mapping.ucTableParam], 1) == 0;
+    for (const CharMapping mapping : m_mappings) {
+        tables +=
+            static_cast<std::size_t>(std::exchange(m_plainIndex[mapping.ucTableParam], 1) == 0);
+    }
     m_plainTables.reserve(tables);
     m_plainIndex.fill(0);
     for (const std::uint32_t codePoint : m_mapped) {
         const UnicodeCharInfo& info = (*this)[codePoint];
-        if (codePoint > PlainTable::kLast || info.combiningMark || info.ucICSFlag)
+        if (codePoint > PlainTable::kLast || info.combiningMark || info.ucICSFlag) {
             continue;
+        }
         for (const CharMapping mapping : mappings(info)) {
             std::uint16_t& index = m_plainIndex[mapping.ucTableParam];
             if (index == 0) {
@@ -75,15 +78,17 @@ void CodePointTable::finish()
             m_plainTables[index - std::size_t{1}].insert(codePoint, mapping.ucCode);
         }
     }
-    for (PlainTable& table : m_plainTables)
+    for (PlainTable& table : m_plainTables) {
         table.finish();
+    }
     m_mapped = std::vector<std::uint32_t>();  // "= {}" would keep the memory
 }
 
 std::uint16_t& PlainTable::code(std::uint32_t codePoint)
 {
-    if (codePoint < kFrontSize)
+    if (codePoint < kFrontSize) {
         return m_front[codePoint];
+    }
     std::uint16_t& page = m_page[codePoint / kPageSize];
     if (page == 0) {
         m_codes.reserve(kUsualPlainPages * kPageSize);
@@ -96,16 +101,18 @@ std::uint16_t& PlainTable::code(std::uint32_t codePoint)
 void PlainTable::insert(std::uint32_t codePoint, std::uint8_t ucCode)
 {
     std::uint16_t& entry = code(codePoint);
-    if (entry == 0)
+    if (entry == 0) {
         entry = static_cast<std::uint16_t>(kPlain | ucCode);
+    }
 }
 
 void PlainTable::finish()
 {
     int begin = 0;
     for (int i = 0; i <= 0x80; ++i) {
-        if (i < 0x80 && m_front[static_cast<std::size_t>(i)] == (kPlain | i))
+        if (i < 0x80 && m_front[static_cast<std::size_t>(i)] == (kPlain | i)) {
             continue;
+        }
         if (i - begin > m_identityEnd - m_identityBegin) {
             m_identityBegin = static_cast<std::uint8_t>(begin);
             m_identityEnd = static_cast<std::uint8_t>(i);
@@ -132,19 +139,22 @@ void DecompositionTable::append(std::uint32_t composed, std::span<const std::uin
 
 void DecompositionTable::finish(std::uint8_t mappingSize)
 {
-    if (m_rows.size() > 1)
+    if (m_rows.size() > 1) {
         Lutm_BrkClsQuickSort(std::span(m_rows), 0, m_rows.size() - 1,
                              [](const DecompEntry& row) { return row.firstComponent; });
+    }
     m_rows.shrink_to_fit();
     m_components.shrink_to_fit();
 
-    if (mappingSize < 2)
+    if (mappingSize < 2) {
         return;
+    }
     const std::span<const DecompEntry> rows = startingWith(0x20);
     m_spacingForms.reserve(rows.size());
     for (const DecompEntry& row : rows) {
-        if (mappingSize == 2 || component(row, 2) == 0)
+        if (mappingSize == 2 || component(row, 2) == 0) {
             m_spacingForms.push_back({component(row, 1), row.composed});
+        }
     }
     std::stable_sort(m_spacingForms.begin(), m_spacingForms.end(),
                      [](const SpacingForm& a, const SpacingForm& b) { return a.mark < b.mark; });

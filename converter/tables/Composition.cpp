@@ -20,10 +20,12 @@ Match compareRow(const DecompositionTable& table, const DecompEntry& row, std::s
 {
     for (matched = 1; matched < mappingSize; ++matched) {
         const std::uint32_t component = table.component(row, matched);
-        if (component == 0)
+        if (component == 0) {
             break;
-        if (matched == run.size() || run[matched] != component)
+        }
+        if (matched == run.size() || run[matched] != component) {
             return Match::none;
+        }
     }
     return matched == run.size() ? Match::full : Match::prefix;
 }
@@ -31,11 +33,13 @@ Match compareRow(const DecompositionTable& table, const DecompEntry& row, std::s
 // Rows of zeros stand for unused ones and never match.
 bool isUnused(const DecompositionTable& table, const DecompEntry& row)
 {
-    if (row.firstComponent != 0 || row.composed != 0)
+    if (row.firstComponent != 0 || row.composed != 0) {
         return false;
+    }
     for (std::size_t i = 1; i < row.componentCount; ++i) {
-        if (table.component(row, i) != 0)
+        if (table.component(row, i) != 0) {
             return false;
+        }
     }
     return true;
 }
@@ -54,21 +58,25 @@ bool composeRun(std::span<std::uint32_t> run, const DecompositionTable& table,
         Match match = Match::none;
         std::size_t matched = 0;
         for (const DecompEntry& row : table.startingWith(run[0])) {
-            if (isUnused(table, row))
+            if (isUnused(table, row)) {
                 continue;
+            }
             match = compareRow(table, row, mappingSize, run, matched);
             if (match != Match::none) {
                 composed = row.composed;
                 break;
             }
         }
-        if (match != Match::prefix)
+        if (match != Match::prefix) {
             return match == Match::full;
+        }
         stepsInPlace = matched == 1 ? stepsInPlace + 1 : 0;
-        if (stepsInPlace > 0 && composed == seen)
+        if (stepsInPlace > 0 && composed == seen) {
             return false;
-        if (std::has_single_bit(stepsInPlace) || stepsInPlace == 0)
+        }
+        if (std::has_single_bit(stepsInPlace) || stepsInPlace == 0) {
             seen = composed;
+        }
         run = run.subspan(matched - 1);
         run[0] = composed;
     }
@@ -86,21 +94,24 @@ bool Composer::composeSorted(const CharacterTables& tables, std::uint8_t ucDecom
         return tables.unicodeTable[codePoint].ucCombiningClass;
     };
     std::array<std::size_t, 257> start{};  // of each class in the sorted run
-    for (const std::uint32_t codePoint : run)
+    for (const std::uint32_t codePoint : run) {
         ++start[classOf(codePoint) + 1];
+    }
     std::partial_sum(start.begin(), start.end(), start.begin());
     const RunMemory memory(m_run);
     m_run.resize(run.size());
-    for (const std::uint32_t codePoint : run)
+    for (const std::uint32_t codePoint : run) {
         m_run[start[classOf(codePoint)]++] = codePoint;
+    }
     return composeRun(m_run, tables.decompTable, ucDecompositionMappingSize, composed);
 }
 
 bool Composer::compose(const CharacterTables& tables, std::uint8_t ucDecompositionMappingSize,
                        std::span<const std::uint32_t> run, std::uint32_t& composed)
 {
-    if (run.size() != 2)
+    if (run.size() != 2) {
         return composeSorted(tables, ucDecompositionMappingSize, run, composed);
+    }
     // The marks of a script stand in one block and its bases in another, so that pairs of one text
     // seldom share a place.
     const std::size_t mark = (run[1] ^ run[1] / kMarkPlaces) % kMarkPlaces;
@@ -108,8 +119,9 @@ bool Composer::compose(const CharacterTables& tables, std::uint8_t ucDecompositi
     if (pair.base != run[0] || pair.mark != run[1]) {
         const CodePointTable& table = tables.unicodeTable;
         std::array sorted = {run[0], run[1]};
-        if (table[run[1]].ucCombiningClass < table[run[0]].ucCombiningClass)
+        if (table[run[1]].ucCombiningClass < table[run[0]].ucCombiningClass) {
             std::swap(sorted[0], sorted[1]);
+        }
         pair.base = run[0];
         pair.mark = run[1];
         pair.composes =

@@ -18,8 +18,9 @@ public:
     explicit RunMemory(std::vector<std::uint32_t>& characters) : m_characters(characters) {}
     ~RunMemory()
     {
-        if (m_characters.capacity() > kKeptCharacters)
+        if (m_characters.capacity() > kKeptCharacters) {
             std::vector<std::uint32_t>().swap(m_characters);
+        }
     }
     RunMemory(const RunMemory&) = delete;
     RunMemory& operator=(const RunMemory&) = delete;

@@ -19,12 +19,15 @@ void Lutm_BrkClsQuickSort(std::span<Entry> entries, std::size_t first, std::size
         std::size_t i = first;
         std::size_t j = last;
         for (;; ++i) {
-            if (key(entries[i]) < pivot)
+            if (key(entries[i]) < pivot) {
                 continue;
-            while (pivot < key(entries[j]))
+            }
+            while (pivot < key(entries[j])) {
                 --j;
-            if (j <= i)
+            }
+            if (j <= i) {
                 break;
+            }
             std::swap(entries[i], entries[j]);
             --j;
         }
@@ -36,8 +39,9 @@ void Lutm_BrkClsQuickSort(std::span<Entry> entries, std::size_t first, std::size
             Lutm_BrkClsQuickSort(entries, first, leftEnd, key);
             first = rightBegin;
         } else {
-            if (rightBegin < last)
+            if (rightBegin < last) {
                 Lutm_BrkClsQuickSort(entries, rightBegin, last, key);
+            }
             last = leftEnd;
         }
     }

@@ -1,9 +1,9 @@
 #include "converter/text/Conversion.h"
 
+#include "converter/RuvoConverter.h"
 #include "converter/text/Decoding.h"
 #include "converter/text/Mapping.h"
 #include "converter/text/PlainText.h"
-#include "converter/RuvoConverter.h"
 
 #include <algorithm>
 
@@ -30,13 +30,15 @@ public:
         for (;;) {
             appendPlainText(m_reader, m_handle);
             std::uint32_t codePoint = 0;
-            if (!m_reader.peek(codePoint))
+            if (!m_reader.peek(codePoint)) {
                 return RUVO_OK;
+            }
             m_reader.advance();
             const short status = isBase(codePoint) && nextIsMark() ? convertRun(codePoint)
                                                                    : m_mapper.append(codePoint);
-            if (status != RUVO_OK)
+            if (status != RUVO_OK) {
                 return status;
+            }
         }
     }
 
@@ -66,11 +68,13 @@ private:
 
         std::uint32_t composed = 0;
         if (m_handle.composer.compose(m_handle.tables, m_handle.settings.ucDecompositionMappingSize,
-                                      characters, composed))
+                                      characters, composed)) {
             return m_mapper.append(composed);
+        }
         for (const std::uint32_t codePoint : characters) {
-            if (const short status = m_mapper.append(codePoint))
+            if (const short status = m_mapper.append(codePoint)) {
                 return status;
+            }
         }
         return RUVO_OK;
     }
@@ -102,8 +106,9 @@ short Lutm_SetDataCommon(HandleLink& handle, std::uint8_t* text, std::size_t len
     handle.output.stISetInfoOut.expect(2 * characters);
     const std::int16_t sEncodeType = handle.settings.sEncodeType;
     Warning warning;
-    if (sEncodeType == RUVO_UTF8)
+    if (sEncodeType == RUVO_UTF8) {
         return convert(Utf8Reader(text, length, warning), handle, warning);
+    }
     return convert(Utf16Reader(text, length, sEncodeType, warning), handle, warning);
 }
 

@@ -8,8 +8,9 @@ namespace {
 
 std::size_t cutAt(std::size_t limit, std::size_t length, Warning& warning)
 {
-    if (length <= limit)
+    if (length <= limit) {
         return length;
+    }
     warning.record(RUVO_INPUT_TOO_LONG);
     return limit;
 }
@@ -31,8 +32,9 @@ Utf16Reader::Utf16Reader(std::uint8_t* text, std::size_t length, std::int16_t sE
                          Warning& warning)
     : m_warning(warning)
 {
-    if (length % 2 != 0)
+    if (length % 2 != 0) {
         warning.record(RUVO_ODD_LENGTH);
+    }
     // The lone byte may be cut off: the limit is even.
     length = cutAt(kMaxUtf16Length, length, warning);
     m_loneByte = length % 2 != 0;
@@ -42,12 +44,14 @@ Utf16Reader::Utf16Reader(std::uint8_t* text, std::size_t length, std::int16_t sE
     std::size_t start = 0;
     if (sEncodeType == RUVO_UTF16_BY_MARK) {
         littleEndian = startsWithMark(text, length, 0xFF, 0xFE);
-        if (littleEndian || startsWithMark(text, length, 0xFE, 0xFF))
+        if (littleEndian || startsWithMark(text, length, 0xFE, 0xFF)) {
             start = 2;
+        }
     }
     if (littleEndian) {
-        for (std::size_t i = start; i < length; i += 2)
+        for (std::size_t i = start; i < length; i += 2) {
             std::swap(text[i], text[i + 1]);
+        }
     }
     m_next = text + start;
     m_end = text + length;
@@ -103,8 +107,9 @@ void Utf16Reader::readUnit()
         m_highSurrogate = unit;
         m_pending = 0;
     }
-    if (m_pending == 2 || (m_pending == 1 && m_codePoint == kInvalidMarker))
+    if (m_pending == 2 || (m_pending == 1 && m_codePoint == kInvalidMarker)) {
         m_warning.record(RUVO_UNPAIRED_SURROGATE);
+    }
 }
 
 }  // namespace ruvo

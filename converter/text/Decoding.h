@@ -1,8 +1,8 @@
 // Input bytes to code points.
 #pragma once
 
-#include "converter/tables/CharacterTables.h"
 #include "converter/RuvoConverter.h"
+#include "converter/tables/CharacterTables.h"
 
 #include <cstddef>
 #include <cstdint>
@@ -17,8 +17,9 @@ class Warning {
 public:
     void record(short status)
     {
-        if (m_status == RUVO_OK)
+        if (m_status == RUVO_OK) {
             m_status = status;
+        }
     }
     short status() const { return m_status; }
 
@@ -41,11 +42,13 @@ public:
 
     bool peek(std::uint32_t& codePoint)
     {
-        if (m_next == m_end)
+        if (m_next == m_end) {
             return false;
+        }
         codePoint = decode();
-        if (codePoint == kInvalidMarker)
+        if (codePoint == kInvalidMarker) {
             m_warning.record(RUVO_MALFORMED_UTF8);
+        }
         return true;
     }
     void advance() { m_next += m_size; }
@@ -102,8 +105,9 @@ inline std::uint32_t Utf8Reader::decode()
     };
     const std::uint32_t lead = text[0];
     m_size = 1;
-    if (lead < 0x80)
+    if (lead < 0x80) {
         return lead;
+    }
     if ((lead & 0xE0) == 0xC0 && continuation(1)) {
         m_size = 2;
         return (lead & 0x1F) << 6 | bits(1, 0);

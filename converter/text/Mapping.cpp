@@ -1,7 +1,7 @@
 #include "converter/text/Mapping.h"
 
-#include "converter/text/Decoding.h"
 #include "converter/RuvoConverter.h"
+#include "converter/text/Decoding.h"
 
 #include <algorithm>
 
@@ -30,8 +30,9 @@ bool Mapper::mapDirectly(const UnicodeCharInfo& info, DisplayCode& code) const
         return true;
     }
     const std::span<const CharMapping> mappings = unicodeTable.mappings(info);
-    if (mappings.empty())
+    if (mappings.empty()) {
         return false;
+    }
     auto found = std::ranges::find(mappings, table, &CharMapping::ucTableParam);
     if (found == mappings.end()) {
         if (m_settings.usTargetTable != kNoTable) {
@@ -62,8 +63,9 @@ std::uint32_t Mapper::findSpacingForm(std::uint32_t codePoint)
     std::uint32_t result = kNoForm;
     for (std::size_t i = first; i < forms.size();) {
         result = found[i];
-        if (result != kUnknownForm)
+        if (result != kUnknownForm) {
             break;
+        }
         result = found[i] = kNoForm;  // stays when the way comes back here
         DisplayCode code{};
         if (mapDirectly(m_handle.tables.unicodeTable[forms[i].composed], code)) {
@@ -74,8 +76,9 @@ std::uint32_t Mapper::findSpacingForm(std::uint32_t codePoint)
     }
     for (std::size_t i = first; result != kNoForm && found[i] == kNoForm;) {
         found[i] = result;
-        if (forms[i].composed != result)
+        if (forms[i].composed != result) {
             i = decompTable.findSpacingForm(forms[i].composed);
+        }
     }
     return result;
 }
@@ -83,14 +86,16 @@ std::uint32_t Mapper::findSpacingForm(std::uint32_t codePoint)
 Mapper::DisplayCode Mapper::map(std::uint32_t codePoint)
 {
     DisplayCode code = missingCharacter();
-    if (codePoint == kInvalidMarker)
+    if (codePoint == kInvalidMarker) {
         return code;
+    }
     const CodePointTable& unicodeTable = m_handle.tables.unicodeTable;
     if (!mapDirectly(unicodeTable[codePoint], code)) {
         const std::uint32_t form = findSpacingForm(codePoint);
         code = missingCharacter();
-        if (form != kNoForm)
+        if (form != kNoForm) {
             mapDirectly(unicodeTable[form], code);
+        }
     }
     return code;
 }
@@ -100,23 +105,27 @@ short Mapper::append(std::uint32_t codePoint)
     const DisplayCode code = map(codePoint);
     CharCodeChain& characters = m_handle.output.stCharCodeOut;
     const auto position = static_cast<std::uint32_t>(characters.bytes().size());
-    if (const short status = characters.Lutm_SetDataCharCode(code.ucCode))
+    if (const short status = characters.Lutm_SetDataCharCode(code.ucCode)) {
         return status;
+    }
 
     // Output always begins with a table selection, even in front of a set's character.
     const bool tableSwitch = !code.isICS && code.table != m_settings.ucCurrentTable;
     if (tableSwitch || position == 0) {
         if (const short status =
-                m_handle.output.stTableInfoOut.Lutm_SetDataCharCmd({position, code.table}))
+                m_handle.output.stTableInfoOut.Lutm_SetDataCharCmd({position, code.table})) {
             return status;
+        }
         m_settings.ucCurrentTable = code.table;
     }
-    if (!code.isICS)
+    if (!code.isICS) {
         return RUVO_OK;
+    }
     // Every character of a set is wrapped: nothing remembers the set in force.
     if (const short status =
-            m_handle.output.stISetInfoOut.Lutm_SetDataCharCmd({position, code.ucICSParam}))
+            m_handle.output.stISetInfoOut.Lutm_SetDataCharCmd({position, code.ucICSParam})) {
         return status;
+    }
     return m_handle.output.stISetInfoOut.Lutm_SetDataCharCmd(
         {position + 1, m_settings.ucICSCommandDefault});
 }

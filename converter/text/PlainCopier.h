@@ -28,8 +28,9 @@ inline std::uint64_t load(const std::uint8_t* bytes)
 
 inline void store(std::uint8_t* bytes, std::uint64_t word)
 {
-    if constexpr (std::endian::native == std::endian::big)
+    if constexpr (std::endian::native == std::endian::big) {
         word = __builtin_bswap64(word);
+    }
     std::memcpy(bytes, &word, sizeof word);
 }
 
@@ -49,11 +50,13 @@ public:
     {
         const std::uint64_t high = word & everyByte(0x80);
         const std::uint64_t outside = (~(word + m_toBegin) | (word + m_toEnd)) & everyByte(0x80);
-        if ((high | outside) == 0)
+        if ((high | outside) == 0) {
             return kWord;
+        }
         const std::uint64_t inFront = outside & (high - 1) & ~high;
-        if (inFront != 0) [[unlikely]]
-            return firstByte(inFront);
+        if (inFront != 0) {
+            [[unlikely]] return firstByte(inFront);
+        }
         return firstByte(high);
     }
 
@@ -95,9 +98,9 @@ public:
     void copy(Position& position) const
     {
         Position at = position;
-        do
+        do {
             copyIdentity(at);
-        while (at.next < m_end && copyOthers(at));
+        } while (at.next < m_end && copyOthers(at));
         position = at;
     }
 
@@ -106,13 +109,15 @@ private:
     void copyIdentity(Position& at) const
     {
         while (m_end - at.next >= kWord) {
-            if (copyWord(at, load(at.next), kWord))
+            if (copyWord(at, load(at.next), kWord)) {
                 return;
+            }
         }
         // The last bytes are the upper ones of the last whole word.
         const std::ptrdiff_t left = m_end - at.next;
-        if (left > 0 && m_hasWord)
+        if (left > 0 && m_hasWord) {
             copyWord(at, load(m_end - kWord) >> 8 * (kWord - left), left);
+        }
     }
 
     // Copies bytes out of the first `size` ones of a word. True when one of them lies outside.
@@ -133,8 +138,9 @@ private:
         do {
             std::ptrdiff_t size = 0;
             const std::uint32_t code = plainCode(loadFour(at.next), size);
-            if (!(code & PlainTable::kPlain))
+            if (!(code & PlainTable::kPlain)) {
                 return false;
+            }
             *at.out++ = static_cast<std::uint8_t>(code);
             at.next += size;
         } while (at.next < m_end && *at.next >= 0x80);
@@ -151,8 +157,9 @@ private:
             std::memcpy(&bytes, next, 4);
             return std::endian::native == std::endian::little ? bytes : __builtin_bswap32(bytes);
         }
-        for (std::ptrdiff_t i = 0; i < left; ++i)
+        for (std::ptrdiff_t i = 0; i < left; ++i) {
             bytes |= std::uint32_t{next[i]} << 8 * i;
+        }
         return bytes;
     }
 

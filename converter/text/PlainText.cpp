@@ -26,12 +26,13 @@ public:
 
     void append()
     {
-        if (selectsTable() && m_handle.output.stTableInfoOut.room() == 0)
+        if (selectsTable() && m_handle.output.stTableInfoOut.room() == 0) {
             return;
+        }
         const PlainCopier copier(m_at.next, m_end, m_table);
-        do
+        do {
             copier.copy(m_at);
-        while (m_at.next != m_reader.end() && (appendSetCharacter() || composeLast()));
+        } while (m_at.next != m_reader.end() && (appendSetCharacter() || composeLast()));
         m_reader.skipTo(m_at.next);
         commit();
     }
@@ -47,8 +48,9 @@ private:
     // Makes the copied characters part of the output.
     void commit()
     {
-        if (!anyCopied())
+        if (!anyCopied()) {
             return;
+        }
         if (selectsTable()) {
             m_handle.output.stTableInfoOut.Lutm_SetDataCharCmd(
                 {static_cast<std::uint32_t>(m_characters.bytes().size()), m_tableInForce});
@@ -63,18 +65,21 @@ private:
     {
         std::uint32_t codePoint = 0;
         m_reader.skipTo(m_at.next);
-        if (m_at.next >= m_end || !m_reader.peek(codePoint) || codePoint == kInvalidMarker)
+        if (m_at.next >= m_end || !m_reader.peek(codePoint) || codePoint == kInvalidMarker) {
             return false;
+        }
         const CodePointTable& unicodeTable = m_handle.tables.unicodeTable;
         const UnicodeCharInfo& info = unicodeTable[codePoint];
         if (!info.ucICSFlag || info.combiningMark || (!anyCopied() && selectsTable()) ||
-            m_handle.output.stISetInfoOut.room() < 2)
+            m_handle.output.stISetInfoOut.room() < 2) {
             return false;
+        }
         m_reader.advance();
         const std::uint8_t* const next = m_reader.begin();
         if (next != m_reader.end() &&
-            (*next >= 0x80 || !(m_table.front(*next) & PlainTable::kPlain)))
+            (*next >= 0x80 || !(m_table.front(*next) & PlainTable::kPlain))) {
             return false;
+        }
 
         commit();
         const auto position = static_cast<std::uint32_t>(m_characters.bytes().size());
@@ -94,16 +99,17 @@ private:
         std::uint32_t run[2];
         std::uint32_t behind = 0;
         m_reader.skipTo(m_at.next);
-        if (!anyCopied() || !nextIsMark(run[1]))
+        if (!anyCopied() || !nextIsMark(run[1])) {
             return false;
+        }
         m_reader.advance();
         const std::uint8_t* const behindMark = m_reader.begin();
         const bool pair = !nextIsMark(behind);
 
         const std::uint8_t* base = m_at.next;
-        do
+        do {
             --base;
-        while (isContinuation(*base));
+        } while (isContinuation(*base));
         m_reader.skipTo(base);
         m_reader.peek(run[0]);
         std::uint32_t composed = 0;
@@ -111,8 +117,9 @@ private:
         if (pair &&
             m_handle.composer.compose(m_handle.tables, m_handle.settings.ucDecompositionMappingSize,
                                       run, composed) &&
-            composed <= PlainTable::kLast)
+            composed <= PlainTable::kLast) {
             code = m_table[composed];
+        }
         if (!(code & PlainTable::kPlain)) {
             m_at = {base, m_at.out - 1};
             return false;
@@ -143,8 +150,9 @@ void appendPlainText(Utf8Reader& reader, HandleLink& handle)
 {
     const PlainTable* const table =
         handle.tables.unicodeTable.plainTable(handle.settings.tableInForce());
-    if (table)
+    if (table != nullptr) {
         PlainText(reader, handle, *table).append();
+    }
 }
 
 }  // namespace ruvo

@@ -1,8 +1,8 @@
 // The fast way for the bulk of a text.
 #pragma once
 
-#include "converter/text/Decoding.h"
 #include "converter/handle/Handle.h"
+#include "converter/text/Decoding.h"
 
 namespace ruvo {
 

@@ -1,10 +1,10 @@
 #include "program/check/CharacterCheck.h"
 
-#include "program/text/CharacterText.h"
-#include "program/stream/DisplayCommands.h"
-#include "converter/profile/ProfileFile.h"
 #include "converter/RuvoConverter.h"
+#include "converter/profile/ProfileFile.h"
 #include "converter/profile/UnicodeData.h"
+#include "program/stream/DisplayCommands.h"
+#include "program/text/CharacterText.h"
 
 #include <algorithm>
 #include <charconv>
@@ -31,8 +31,9 @@ public:
     void add(const ruvo::ProfilePlace& place, const std::string& words)
     {
         Group& group = m_groups[place.path];
-        if (group.lines.empty())
+        if (group.lines.empty()) {
             group.words = words;
+        }
         group.lines.insert(place.line);
     }
 
@@ -64,8 +65,9 @@ CharacterCheck::CharacterCheck(const ruvo::HandleSettings& settings,
     for (const TableFileKind kind : {TableFileKind::translation, TableFileKind::internalSet}) {
         for (const PlacedEntry& placed : m_list.entries(kind)) {
             const std::uint32_t codePoint = placed.entry.ulCodePoint;
-            if (codePoint != ruvo::kNoCharacter && m_tables.unicodeTable[codePoint].listed)
+            if (codePoint != ruvo::kNoCharacter && m_tables.unicodeTable[codePoint].listed) {
                 m_shown.insert(codePoint);
+            }
         }
     }
 }
@@ -84,8 +86,9 @@ void CharacterCheck::checkTables()
     EntryWarnings unused;
     for (const PlacedEntry& placed : m_list.entries(TableFileKind::translation)) {
         const ruvo::MapEntry& entry = placed.entry;
-        if (entry.ulCodePoint == ruvo::kNoCharacter)
+        if (entry.ulCodePoint == ruvo::kNoCharacter) {
             continue;
+        }
         const ruvo::UnicodeCharInfo& info = m_tables.unicodeTable[entry.ulCodePoint];
         if (!info.listed) {
             unlisted.add(placed.place, codePointText(entry.ulCodePoint) +
@@ -112,8 +115,9 @@ void CharacterCheck::checkTables()
 void CharacterCheck::checkSets()
 {
     std::map<std::uint32_t, const PlacedEntry*> ofTables;
-    for (const PlacedEntry& placed : m_list.entries(TableFileKind::translation))
+    for (const PlacedEntry& placed : m_list.entries(TableFileKind::translation)) {
         ofTables.emplace(placed.entry.ulCodePoint, &placed);
+    }
 
     EntryWarnings unlisted;
     EntryWarnings unused;
@@ -129,13 +133,14 @@ void CharacterCheck::checkSets()
         }
         const ruvo::CharMapping inForce = m_tables.unicodeTable.icsMapping(info);
         const auto table = ofTables.find(entry.ulCodePoint);
-        if (inForce.ucCode != entry.ucCode || inForce.ucTableParam != entry.ucParam)
+        if (inForce.ucCode != entry.ucCode || inForce.ucTableParam != entry.ucParam) {
             unused.add(placed.place, name + " is never shown with the byte " +
                                          byteName(entry.ucCode) +
                                          " of this set: the sets have it twice");
-        else if (table != ofTables.end())
+        } else if (table != ofTables.end()) {
             shadowing.add(placed.place, name + " is always taken from this set, although " +
                                             shownPath(table->second->place.path) + " has it too");
+        }
     }
     unlisted.tell(m_list);
     unused.tell(m_list);
@@ -152,24 +157,28 @@ void CharacterCheck::checkBytes(TableFileKind kind)
     std::map<std::pair<std::string, std::uint8_t>, const PlacedEntry*> ofBytes;
     for (const PlacedEntry& placed : m_list.entries(kind)) {
         const ruvo::MapEntry& entry = placed.entry;
-        if (entry.ulCodePoint == ruvo::kNoCharacter)
+        if (entry.ulCodePoint == ruvo::kNoCharacter) {
             continue;
+        }
         const std::string name = codePointText(entry.ulCodePoint);
         const std::string byte = byteName(entry.ucCode);
-        if (!isText(entry.ucCode))
+        if (!isText(entry.ucCode)) {
             commands.add(placed.place,
                          name + " has the byte " + byte +
                              ", a control code of the display: a text could send commands");
+        }
         if (entry.ulCodePoint >= firstC1 && entry.ulCodePoint <= lastC1 &&
-            entry.ulCodePoint != entry.ucCode)
+            entry.ulCodePoint != entry.ucCode) {
             exchanged.add(placed.place,
                           name + " is a control character; in a line the byte comes first");
+        }
         const PlacedEntry& first =
             *ofBytes.emplace(std::pair(placed.place.path, entry.ucCode), &placed).first->second;
-        if (first.entry.ulCodePoint != entry.ulCodePoint)
+        if (first.entry.ulCodePoint != entry.ulCodePoint) {
             twice.add(placed.place, name + " has the byte " + byte + ", which line " +
                                         std::to_string(first.place.line) + " has for " +
                                         codePointText(first.entry.ulCodePoint));
+        }
     }
     commands.tell(m_list);
     exchanged.tell(m_list);
@@ -182,16 +191,18 @@ void CharacterCheck::checkDecompositions(const DatabaseLines& lines)
 {
     const ruvo::DecompositionTable& decompositions = m_tables.decompTable;
     std::multimap<std::uint32_t, std::uint32_t> basesOf;
-    for (const ruvo::DecompEntry& row : decompositions.rows())
+    for (const ruvo::DecompEntry& row : decompositions.rows()) {
         basesOf.emplace(row.composed, row.firstComponent);
+    }
     std::set<std::uint32_t> useful = m_shown;
     std::vector<std::uint32_t> unfollowed(m_shown.begin(), m_shown.end());
     while (!unfollowed.empty()) {
         const auto [first, last] = basesOf.equal_range(unfollowed.back());
         unfollowed.pop_back();
         for (auto row = first; row != last; ++row) {
-            if (useful.insert(row->second).second)
+            if (useful.insert(row->second).second) {
                 unfollowed.push_back(row->second);
+            }
         }
     }
 
@@ -202,11 +213,12 @@ void CharacterCheck::checkDecompositions(const DatabaseLines& lines)
             row.componentCount == 1 || (row.componentCount > 1 && second <= ruvo::kMaxCodePoint &&
                                         m_tables.unicodeTable[second].combiningMark);
         const auto line = lines.find(row.composed);
-        if (composes && !useful.contains(row.composed) && line != lines.end())
+        if (composes && !useful.contains(row.composed) && line != lines.end()) {
             astray.add({ruvo::unicodeDataPath(m_settings), line->second},
                        codePointText(row.composed) +
                            " has a decomposition, but no table or set has the character: letters "
                            "and marks that lead to it are missing or not composed");
+        }
     }
     astray.tell(m_list);
 }
@@ -215,8 +227,9 @@ bool checkDatabase(const ruvo::HandleSettings& settings, FindingList& list, Data
 {
     constexpr char noComment = '\n';
     ruvo::ProfileFile file(&list);
-    if (file.open(ruvo::unicodeDataPath(settings), RUVO_UNICODE_DATA_MISSING, RUVO_OK) != RUVO_OK)
+    if (file.open(ruvo::unicodeDataPath(settings), RUVO_UNICODE_DATA_MISSING, RUVO_OK) != RUVO_OK) {
         return false;
+    }
     std::uint32_t last = 0;
     std::string_view line;
     while (file.next(noComment, line)) {

@@ -2,9 +2,9 @@
 // gives warnings only.
 #pragma once
 
-#include "program/check/FindingList.h"
-#include "converter/tables/CharacterTables.h"
 #include "converter/profile/HandleSettings.h"
+#include "converter/tables/CharacterTables.h"
+#include "program/check/FindingList.h"
 
 #include <cstddef>
 #include <cstdint>

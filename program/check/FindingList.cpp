@@ -32,8 +32,9 @@ void FindingList::noLines(const std::string& path, const std::string& words, sho
     }
     std::deque<ruvo::ProfilePlace>& places = named->second;
     add(kind, places.front(), '"' + shownPath(path) + "\" " + words, status);
-    if (places.size() > 1)
+    if (places.size() > 1) {
         places.pop_front();
+    }
 }
 
 void FindingList::remark(const ruvo::ProfilePlace& place, const std::string& words)
@@ -76,11 +77,12 @@ std::vector<Finding> FindingList::take()
 {
     for (const auto& [key, count] : m_counts) {
         const auto& [path, kind] = key;
-        if (count.findings > kMaxFindings)
+        if (count.findings > kMaxFindings) {
             add(Finding::Kind::note, {path, count.lastLine},
                 "and " + std::to_string(count.findings - kMaxFindings) +
                     (kind == Finding::Kind::error ? " more errors" : " more warnings") +
                     " up to this line");
+        }
     }
     std::ranges::stable_sort(m_findings, {}, [&](const Finding& finding) {
         return std::pair(m_files[finding.place.path], finding.place.line);
@@ -97,9 +99,11 @@ void FindingList::add(Finding::Kind kind, const ruvo::ProfilePlace& place, const
     const bool told = count.findings < kMaxFindings
                           ? !m_kept.emplace(place.path, place.line, words).second
                           : place.line <= count.lastLine;
-    if (told)
+    if (told) {
         return;
+    }
     count.lastLine = std::max(count.lastLine, place.line);
-    if (++count.findings <= kMaxFindings)
+    if (++count.findings <= kMaxFindings) {
         m_findings.push_back({kind, place, words, status});
+    }
 }

@@ -37,8 +37,9 @@ public:
     // file is read for it, in this order.
     void nameFile(const std::string& path, const ruvo::ProfilePlace& place)
     {
-        if (place.line > 0)
+        if (place.line > 0) {
             m_namedAt[path].push_back(place);
+        }
     }
 
     void add(Finding::Kind kind, const ruvo::ProfilePlace& place, const std::string& words,

@@ -1,13 +1,13 @@
 #include "program/check/ProfileCheck.h"
 
-#include "program/check/CharacterCheck.h"
-#include "program/text/CharacterText.h"
-#include "program/check/FindingList.h"
+#include "converter/RuvoConverter.h"
 #include "converter/profile/CharacterFiles.h"
 #include "converter/profile/ProfileFile.h"
-#include "converter/RuvoConverter.h"
 #include "converter/profile/SettingsFiles.h"
 #include "converter/profile/UnicodeData.h"
+#include "program/check/CharacterCheck.h"
+#include "program/check/FindingList.h"
+#include "program/text/CharacterText.h"
 
 #include <algorithm>
 #include <filesystem>
@@ -55,12 +55,14 @@ private:
 CheckedProfile Checker::check()
 {
     take(ruvo::readSettingsFile(m_directory, m_settings, &m_list));
-    if (m_result.status == RUVO_OK)
+    if (m_result.status == RUVO_OK) {
         m_list.excuse();
+    }
     if (m_settings.szDeviceInfoPath.empty()) {
-        if (m_result.status == RUVO_SETTINGS_INVALID)
+        if (m_result.status == RUVO_SETTINGS_INVALID) {
             m_list.add(Finding::Kind::note, {m_directory + "HalvoSet.txt", 0},
                        "without \"DeviceInfoPath\" the other files are not checked");
+        }
         m_result.findings = m_list.take();
         return m_result;
     }
@@ -73,12 +75,14 @@ CheckedProfile Checker::check()
         ruvo::readDeviceInfoFile(m_device, m_settings, m_deviceInfo, &m_list);
     take(deviceStatus);
     nameFiles();
-    if (deviceStatus == RUVO_OK)
+    if (deviceStatus == RUVO_OK) {
         checkDeviceInfo();
-    else if (deviceStatus == RUVO_DEVICE_INFO_INVALID)
+    } else if (deviceStatus == RUVO_DEVICE_INFO_INVALID) {
         keepNamedFiles();
-    if (deviceStatus == RUVO_OK || deviceStatus == RUVO_DEVICE_INFO_INVALID)
+    }
+    if (deviceStatus == RUVO_OK || deviceStatus == RUVO_DEVICE_INFO_INVALID) {
         checkCharacterFiles(deviceStatus == RUVO_OK);
+    }
     m_result.findings = m_list.take();
     return m_result;
 }
@@ -91,36 +95,41 @@ void Checker::checkCharacterFiles(bool deviceIsValid)
     m_settings.ulDecompositionClassNumber = ruvo::kMaxCodePoint + 1;
     take(ruvo::readCharacterFiles(m_settings, m_deviceInfo, m_tables, &m_list));
     DatabaseLines lines;
-    if (!checkDatabase(m_settings, m_list, lines) || !deviceIsValid)
+    if (!checkDatabase(m_settings, m_list, lines) || !deviceIsValid) {
         return;
+    }
     const std::size_t rows = m_tables.decompTable.size();
-    if (rows > announced)
+    if (rows > announced) {
         m_list.remark(m_list.placeOf("DecompositionClassNumber"),
                       "\"DecompositionClassNumber\" is " + std::to_string(announced) +
                           ", but UnicodeData.txt has " + std::to_string(rows) +
                           " decompositions: the last ones are not used");
+    }
     m_result.tables = static_cast<std::size_t>(m_settings.sMappingTableNumber);
     m_result.sets = static_cast<std::size_t>(m_deviceInfo.sInternalCharacterSetNumber);
     CharacterCheck check(m_settings, m_tables, m_list);
     check.checkEntries();
-    if (m_result.status == RUVO_OK)  // a file at fault may have the characters
+    if (m_result.status == RUVO_OK) {  // a file at fault may have the characters
         check.checkDecompositions(lines);
+    }
     m_result.characters = check.shownCharacters();
 }
 
 // The first fault decides the open.
 void Checker::take(short status)
 {
-    if (m_result.status == RUVO_OK)
+    if (m_result.status == RUVO_OK) {
         m_result.status = status;
+    }
 }
 
 void Checker::findDeviceInfo()
 {
     std::string& path = m_settings.szDeviceInfoPath;
     std::error_code ignored;
-    if (path.starts_with('/') || fs::equivalent(m_directory, ".", ignored))
+    if (path.starts_with('/') || fs::equivalent(m_directory, ".", ignored)) {
         return;
+    }
     const bool inCurrent = fs::exists(path + m_device, ignored);
     if (!inCurrent) {
         m_hostDirectory = m_directory;
@@ -135,32 +144,36 @@ void Checker::checkSettings()
 {
     constexpr int utf8 = 3;
     const ruvo::ProfilePlace& encoding = m_list.placeOf("EncodeTypeDefault");
-    if (encoding.line > 0 && m_settings.sEncodeType != utf8)
+    if (encoding.line > 0 && m_settings.sEncodeType != utf8) {
         m_list.remark(encoding, "\"EncodeTypeDefault\" is " +
                                     std::to_string(m_settings.sEncodeType) +
                                     ", but the markup engine passes UTF-8, which is 3");
+    }
 
     const ruvo::ProfilePlace& log = m_list.placeOf("LogFilePath");
     const bool relative = !m_settings.szLogFilePath.starts_with('/');
     const std::string folder = (relative ? m_hostDirectory : "") + m_settings.szLogFilePath;
     std::error_code ignored;
-    if (log.line > 0 && !fs::is_directory(folder, ignored))
+    if (log.line > 0 && !fs::is_directory(folder, ignored)) {
         m_list.add(Finding::Kind::note, log,
                    "there is no directory " + ruvo::quoted(shownPath(folder)) +
                        ": nothing is logged");
+    }
 }
 
 void Checker::checkDeviceInfo()
 {
-    if (m_settings.ucGeneralCategorySize < 2)
+    if (m_settings.ucGeneralCategorySize < 2) {
         m_list.remark(m_list.placeOf("GeneralCategorySize"),
                       "\"GeneralCategorySize\" is 1, too short for Mn, Mc and Me: no character "
                       "counts as a combining mark");
-    if (m_settings.ucDecompositionMappingSize < 2)
+    }
+    if (m_settings.ucDecompositionMappingSize < 2) {
         m_list.remark(m_list.placeOf("DecompositionMappingSize"),
                       "\"DecompositionMappingSize\" is " +
                           std::to_string(m_settings.ucDecompositionMappingSize) +
                           ": a letter and a mark are never composed");
+    }
     tellEqualTables("TableCommandParam", &ruvo::TableEntry::ucTableCommandParam,
                     "the command parameter", Finding::Kind::warning,
                     "one command selects both, and only the code page of the last one can be a "
@@ -178,21 +191,24 @@ void Checker::tellEqualTables(const std::string& key, Value ruvo::TableEntry::*v
     std::map<int, std::size_t> tableOf;
     for (std::size_t i = 0; i < static_cast<std::size_t>(m_settings.sMappingTableNumber); ++i) {
         const auto [first, isNew] = tableOf.emplace(m_deviceInfo.astTable[i].*value, i);
-        if (!isNew)
+        if (!isNew) {
             m_list.add(kind, m_list.placeOf(key, i),
                        "[Table" + std::to_string(i + 1) + "] has " + what + " of [Table" +
                            std::to_string(first->second + 1) + "]: " + consequence);
+        }
     }
 }
 
 void Checker::nameFiles()
 {
-    for (std::size_t i = 0; i < m_deviceInfo.astTable.size(); ++i)
+    for (std::size_t i = 0; i < m_deviceInfo.astTable.size(); ++i) {
         m_list.nameFile(m_settings.szDeviceInfoPath + m_deviceInfo.astTable[i].szTableFileName,
                         m_list.placeOf("TableFileName", i));
-    for (std::size_t i = 0; i < m_deviceInfo.astICS.size(); ++i)
+    }
+    for (std::size_t i = 0; i < m_deviceInfo.astICS.size(); ++i) {
         m_list.nameFile(m_settings.szDeviceInfoPath + m_deviceInfo.astICS[i].szICSFileName,
                         m_list.placeOf("ICSFileName", i));
+    }
 }
 
 // Of an invalid device information the files whose names are known.
@@ -213,12 +229,14 @@ std::string compilerLine(const Finding& finding)
 {
     constexpr const char* kinds[] = {"error", "warning", "note"};
     std::string line = shownPath(finding.place.path);
-    if (finding.place.line > 0)
+    if (finding.place.line > 0) {
         line.append(":").append(std::to_string(finding.place.line));
+    }
     line.append(": ").append(kinds[static_cast<int>(finding.kind)]).append(": ");
     line += finding.words;
-    if (finding.status != RUVO_OK)
+    if (finding.status != RUVO_OK) {
         line += " (status " + std::to_string(finding.status) + ")";
+    }
     return printable(line);
 }
 

@@ -1,7 +1,7 @@
 // kestrix-disp check: the faults of a device profile, line by line.
+#include "program/check/ProfileCheck.h"
 #include "program/commands/Commands.h"
 #include "program/commands/Files.h"
-#include "program/check/ProfileCheck.h"
 #include "program/text/StatusText.h"
 
 #include <CLI/CLI.hpp>
@@ -25,13 +25,14 @@ std::string count(std::size_t number, const std::string& noun)
 std::string verdict(const CheckedProfile& profile, const Options& options)
 {
     std::string text = "device \"" + options.device + "\" ";
-    if (profile.status == RUVO_OK)
+    if (profile.status == RUVO_OK) {
         text += "opens, with " + count(profile.tables, "table") + ", " +
                 count(profile.sets, "internal character set") + " and " +
                 count(profile.characters, "character");
-    else
+    } else {
         text += "does not open: status " + std::to_string(profile.status) + ", " +
                 std::string(statusText(profile.status));
+    }
     return text + "\n";
 }
 
@@ -39,8 +40,9 @@ int check(const Options& options)
 {
     const CheckedProfile profile = checkProfile(options.directory, options.device);
     std::string text;
-    for (const Finding& finding : profile.findings)
+    for (const Finding& finding : profile.findings) {
         text += compilerLine(finding) + "\n";
+    }
     writeFile("-", text + verdict(profile, options));
     return profile.status == RUVO_OK ? kDone : kWrongInput;
 }

@@ -1,8 +1,8 @@
 // kestrix-disp explain: a command stream in words.
 #include "program/commands/Commands.h"
-#include "program/stream/Explanation.h"
 #include "program/commands/Files.h"
 #include "program/commands/StreamInput.h"
+#include "program/stream/Explanation.h"
 
 #include <CLI/CLI.hpp>
 

@@ -24,12 +24,15 @@ std::string readFile(const std::string& file)
     std::FILE* const input = standard ? stdin : opened.get();
     std::string bytes;
     char block[64 * 1024];
-    while (const std::size_t count = input ? std::fread(block, 1, sizeof block, input) : 0)
+    while (const std::size_t count =
+               input != nullptr ? std::fread(block, 1, sizeof block, input) : 0) {
         bytes.append(block, count);
+    }
     // A folder opens, and fails when it is read.
-    if (!input || std::ferror(input))
+    if ((input == nullptr) || std::ferror(input)) {
         throw std::runtime_error("cannot read " + file + ": " +
                                  std::generic_category().message(errno));
+    }
     return bytes;
 }
 
@@ -37,13 +40,15 @@ void writeFile(const std::string& file, std::string_view bytes)
 {
     if (file == kStandardStream) {
         std::fwrite(bytes.data(), 1, bytes.size(), stdout);
-        if (std::fflush(stdout) != 0 || std::ferror(stdout))
+        if (std::fflush(stdout) != 0 || std::ferror(stdout)) {
             throw std::runtime_error("cannot write the output");
+        }
         return;
     }
     std::ofstream stream(file, std::ios::binary);
     stream << bytes;
     stream.close();
-    if (!stream)
+    if (!stream) {
         throw std::runtime_error("cannot write " + file);
+    }
 }

@@ -1,8 +1,8 @@
 // kestrix-disp preview: what a display shows after a document or a command stream.
 #include "program/commands/Commands.h"
 #include "program/commands/Files.h"
-#include "program/display/PngDrawing.h"
 #include "program/commands/StreamInput.h"
+#include "program/display/PngDrawing.h"
 #include "program/display/SvgDrawing.h"
 #include "program/display/TerminalDrawing.h"
 #include "program/display/VirtualDisplay.h"
@@ -34,7 +34,8 @@ std::string localTime()
     const std::time_t now = std::time(nullptr);
     std::tm fields{};
     char text[16];
-    return localtime_r(&now, &fields) && std::strftime(text, sizeof text, "%H:%M", &fields) != 0
+    return (localtime_r(&now, &fields) != nullptr) &&
+                   std::strftime(text, sizeof text, "%H:%M", &fields) != 0
                ? text
                : "00:00";
 }
@@ -62,16 +63,19 @@ int preview(const Options& options)
     const ProfileTables tables = options.input.readTables();
     VirtualDisplay display(tables, options.size, options.origin);
     display.run(byteSpan(stream.bytes));
-    if (const std::size_t count = display.ignored().size(); count != 0)
+    if (const std::size_t count = display.ignored().size(); count != 0) {
         std::cerr << "kestrix-disp: without effect on this display: " << count
                   << (count == 1 ? " command" : " commands") << ", the first at offset " << std::hex
                   << display.ignored().front() << " (hex); explain says what it is\n";
+    }
 
     const Screen screen = display.screen(options.time.empty() ? localTime() : options.time);
-    if (!options.svg.empty())
+    if (!options.svg.empty()) {
         writeFile(options.svg, drawSvg(screen));
-    if (!options.png.empty())
+    }
+    if (!options.png.empty()) {
         writeFile(options.png, drawPng(screen));
+    }
     if (options.svg.empty() && options.png.empty()) {
         const bool sgr = options.sgr || isatty(STDOUT_FILENO) != 0;
         writeFile("-", drawText(screen, sgr ? Highlight::sgr : Highlight::none, options.origin));

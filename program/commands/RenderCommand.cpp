@@ -1,8 +1,8 @@
 // kestrix-disp render: a document's display commands, raw or as a hex dump.
 #include "program/commands/Commands.h"
 #include "program/commands/Files.h"
-#include "program/text/HexText.h"
 #include "program/stream/Rendering.h"
+#include "program/text/HexText.h"
 
 #include <CLI/CLI.hpp>
 

@@ -23,16 +23,20 @@ bool isPrintable(char c)
 // codes. Two-byte encodings are known by the mark, or by "<" in two bytes.
 bool isDocument(std::string_view bytes)
 {
-    if (bytes.starts_with("\xFF\xFE") || bytes.starts_with("\xFE\xFF"))
+    if (bytes.starts_with("\xFF\xFE") || bytes.starts_with("\xFE\xFF")) {
         return true;
-    if (bytes.starts_with("\xEF\xBB\xBF"))
+    }
+    if (bytes.starts_with("\xEF\xBB\xBF")) {
         bytes.remove_prefix(3);
+    }
     if (bytes.starts_with(std::string_view("<\0", 2)) ||
-        bytes.starts_with(std::string_view("\0<", 2)))
+        bytes.starts_with(std::string_view("\0<", 2))) {
         return true;
+    }
     bytes.remove_prefix(std::min(bytes.find_first_not_of(" \t\r\n"), bytes.size()));
-    if (bytes.starts_with("<?xml"))
+    if (bytes.starts_with("<?xml")) {
         return true;
+    }
     const auto beginsName = [](char c) {
         return c == ':' || c == '_' || (c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z') ||
                static_cast<unsigned char>(c) >= 0x80;
@@ -67,16 +71,19 @@ CommandBytes StreamInput::readStream() const
     const bool detect = !document && !hex && !raw;
     if (document || (detect && isDocument(bytes))) {
         CommandBytes commands = renderDocument(bytes, profile);
-        if (detect && !commands.whole)
+        if (detect && !commands.whole) {
             std::cerr
                 << "kestrix-disp: the input was taken for a document; --raw reads it as it is\n";
+        }
         return commands;
     }
-    if (hex || (detect && isHexText(bytes)))
+    if (hex || (detect && isHexText(bytes))) {
         return {bytesOfHexText(bytes)};
-    if (detect && !bytes.empty() && std::ranges::all_of(bytes, isPrintable))
+    }
+    if (detect && !bytes.empty() && std::ranges::all_of(bytes, isPrintable)) {
         std::cerr << "kestrix-disp: the input holds no command and is taken for text; --hex and "
                      "--document read it otherwise\n";
+    }
     return {std::move(bytes)};
 }
 

@@ -1,8 +1,8 @@
 // The input of the commands that take a command stream, or a document to make one from.
 #pragma once
 
-#include "program/stream/CommandStream.h"
 #include "program/profile/ProfileTables.h"
+#include "program/stream/CommandStream.h"
 #include "program/stream/Rendering.h"
 
 #include <string>

@@ -1,9 +1,9 @@
 // kestrix-disp which: the code tables and sets that the characters of a text come from.
-#include "program/profile/CharacterReport.h"
+#include "converter/RuvoConverter.h"
 #include "program/commands/Commands.h"
 #include "program/commands/Files.h"
+#include "program/profile/CharacterReport.h"
 #include "program/stream/Rendering.h"
-#include "converter/RuvoConverter.h"
 
 #include <CLI/CLI.hpp>
 
@@ -23,8 +23,9 @@ public:
         : m_handle(RuvoOpenHandle(bytes(profile.device), profile.device.size(),
                                   bytes(profile.setting), profile.setting.size()))
     {
-        if (m_handle < 0)
+        if (m_handle < 0) {
             throw std::runtime_error(openFailure(profile, m_handle));
+        }
     }
     ~OpenHandle() { RuvoCloseHandle(m_handle); }
     OpenHandle(const OpenHandle&) = delete;

@@ -64,11 +64,14 @@ constexpr int top(int line)
 inline DotMatrix litDots(const Cell& cell, bool cursor)
 {
     DotMatrix dots = glyph(cell.character);
-    if (cell.reverse)
-        for (std::uint8_t& row : dots)
+    if (cell.reverse) {
+        for (std::uint8_t& row : dots) {
             row = static_cast<std::uint8_t>(~row);
-    if (cursor)
+        }
+    }
+    if (cursor) {
         dots.back() = static_cast<std::uint8_t>(~dots.back());
+    }
     return dots;
 }
 

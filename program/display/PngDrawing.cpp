@@ -27,8 +27,9 @@ using Pattern = std::unique_ptr<cairo_pattern_t, decltype(&cairo_pattern_destroy
 Surface makeSurface(cairo_format_t format, int width, int height)
 {
     Surface surface(cairo_image_surface_create(format, width, height), cairo_surface_destroy);
-    if (cairo_surface_status(surface.get()) != CAIRO_STATUS_SUCCESS)
+    if (cairo_surface_status(surface.get()) != CAIRO_STATUS_SUCCESS) {
         throw std::runtime_error("no memory for the picture");
+    }
     return surface;
 }
 
@@ -76,8 +77,9 @@ Surface dotMask(const DotMatrix& dots, int scale)
     cairo_scale(context.get(), scale, scale);
     for (int row = 0; row < kGlyphRows; ++row) {
         for (int column = 0; column < kGlyphColumns; ++column) {
-            if (!isLit(dots, column, row))
+            if (!isLit(dots, column, row)) {
                 continue;
+            }
             cairo_new_sub_path(context.get());
             cairo_arc(context.get(), column + 0.5, row + 0.5, panel::kDotSize / 2, 0,
                       2 * std::numbers::pi);
@@ -108,14 +110,16 @@ private:
 void blurLine(std::uint8_t* line, int length, std::ptrdiff_t stride, int radius,
               std::vector<std::uint8_t>& copy)
 {
-    for (int i = 0; i < length; ++i)
+    for (int i = 0; i < length; ++i) {
         copy[static_cast<std::size_t>(i)] = line[i * stride];
+    }
     const auto value = [&](int i) {
         return i >= 0 && i < length ? int{copy[static_cast<std::size_t>(i)]} : 0;
     };
     int sum = 0;
-    for (int i = -radius; i < radius; ++i)
+    for (int i = -radius; i < radius; ++i) {
         sum += value(i);
+    }
     for (int i = 0; i < length; ++i) {
         sum += value(i + radius);
         line[i * stride] = static_cast<std::uint8_t>(sum / (2 * radius + 1));
@@ -135,10 +139,12 @@ void blur(const Surface& surface, double deviation)
     const std::ptrdiff_t stride = cairo_image_surface_get_stride(surface.get());
     std::vector<std::uint8_t> copy(static_cast<std::size_t>(std::max(width, height)));
     for (int pass = 0; pass < kPasses; ++pass) {
-        for (int y = 0; y < height; ++y)
+        for (int y = 0; y < height; ++y) {
             blurLine(pixels + y * stride, width, 1, radius, copy);
-        for (int x = 0; x < width; ++x)
+        }
+        for (int x = 0; x < width; ++x) {
             blurLine(pixels + x, height, stride, radius, copy);
+        }
     }
     cairo_surface_mark_dirty(surface.get());
 }
@@ -153,9 +159,10 @@ Surface litMask(const Screen& screen, int scale, MaskCache& masks)
         for (int column = 0; column < screen.size.columns; ++column) {
             const bool cursor = screen.cursor == Position{column, line};
             const DotMatrix dots = panel::litDots(screen.cell(column, line), cursor);
-            if (dots != DotMatrix{})
+            if (dots != DotMatrix{}) {
                 cairo_mask_surface(context.get(), masks.mask(dots), panel::left(column) * scale,
                                    panel::top(line) * scale);
+            }
         }
     }
     return lit;
@@ -167,18 +174,21 @@ void drawUnlitDots(cairo_t* context, Size size, int scale)
     all.fill(0xFF);
     const Surface mask = dotMask(all, scale);
     setColour(context, panel::kUnlit, 1);
-    for (int line = 0; line < size.lines; ++line)
-        for (int column = 0; column < size.columns; ++column)
+    for (int line = 0; line < size.lines; ++line) {
+        for (int column = 0; column < size.columns; ++column) {
             cairo_mask_surface(context, mask.get(), panel::left(column) * scale,
                                panel::top(line) * scale);
+        }
+    }
 }
 
 int pictureScale(Size size)
 {
     int scale = kPixels;
     while (scale > 1 &&
-           std::int64_t{panel::width(size)} * panel::height(size) * scale * scale > kMaxPixels)
+           std::int64_t{panel::width(size)} * panel::height(size) * scale * scale > kMaxPixels) {
         --scale;
+    }
     return scale;
 }
 
@@ -223,7 +233,8 @@ std::string drawPng(const Screen& screen)
 
     std::string png;
     if (cairo_status(context.get()) != CAIRO_STATUS_SUCCESS ||
-        cairo_surface_write_to_png_stream(picture.get(), append, &png) != CAIRO_STATUS_SUCCESS)
+        cairo_surface_write_to_png_stream(picture.get(), append, &png) != CAIRO_STATUS_SUCCESS) {
         throw std::runtime_error("no memory for the picture");
+    }
     return png;
 }

@@ -21,8 +21,9 @@ std::string number(double value)
     std::snprintf(text, sizeof text, "%.5f", value);
     std::string_view digits = text;
     digits = digits.substr(0, digits.find_last_not_of('0') + 1);
-    if (digits.ends_with('.'))
+    if (digits.ends_with('.')) {
         digits.remove_suffix(1);
+    }
     return std::string(digits);
 }
 
@@ -88,8 +89,9 @@ std::string dotPath(const DotMatrix& dots)
     for (int row = 0; row < kGlyphRows; ++row) {
         int from = -1;
         for (int column = 0; column < kGlyphColumns; ++column) {
-            if (!isLit(dots, column, row))
+            if (!isLit(dots, column, row)) {
                 continue;
+            }
             path += from < 0 ? "M" + std::to_string(column) + " " + std::to_string(row)
                              : "m" + std::to_string(column - from) + " 0";
             path += "h0";
@@ -107,12 +109,14 @@ public:
     std::string use(const DotMatrix& dots, int x, int y, const std::string& attributes = "",
                     const std::string& content = "")
     {
-        if (dots == DotMatrix{})
+        if (dots == DotMatrix{}) {
             return {};
+        }
         const auto [entry, added] = m_numbers.try_emplace(dots, m_numbers.size());
         const std::string id = "d" + std::to_string(entry->second);
-        if (added)
+        if (added) {
             m_definitions += "<path" + attribute("id", id) + attribute("d", dotPath(dots)) + "/>\n";
+        }
         return "<use" + attribute("href", "#" + id) + attribute("x", x) + attribute("y", y) +
                attributes + (content.empty() ? "/>" : ">" + content + "</use>") + "\n";
     }
@@ -130,12 +134,14 @@ std::string unlitDots(Size size)
     DotMatrix all;
     all.fill(0xFF);
     std::string text = "<defs><path id=\"c\"" + attribute("d", dotPath(all)) + "/><g id=\"l\">";
-    for (int column = 0; column < size.columns; ++column)
+    for (int column = 0; column < size.columns; ++column) {
         text += "<use href=\"#c\"" + attribute("x", column * panel::kColumnPitch) + "/>";
+    }
     text += "</g></defs>\n<g" + attribute("stroke", colour(panel::kUnlit)) + ">";
-    for (int line = 0; line < size.lines; ++line)
+    for (int line = 0; line < size.lines; ++line) {
         text += "<use href=\"#l\"" + attribute("x", panel::left(0)) +
                 attribute("y", panel::top(line)) + "/>";
+    }
     return text + "</g>\n";
 }
 
@@ -149,8 +155,9 @@ public:
 
     void at(double milliseconds, const std::string& value)
     {
-        if (milliseconds >= m_length && !m_values.empty())
+        if (milliseconds >= m_length && !m_values.empty()) {
             return;
+        }
         m_values += (m_values.empty() ? "" : ";") + value;
         m_times += (m_times.empty() ? "" : ";") + number(milliseconds / m_length);
     }
@@ -192,13 +199,15 @@ std::string walkingText(const Marquee& marquee, Patterns& patterns)
     const int steps = times.columns + times.characters;
     Animation walk(" attributeName=\"transform\" type=\"translate\"",
                    steps * times.step + marquee.runWait, marquee.runs);
-    for (int step = 1; step <= steps; ++step)
+    for (int step = 1; step <= steps; ++step) {
         walk.at((step - 1) * times.step,
                 std::to_string((times.columns - step) * panel::kColumnPitch));
+    }
     std::string text = "<g>" + walk.element("animateTransform") + "\n";
-    for (int i = 0; i < times.characters; ++i)
+    for (int i = 0; i < times.characters; ++i) {
         text += patterns.use(panel::litDots(marquee.text[static_cast<std::size_t>(i)], false),
                              i * panel::kColumnPitch, 0);
+    }
     return text + "</g>\n";
 }
 
@@ -211,11 +220,13 @@ std::string placedText(const Marquee& marquee, Patterns& patterns)
     for (int i = 0; i < times.characters; ++i) {
         const int pageEnd = (i / times.columns + 1) * times.columns;
         Animation place(" attributeName=\"visibility\"", length, marquee.runs);
-        if (i > 0)
+        if (i > 0) {
             place.at(0, "hidden");
+        }
         place.at(i * times.step, "visible");
-        if (pageEnd < times.characters)
+        if (pageEnd < times.characters) {
             place.at(pageEnd * times.step, "hidden");
+        }
         text += patterns.use(panel::litDots(marquee.text[static_cast<std::size_t>(i)], false),
                              i % times.columns * panel::kColumnPitch, 0,
                              i < times.columns ? "" : " visibility=\"hidden\"",
@@ -242,15 +253,17 @@ std::string litDots(const Screen& screen, Patterns& patterns)
     std::string text;
     for (int line = 0; line < screen.size.lines; ++line) {
         for (int column = 0; column < screen.size.columns; ++column) {
-            if (screen.marquee && screen.marquee->area.contains({column, line}))
+            if (screen.marquee && screen.marquee->area.contains({column, line})) {
                 continue;
+            }
             const bool cursor = screen.cursor == Position{column, line};
             text += patterns.use(panel::litDots(screen.cell(column, line), cursor),
                                  panel::left(column), panel::top(line));
         }
     }
-    if (screen.marquee)
+    if (screen.marquee) {
         text += marqueeLine(*screen.marquee, patterns);
+    }
     if (screen.blink != 0) {
         Animation blink(" attributeName=\"opacity\"", 2.0 * screen.blink, 0);
         blink.at(0, number(panel::litOpacity(screen.brightness)));
@@ -266,11 +279,13 @@ std::string description(const Screen& screen)
     for (int line = 0; line < screen.size.lines; ++line) {
         const std::string shown = lineText(screen, line);
         const std::size_t end = shown.find_last_not_of(' ');
-        if (end != std::string::npos)
+        if (end != std::string::npos) {
             text += (text.empty() ? "" : "\n") + shown.substr(0, end + 1);
+        }
     }
-    if (screen.marquee)
+    if (screen.marquee) {
         text += "\nMarquee: " + marqueeText(*screen.marquee);
+    }
     return text;
 }
 

@@ -13,16 +13,18 @@ constexpr char kPlain[] = "\x1B[0m";
 // A combining mark stands on a blank of its own, so that it takes a column.
 void appendCell(std::string& text, const Cell& cell)
 {
-    if (U_GET_GC_MASK(static_cast<UChar32>(cell.character)) & U_GC_M_MASK)
+    if (U_GET_GC_MASK(static_cast<UChar32>(cell.character)) & U_GC_M_MASK) {
         text += ' ';
+    }
     appendCharacter(text, cell.character);
 }
 
 std::string repeated(std::string_view piece, int count)
 {
     std::string text;
-    for (int i = 0; i < count; ++i)
+    for (int i = 0; i < count; ++i) {
         text += piece;
+    }
     return text;
 }
 
@@ -37,13 +39,16 @@ std::string highlightedLine(const Screen& screen, int line)
     for (int column = 0; column < screen.size.columns; ++column) {
         const Cell& cell = screen.cell(column, line);
         const bool cursor = isCursor(screen, column, line);
-        if (cell.reverse)
+        if (cell.reverse) {
             text += kReverseOn;
-        if (cursor)
+        }
+        if (cursor) {
             text += kUnderlineOn;
+        }
         appendCell(text, cell);
-        if (cell.reverse || cursor)
+        if (cell.reverse || cursor) {
             text += kPlain;
+        }
     }
     return text;
 }
@@ -57,14 +62,17 @@ std::string lineRemarks(const Screen& screen, int line, int origin)
     };
     for (int column = 0; column < screen.size.columns; ++column) {
         const int first = column;
-        while (column < screen.size.columns && screen.cell(column, line).reverse)
+        while (column < screen.size.columns && screen.cell(column, line).reverse) {
             ++column;
-        if (column > first)
+        }
+        if (column > first) {
             remark("reverse " + std::to_string(first + origin) +
                    (column - first > 1 ? "-" + std::to_string(column - 1 + origin) : ""));
+        }
     }
-    if (screen.cursor && screen.cursor->line == line)
+    if (screen.cursor && screen.cursor->line == line) {
         remark("cursor " + std::to_string(screen.cursor->column + origin));
+    }
     return text;
 }
 
@@ -73,16 +81,18 @@ std::string lineRemarks(const Screen& screen, int line, int origin)
 std::string lineText(const Screen& screen, int line)
 {
     std::string text;
-    for (int column = 0; column < screen.size.columns; ++column)
+    for (int column = 0; column < screen.size.columns; ++column) {
         appendCell(text, screen.cell(column, line));
+    }
     return text;
 }
 
 std::string marqueeText(const Marquee& marquee)
 {
     std::string text;
-    for (const Cell& cell : marquee.text)
+    for (const Cell& cell : marquee.text) {
         appendCell(text, cell);
+    }
     return text;
 }
 
@@ -97,12 +107,15 @@ std::string drawText(const Screen& screen, Highlight highlight, int origin)
     }
     text += "└" + edge + "┘\n";
 
-    if (screen.brightness != 100)
+    if (screen.brightness != 100) {
         text += "brightness " + std::to_string(screen.brightness) + " %\n";
-    if (screen.blink != 0)
+    }
+    if (screen.blink != 0) {
         text += "blinks every " + std::to_string(screen.blink) + " ms\n";
-    if (screen.clock)
+    }
+    if (screen.clock) {
         text += "clock\n";
+    }
     for (const auto& [number, area, mode, selected] : screen.windows) {
         text += "window " + std::to_string(number) + " at column " +
                 std::to_string(area.at.column + origin) + ", line " +

@@ -13,7 +13,7 @@ std::optional<int> namedValue(const StreamItem& command, std::size_t index)
     const ParameterValue* const row =
         findValue(command.command->parameters[index],
                   static_cast<std::uint8_t>(command.parameter(index).value_or(0)));
-    return row ? std::optional(row->number) : std::nullopt;
+    return row != nullptr ? std::optional(row->number) : std::nullopt;
 }
 
 // Stores what a parameter means. False for a value without a meaning.
@@ -21,8 +21,9 @@ template <class Field>
 bool store(Field& field, const StreamItem& command)
 {
     const std::optional<int> value = namedValue(command, 0);
-    if (value)
+    if (value) {
         field = static_cast<Field>(*value);
+    }
     return value.has_value();
 }
 
@@ -72,14 +73,16 @@ void VirtualDisplay::run(ByteSpan bytes)
     for (StreamItem item; reader.next(item);) {
         bool understood = false;
         if (item.kind == StreamItem::Kind::text) {
-            for (const Cell& cell : decode(item.bytes))
+            for (const Cell& cell : decode(item.bytes)) {
                 show(cell);
+            }
             understood = true;
         } else if (item.kind == StreamItem::Kind::command) {
             understood = carryOut(item);
         }
-        if (!understood)
+        if (!understood) {
             m_ignored.push_back(item.offset);
+        }
     }
 }
 
@@ -145,12 +148,14 @@ std::vector<Cell> VirtualDisplay::decode(ByteSpan text)
     std::vector<Cell> cells;
     StreamReader reader(text, StreamReader::Commands::switches);
     for (StreamItem item; reader.next(item);) {
-        if (item.kind == StreamItem::Kind::command)
+        if (item.kind == StreamItem::Kind::command) {
             applySwitch(item);
-        else if (item.kind == StreamItem::Kind::text)
-            for (const std::uint8_t byte : item.bytes)
+        } else if (item.kind == StreamItem::Kind::text) {
+            for (const std::uint8_t byte : item.bytes) {
                 cells.push_back(
                     {m_tables.character(m_codes, byte).value_or(kUndecoded), m_reverse});
+            }
+        }
     }
     return cells;
 }
@@ -158,12 +163,14 @@ std::vector<Cell> VirtualDisplay::decode(ByteSpan text)
 void VirtualDisplay::show(const Cell& shown)
 {
     Window& window = selected();
-    if (window.cursor.column == window.area.size.columns)
+    if (window.cursor.column == window.area.size.columns) {
         scroll(window);
+    }
     const Position place{window.area.at.column + window.cursor.column,
                          window.area.at.line + window.cursor.line};
-    if (m_marquee && m_marquee->area.contains(place))
+    if (m_marquee && m_marquee->area.contains(place)) {
         m_marquee.reset();
+    }
     *cells(place) = shown;
     advance(window);
 }
@@ -176,8 +183,9 @@ void VirtualDisplay::advance(Window& window) const
     ++cursor.column;
     const bool scrollDue =
         window.mode == Mode::scrollLeft || (window.mode == Mode::scrollUp && lastLine);
-    if (cursor.column < size.columns || scrollDue)
+    if (cursor.column < size.columns || scrollDue) {
         return;
+    }
     cursor = {0, lastLine ? 0 : cursor.line + 1};
 }
 
@@ -192,8 +200,9 @@ void VirtualDisplay::scroll(Window& window)
         --window.cursor.column;
         return;
     }
-    for (int line = 1; line < size.lines; ++line)
+    for (int line = 1; line < size.lines; ++line) {
         std::copy_n(row(line), size.columns, row(line - 1));
+    }
     std::fill_n(row(size.lines - 1), size.columns, Cell{});
     window.cursor.column = 0;
 }
@@ -201,8 +210,9 @@ void VirtualDisplay::scroll(Window& window)
 bool VirtualDisplay::moveCursor(int column, int line)
 {
     const Size size = selected().area.size;
-    if (!Area{{}, size}.contains({column, line}))
+    if (!Area{{}, size}.contains({column, line})) {
         return false;
+    }
     selected().cursor = {column, line};
     return true;
 }
@@ -214,8 +224,9 @@ bool VirtualDisplay::define(const StreamItem& command)
                     {number(command, 3), number(command, 4)}};
     const std::optional<int> mode = namedValue(command, 5);
     const bool empty = area.size.columns == 0 || area.size.lines == 0;
-    if (window == kWholeDisplay || !mode || empty || !Area{{}, m_size}.holds(area))
+    if (window == kWholeDisplay || !mode || empty || !Area{{}, m_size}.holds(area)) {
         return false;
+    }
     m_windows[window] = {area, static_cast<Mode>(*mode), {}};
     return true;
 }
@@ -223,12 +234,14 @@ bool VirtualDisplay::define(const StreamItem& command)
 bool VirtualDisplay::destroy(unsigned number)
 {
     const auto window = m_windows.find(number);
-    if (number == kWholeDisplay || window == m_windows.end())
+    if (number == kWholeDisplay || window == m_windows.end()) {
         return false;
+    }
     clear(window->second.area);
     m_windows.erase(window);
-    if (m_selected == number)
+    if (m_selected == number) {
         m_selected = kWholeDisplay;
+    }
     return true;
 }
 
@@ -236,8 +249,9 @@ bool VirtualDisplay::startMarquee(const StreamItem& command)
 {
     const std::optional<int> format = namedValue(command, 0);
     const std::vector<Cell> text = decode(command.text());  // its switches count in any case
-    if (!format || text.empty())
+    if (!format || text.empty()) {
         return false;
+    }
     const auto& [area, mode, cursor] = selected();
     const Area line{{area.at.column, area.at.line + cursor.line}, {area.size.columns, 1}};
     clear(line);
@@ -249,16 +263,20 @@ bool VirtualDisplay::startMarquee(const StreamItem& command)
 void VirtualDisplay::clear(const Area& area)
 {
     for (int line = area.at.line; line < area.at.line + area.size.lines; ++line) {
-        if (!m_touched[static_cast<std::size_t>(line)])
+        if (!m_touched[static_cast<std::size_t>(line)]) {
             continue;
+        }
         std::fill_n(cells({area.at.column, line}), area.size.columns, Cell{});
-        if (area.size.columns == m_size.columns)
+        if (area.size.columns == m_size.columns) {
             m_touched[static_cast<std::size_t>(line)] = false;
+        }
     }
-    if (m_marquee && area.overlaps(m_marquee->area))
+    if (m_marquee && area.overlaps(m_marquee->area)) {
         m_marquee.reset();
-    if (area.contains({m_size.columns - 1, m_size.lines - 1}))
+    }
+    if (area.contains({m_size.columns - 1, m_size.lines - 1})) {
         m_clock = false;
+    }
 }
 
 Screen VirtualDisplay::screen(std::string_view time) const
@@ -279,9 +297,10 @@ Screen VirtualDisplay::screen(std::string_view time) const
                        });
     }
     for (const auto& [number, window] : m_windows) {
-        if (number != kWholeDisplay)
+        if (number != kWholeDisplay) {
             screen.windows.push_back({number, window.area, modeWords(static_cast<int>(window.mode)),
                                       number == m_selected});
+        }
     }
     if (m_cursorShown) {
         const Window& window = m_windows.at(m_selected);

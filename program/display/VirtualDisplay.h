@@ -2,9 +2,9 @@
 // docs/display-model.md.
 #pragma once
 
-#include "program/stream/CommandStream.h"
-#include "program/profile/ProfileTables.h"
 #include "program/display/Screen.h"
+#include "program/profile/ProfileTables.h"
+#include "program/stream/CommandStream.h"
 
 #include <map>
 #include <string_view>

@@ -67,9 +67,10 @@ Table readTable(const CodePageRow& row)
     const icu::LocalUConverterPointer converter(ucnv_open(row.icuName, &status));
     ucnv_setToUCallBack(converter.getAlias(), UCNV_TO_U_CALLBACK_STOP, nullptr, nullptr, nullptr,
                         &status);
-    if (U_FAILURE(status))
+    if (U_FAILURE(status)) {
         throw std::runtime_error(std::string("ICU converter ") + row.icuName + ": " +
                                  u_errorName(status));
+    }
 
     Table table;
     // A byte that acts on the display must not come out of text: the control bytes below 0x20 stay
@@ -80,8 +81,9 @@ Table readTable(const CodePageRow& row)
         UErrorCode result = U_ZERO_ERROR;
         const int32_t length =
             ucnv_toUChars(converter.getAlias(), out, std::size(out), &in, 1, &result);
-        if (U_SUCCESS(result) && length == 1 && !characterName(out[0]).empty())
+        if ((U_SUCCESS(result) != 0) && length == 1 && !characterName(out[0]).empty()) {
             table[byte] = out[0];
+        }
     }
     return table;
 }
@@ -93,15 +95,19 @@ std::vector<NationalSet> nationalSets(Characters& held)
     std::vector<NationalSet> sets;
     for (const NationalSetRow& row : kNationalSets) {
         NationalSet set{&row, {}};
-        for (std::size_t i = 0; i < row.characters.size(); ++i)
-            if (held.insert(row.characters[i]).second)
+        for (std::size_t i = 0; i < row.characters.size(); ++i) {
+            if (held.insert(row.characters[i]).second) {
                 set.characters.emplace_back(kNationalBytes[i], row.characters[i]);
-        if (!set.characters.empty())
+            }
+        }
+        if (!set.characters.empty()) {
             sets.push_back(std::move(set));
+        }
     }
-    if (sets.empty())
+    if (sets.empty()) {
         throw std::runtime_error("the tables hold every national character, "
                                  "but a device needs at least one internal character set");
+    }
     return sets;
 }
 
@@ -120,8 +126,9 @@ std::string tableText(const CodePageRow& row, const Table& table)
 {
     std::string text = "# Code page " + std::to_string(row.codePage) + ", ESC t " +
                        std::to_string(row.commandParam) + '\n';
-    for (unsigned byte = 0; byte < table.size(); ++byte)
+    for (unsigned byte = 0; byte < table.size(); ++byte) {
         text += dataLine(byte, table[byte]);
+    }
     return text;
 }
 
@@ -129,8 +136,9 @@ std::string setText(const NationalSet& set)
 {
     std::string text = "# National characters: " + std::string(set.row->country) + ", ESC R " +
                        std::to_string(set.row->commandParam) + '\n';
-    for (const auto& [byte, character] : set.characters)
+    for (const auto& [byte, character] : set.characters) {
         text += dataLine(byte, character);
+    }
     return text;
 }
 
@@ -139,8 +147,9 @@ std::optional<char32_t> codePoint(std::string_view digits)
     std::uint32_t value = 0;
     const auto [end, error] =
         std::from_chars(digits.data(), digits.data() + digits.size(), value, 16);
-    if (error != std::errc{} || end != digits.data() + digits.size())
+    if (error != std::errc{} || end != digits.data() + digits.size()) {
         return std::nullopt;
+    }
     return value;
 }
 
@@ -157,10 +166,12 @@ bool keepsDecomposition(char32_t composed, const std::string& field, const Chara
     std::istringstream words(field);
     std::vector<std::string> parts{std::istream_iterator<std::string>(words), {}};
     const bool tagged = field.starts_with('<');
-    if (tagged)
+    if (tagged) {
         parts.erase(parts.begin());
-    if (parts.size() != 2 || (tagged && parts[0] != kSpace) || !held.contains(composed))
+    }
+    if (parts.size() != 2 || (tagged && parts[0] != kSpace) || !held.contains(composed)) {
         return false;
+    }
     const auto mark = static_cast<UChar32>(codePoint(parts[1]).value_or(0));
     return (U_GET_GC_MASK(mark) & U_GC_M_MASK) != 0;
 }
@@ -175,24 +186,29 @@ UnicodeData readUnicodeData(const fs::path& source, const Characters& held)
     int number = 0;
     for (std::string line; std::getline(in, line);) {
         ++number;
-        if (line.ends_with('\r'))  // such as in the file of a profile
+        if (line.ends_with('\r')) {  // such as in the file of a profile
             line.pop_back();
+        }
         std::size_t begin = 0;
-        for (int field = 0; field < kDecompositionField && begin != std::string::npos; ++field)
+        for (int field = 0; field < kDecompositionField && begin != std::string::npos; ++field) {
             begin = line.find(';', field == 0 ? 0 : begin + 1);
+        }
         const std::size_t end = begin == std::string::npos ? begin : line.find(';', ++begin);
         const auto character = codePoint(std::string_view(line).substr(0, line.find(';')));
-        if (end == std::string::npos || !character)
+        if (end == std::string::npos || !character) {
             throw std::runtime_error(source.string() + ": line " + std::to_string(number) +
                                      " is not a line of UnicodeData.txt");
-        if (keepsDecomposition(*character, line.substr(begin, end - begin), held))
+        }
+        if (keepsDecomposition(*character, line.substr(begin, end - begin), held)) {
             ++result.decompositions;
-        else
+        } else {
             line.erase(begin, end - begin);
+        }
         result.text += line + '\n';
     }
-    if (!in.eof() || number == 0)
+    if (!in.eof() || number == 0) {
         throw std::runtime_error("cannot read " + source.string());
+    }
     return result;
 }
 
@@ -227,16 +243,18 @@ std::string deviceText(const std::vector<NationalSet>& sets, int decompositions)
          << "BidiClassSize=3\n"
          << "DecompositionMappingSize=2\n";
     int table = 0;
-    for (const CodePageRow& row : kCodePages)
+    for (const CodePageRow& row : kCodePages) {
         text << "[Table" << ++table << "]\n"
              << "CodePage=" << row.codePage << '\n'
              << "TableCommandParam=" << row.commandParam << '\n'
              << "TableFileName=" << row.fileName << '\n';
+    }
     int number = 0;
-    for (const NationalSet& set : sets)
+    for (const NationalSet& set : sets) {
         text << "[ICS" << ++number << "]\n"
              << "ICSCommandParam=" << set.row->commandParam << '\n'
              << "ICSFileName=" << set.row->fileName << '\n';
+    }
     return text.str();
 }
 
@@ -247,12 +265,14 @@ void writeFile(const fs::path& file, const std::string& text)
     const fs::path temporary = file.string() + ".tmp";
     std::ofstream out(temporary, std::ios::binary);
     std::istringstream lines(text);
-    for (std::string line; std::getline(lines, line);)
+    for (std::string line; std::getline(lines, line);) {
         out << line << "\r\n";
+    }
     out.close();
     std::error_code error;
-    if (out)
+    if (out) {
         fs::rename(temporary, file, error);
+    }
     if (!out || error) {
         std::error_code ignored;
         fs::remove(temporary, ignored);
@@ -264,18 +284,23 @@ void makeProfile(const Options& options)
 {
     std::vector<Table> tables;
     Characters held;
-    for (const CodePageRow& row : kCodePages)
-        for (const auto& character : tables.emplace_back(readTable(row)))
-            if (character)
+    for (const CodePageRow& row : kCodePages) {
+        for (const auto& character : tables.emplace_back(readTable(row))) {
+            if (character) {
                 held.insert(*character);
+            }
+        }
+    }
     const std::vector<NationalSet> sets = nationalSets(held);
     const UnicodeData unicodeData = readUnicodeData(options.unicodeData, held);
 
     fs::create_directories(options.out);
-    for (std::size_t i = 0; i < tables.size(); ++i)
+    for (std::size_t i = 0; i < tables.size(); ++i) {
         writeFile(options.out / kCodePages[i].fileName, tableText(kCodePages[i], tables[i]));
-    for (const NationalSet& set : sets)
+    }
+    for (const NationalSet& set : sets) {
         writeFile(options.out / set.row->fileName, setText(set));
+    }
     writeFile(options.out / "UnicodeData.txt", unicodeData.text);
     writeFile(options.out / "default", deviceText(sets, unicodeData.decompositions));
     // Last, because without it the rest is no profile yet.
@@ -290,8 +315,9 @@ void checkPath(std::string_view option, const std::string& path)
                       path.find_first_of("\r\n") == std::string::npos &&
                       path.find("EncodeTypeDefault") == std::string::npos &&
                       path.find("MissingCharacterCode") == std::string::npos;
-    if (!fits)
+    if (!fits) {
         throw std::runtime_error(std::string(option) + " does not fit into HalvoSet.txt: " + path);
+    }
 }
 
 std::optional<Options> readOptions(int count, char** arguments)
@@ -299,22 +325,25 @@ std::optional<Options> readOptions(int count, char** arguments)
     Options options;
     for (int i = 1; i < count; i += 2) {
         const std::string_view name = arguments[i];
-        if (i + 1 == count)
+        if (i + 1 == count) {
             return std::nullopt;
+        }
         const char* const value = arguments[i + 1];
-        if (name == "--unicode-data")
+        if (name == "--unicode-data") {
             options.unicodeData = value;
-        else if (name == "--out")
+        } else if (name == "--out") {
             options.out = value;
-        else if (name == "--path")
+        } else if (name == "--path") {
             options.path = value;
-        else if (name == "--log-path")
+        } else if (name == "--log-path") {
             options.logPath = value;
-        else
+        } else {
             return std::nullopt;
+        }
     }
-    if (options.unicodeData.empty() || options.out.empty())
+    if (options.unicodeData.empty() || options.out.empty()) {
         return std::nullopt;
+    }
     return options;
 }
 

@@ -66,10 +66,13 @@ inline constexpr NationalSetRow kNationalSets[] = {
 template <typename Rows, typename Field>
 constexpr bool allDistinct(const Rows& rows, Field field)
 {
-    for (auto row = std::begin(rows); row != std::end(rows); ++row)
-        for (auto other = std::begin(rows); other != row; ++other)
-            if (std::invoke(field, *row) == std::invoke(field, *other))
+    for (auto row = std::begin(rows); row != std::end(rows); ++row) {
+        for (auto other = std::begin(rows); other != row; ++other) {
+            if (std::invoke(field, *row) == std::invoke(field, *other)) {
                 return false;
+            }
+        }
+    }
     return true;
 }
 
@@ -77,11 +80,14 @@ constexpr bool allDistinct(const Rows& rows, Field field)
 template <typename Rows>
 constexpr bool fileNamesHoldNoKey(const Rows& rows)
 {
-    for (const auto& row : rows)
+    for (const auto& row : rows) {
         for (std::string_view key :
-             {"CodePage", "TableCommandParam", "TableFileName", "ICSCommandParam", "ICSFileName"})
-            if (row.fileName.find(key) != std::string_view::npos)
+             {"CodePage", "TableCommandParam", "TableFileName", "ICSCommandParam", "ICSFileName"}) {
+            if (row.fileName.find(key) != std::string_view::npos) {
                 return false;
+            }
+        }
+    }
     return true;
 }
 

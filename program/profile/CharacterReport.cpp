@@ -1,8 +1,8 @@
 #include "program/profile/CharacterReport.h"
 
+#include "converter/RuvoConverter.h"
 #include "program/text/CharacterText.h"
 #include "program/text/StatusText.h"
-#include "converter/RuvoConverter.h"
 
 #include <unicode/uchar.h>
 #include <unicode/utf8.h>
@@ -46,12 +46,14 @@ std::vector<Cluster> clusters(std::string_view text)
         U8_NEXT(bytes, i, size, codePoint);
         Character character{
             {}, text.substr(static_cast<std::size_t>(start), static_cast<std::size_t>(i - start))};
-        if (codePoint >= 0)
+        if (codePoint >= 0) {
             character.codePoint = static_cast<char32_t>(codePoint);
-        if (isMark(character) && !result.empty() && result.back().back().codePoint)
+        }
+        if (isMark(character) && !result.empty() && result.back().back().codePoint) {
             result.back().push_back(character);
-        else
+        } else {
             result.push_back({character});
+        }
     }
     return result;
 }
@@ -68,8 +70,9 @@ std::vector<Switch> switches(const std::vector<unsigned char>& records)
     std::vector<Switch> result;
     for (std::size_t i = 0; i + kRecordSize <= records.size(); i += kRecordSize) {
         std::size_t position = 0;
-        for (std::size_t byte = 4; byte-- > 0;)
+        for (std::size_t byte = 4; byte-- > 0;) {
             position = position << 8 | records[i + byte];
+        }
         result.push_back({position, records[i + 4]});
     }
     return result;
@@ -79,8 +82,9 @@ std::vector<Switch> switches(const std::vector<unsigned char>& records)
 std::vector<SentCode> send(short handle, const Cluster& cluster)
 {
     std::string text;
-    for (const Character& character : cluster)
+    for (const Character& character : cluster) {
         text += character.bytes;
+    }
     RuvoSetData(handle, reinterpret_cast<unsigned char*>(text.data()), text.size());
 
     unsigned long lengths[3] = {0, 0, 0};
@@ -90,20 +94,25 @@ std::vector<SentCode> send(short handle, const Cluster& cluster)
     std::vector<unsigned char> setRecords(lengths[2]);
     const short status = RuvoGetRawData(handle, codes.data(), &lengths[0], tableRecords.data(),
                                         &lengths[1], setRecords.data(), &lengths[2]);
-    if (status != RUVO_OK)
+    if (status != RUVO_OK) {
         throw std::runtime_error(std::string(statusText(status)));
+    }
 
     std::vector<SentCode> sent;
     for (std::size_t i = 0; i < codes.size(); ++i) {
         SentCode code{codes[i], sent.empty() ? std::uint8_t{0} : sent.back().table, {}};
-        for (const Switch& tableSwitch : switches(tableRecords))
-            if (tableSwitch.position == i)
+        for (const Switch& tableSwitch : switches(tableRecords)) {
+            if (tableSwitch.position == i) {
                 code.table = tableSwitch.parameter;
+            }
+        }
         // Each character of a set has a switch of its own into the set, and one back behind it.
         const std::vector<Switch> setSwitches = switches(setRecords);
-        for (std::size_t k = 0; k < setSwitches.size(); k += 2)
-            if (setSwitches[k].position == i)
+        for (std::size_t k = 0; k < setSwitches.size(); k += 2) {
+            if (setSwitches[k].position == i) {
                 code.set = setSwitches[k].parameter;
+            }
+        }
         sent.push_back(code);
     }
     return sent;
@@ -127,14 +136,16 @@ public:
             }
             codePoints.append(plus) += codePointText(*character.codePoint);
             names.append(plus) += characterName(*character.codePoint);
-            if (shown.empty() && isMark(character))
+            if (shown.empty() && isMark(character)) {
                 shown += "\u25CC";  // a dotted circle carries the mark
+            }
             appendCharacter(shown, *character.codePoint);
         }
         std::string text = codePoints + "  " + shown + "  " + names + ": ";
         for (const SentCode& code : sent) {
-            if (&code != sent.data())
+            if (&code != sent.data()) {
                 text += "; ";
+            }
             text += outcome(cluster, code);
         }
         return text + (sent.empty() ? "nothing is sent\n" : "\n");
@@ -153,11 +164,13 @@ private:
         const bool itself = cluster.size() == 1 && sent &&
                             (code.set ? m_tables.setHas(*code.set, code.byte, *sent)
                                       : m_tables.tableHas(code.table, code.byte, *sent));
-        if (itself)
+        if (itself) {
             return where + (shown == sent ? "" : ", where it is also " + named(*shown));
+        }
         const bool missing = !code.set && code.byte == m_tables.missingCharacter();
-        if (missing || !shown)
+        if (missing || !shown) {
             return "missing character, " + where;
+        }
         return (cluster.size() > 1 ? "composed to " : "spacing form ") + named(*shown) + ", " +
                where;
     }
@@ -181,8 +194,9 @@ std::string reportCharacters(std::string_view text, short handle, const ProfileT
         const std::vector<SentCode> sent = send(handle, cluster);
         // Marks that do not compose go out each by itself.
         if (sent.size() == cluster.size() && cluster.size() > 1) {
-            for (std::size_t i = 0; i < sent.size(); ++i)
+            for (std::size_t i = 0; i < sent.size(); ++i) {
                 report += reporter.line({cluster[i]}, {sent[i]});
+            }
         } else {
             report += reporter.line(cluster, sent);
         }

@@ -1,10 +1,10 @@
 #include "program/profile/ProfileTables.h"
 
-#include "program/text/CharacterText.h"
-#include "program/profile/ProfileOptions.h"
-#include "program/text/StatusText.h"
 #include "converter/profile/SettingsFiles.h"
 #include "converter/profile/TableFiles.h"
+#include "program/profile/ProfileOptions.h"
+#include "program/text/CharacterText.h"
+#include "program/text/StatusText.h"
 
 #include <algorithm>
 #include <memory>
@@ -14,8 +14,9 @@ namespace {
 
 void check(short status, const ProfileOptions& profile)
 {
-    if (status < 0)
+    if (status < 0) {
         throw std::runtime_error(openFailure(profile, status));
+    }
 }
 
 // Of several files with one parameter the first name counts.
@@ -25,10 +26,12 @@ void enter(const std::vector<ruvo::MapEntry>& entries, const std::string& name,
 {
     for (const ruvo::MapEntry& entry : entries) {
         File& file = files[entry.ucParam];
-        if (file.name.empty())
+        if (file.name.empty()) {
             file.name = printable(name);
-        if (entry.ulCodePoint != ruvo::kNoCharacter)
+        }
+        if (entry.ulCodePoint != ruvo::kNoCharacter) {
             file.characters[entry.ucCode].push_back(entry.ulCodePoint);
+        }
     }
 }
 
@@ -68,12 +71,14 @@ ProfileTables::ProfileTables(const ProfileOptions& profile) : m_read(true)
 
 std::optional<char32_t> ProfileTables::character(CodeState state, std::uint8_t byte) const
 {
-    if (!m_read)
+    if (!m_read) {
         return byte >= 0x20 && byte < 0x7F ? std::optional<char32_t>(byte) : std::nullopt;
+    }
     for (const auto* const characters :
          {&charactersOf(m_sets, state.set, byte), &charactersOf(m_tables, state.table, byte)}) {
-        if (!characters->empty())
+        if (!characters->empty()) {
             return characters->front();
+        }
     }
     return std::nullopt;
 }
@@ -105,7 +110,8 @@ std::string ProfileTables::tableName(unsigned table) const
 std::string ProfileTables::setName(unsigned set) const
 {
     const auto file = m_sets.find(set);
-    if (file != m_sets.end())
+    if (file != m_sets.end()) {
         return std::to_string(set) + " (" + file->second.name + ")";
+    }
     return std::to_string(set) + (m_read && set == m_defaultSet ? " (default)" : "");
 }

@@ -12,19 +12,23 @@ unsigned littleEndian16(ByteSpan bytes)
 std::size_t commandSize(const DisplayCommand& command, ByteSpan bytes)
 {
     for (std::size_t i = 0; i < command.prefixSize() && i < bytes.size(); ++i) {
-        if (bytes[i] != command.prefix[i])
+        if (bytes[i] != command.prefix[i]) {
             return 0;
+        }
     }
     std::size_t size = command.prefixSize();
     for (const Parameter parameter : command.parameters) {
         const std::size_t start = size;
         size += parameterSize(parameter);
-        if (size > bytes.size())
+        if (size > bytes.size()) {
             continue;
-        if (parameter == Parameter::digitZero && bytes[start] != '0')
+        }
+        if (parameter == Parameter::digitZero && bytes[start] != '0') {
             return 0;
-        if (parameter == Parameter::text)
+        }
+        if (parameter == Parameter::text) {
             size += littleEndian16(bytes.subspan(start, 2));
+        }
     }
     return size;
 }
@@ -34,19 +38,22 @@ std::size_t commandSize(const DisplayCommand& command, ByteSpan bytes)
 std::optional<unsigned> StreamItem::parameter(std::size_t index) const
 {
     std::size_t start = command->prefixSize();
-    for (std::size_t i = 0; i < index; ++i)
+    for (std::size_t i = 0; i < index; ++i) {
         start += parameterSize(command->parameters[i]);
+    }
     const std::size_t size = parameterSize(command->parameters[index]);
-    if (start + size > bytes.size())
+    if (start + size > bytes.size()) {
         return std::nullopt;
+    }
     return size == 2 ? littleEndian16(bytes.subspan(start, 2)) : bytes[start];
 }
 
 ByteSpan StreamItem::text() const
 {
     std::size_t start = command->prefixSize();
-    for (const Parameter parameter : command->parameters)
+    for (const Parameter parameter : command->parameters) {
         start += parameterSize(parameter);
+    }
     return start < bytes.size() ? bytes.subspan(start) : ByteSpan{};
 }
 
@@ -62,8 +69,9 @@ bool StreamReader::readCommand(StreamItem& item) const
     const ByteSpan rest = m_bytes.subspan(m_position);
     for (const DisplayCommand& command : kDisplayCommands) {
         const std::size_t size = knows(command) ? commandSize(command, rest) : 0;
-        if (size == 0)
+        if (size == 0) {
             continue;
+        }
         const bool whole = size <= rest.size();
         // Behind its first byte alone a command could still be another one.
         item = {whole ? StreamItem::Kind::command : StreamItem::Kind::cut, m_position,
@@ -76,8 +84,9 @@ bool StreamReader::readCommand(StreamItem& item) const
 
 bool StreamReader::next(StreamItem& item)
 {
-    if (m_position == m_bytes.size())
+    if (m_position == m_bytes.size()) {
         return false;
+    }
     if (!isText(m_bytes[m_position]) && readCommand(item)) {
         m_position += item.bytes.size();
         return true;
@@ -85,10 +94,10 @@ bool StreamReader::next(StreamItem& item)
     StreamItem behind;
     const std::size_t start = m_position;
     const bool text = isText(m_bytes[start]);
-    do
+    do {
         ++m_position;
-    while (m_position < m_bytes.size() && isText(m_bytes[m_position]) == text &&
-           (text || !readCommand(behind)));
+    } while (m_position < m_bytes.size() && isText(m_bytes[m_position]) == text &&
+             (text || !readCommand(behind)));
     item = {text ? StreamItem::Kind::text : StreamItem::Kind::unknown, start,
             m_bytes.subspan(start, m_position - start), nullptr};
     return true;

@@ -140,8 +140,9 @@ inline constexpr ParameterValue kParameterValues[] = {
 constexpr const ParameterValue* findValue(Parameter parameter, std::uint8_t value)
 {
     for (const ParameterValue& row : kParameterValues) {
-        if (row.parameter == parameter && row.value == value)
+        if (row.parameter == parameter && row.value == value) {
             return &row;
+        }
     }
     return nullptr;
 }

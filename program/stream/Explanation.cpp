@@ -34,11 +34,13 @@ public:
         case StreamItem::Kind::unknown:
             return item.bytes.size() == 1 ? "unknown byte" : "unknown bytes";
         case StreamItem::Kind::cut:
-            return item.command ? "cut: " + commandWords(item) : "cut: the first byte of a command";
+            return item.command != nullptr ? "cut: " + commandWords(item)
+                                           : "cut: the first byte of a command";
         case StreamItem::Kind::command:
             applySwitch(item);
-            if (item.command->action == Action::reset)
+            if (item.command->action == Action::reset) {
                 m_state = m_tables.powerOn();
+            }
             return commandWords(item);
         }
         return {};
@@ -47,10 +49,11 @@ public:
 private:
     void applySwitch(const StreamItem& item)
     {
-        if (item.command->action == Action::codeTable)
+        if (item.command->action == Action::codeTable) {
             m_state.table = static_cast<std::uint8_t>(*item.parameter(0));
-        else if (item.command->action == Action::characterSet)
+        } else if (item.command->action == Action::characterSet) {
             m_state.set = static_cast<std::uint8_t>(*item.parameter(0));
+        }
     }
 
     // The characters of text bytes; those without one in hex.
@@ -58,10 +61,11 @@ private:
     {
         std::string text;
         for (const std::uint8_t byte : bytes) {
-            if (const auto character = m_tables.character(m_state, byte))
+            if (const auto character = m_tables.character(m_state, byte)) {
                 appendCharacter(text, *character);
-            else
+            } else {
                 text += "<" + hex({&byte, 1}) + ">";
+            }
         }
         return text;
     }
@@ -74,10 +78,11 @@ private:
         std::string text;
         StreamReader reader(bytes, StreamReader::Commands::switches);
         for (StreamItem item; reader.next(item);) {
-            if (item.kind == StreamItem::Kind::command)
+            if (item.kind == StreamItem::Kind::command) {
                 applySwitch(item);
-            else
+            } else {
                 text += characters(item.bytes);
+            }
         }
         return "\"" + text + "\"";
     }
@@ -90,8 +95,9 @@ private:
         std::string_view rest = item.command->words;
         for (std::size_t i = 0; i < item.command->parameters.size(); ++i) {
             const std::size_t place = rest.find(kPlace);
-            if (place == std::string_view::npos)
+            if (place == std::string_view::npos) {
                 break;
+            }
             text += rest.substr(0, place);
             rest.remove_prefix(place + kPlace.size());
             const auto value = item.parameter(i);
@@ -129,7 +135,8 @@ private:
         default: {
             const ParameterValue* const row =
                 findValue(parameter, static_cast<std::uint8_t>(value));
-            return row ? std::string(row->words) : "<unknown value " + std::to_string(value) + ">";
+            return row != nullptr ? std::string(row->words)
+                                  : "<unknown value " + std::to_string(value) + ">";
         }
         }
     }

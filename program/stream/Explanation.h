@@ -1,8 +1,8 @@
 // A command stream in words.
 #pragma once
 
-#include "program/stream/CommandStream.h"
 #include "program/profile/ProfileTables.h"
+#include "program/stream/CommandStream.h"
 
 #include <functional>
 #include <string_view>

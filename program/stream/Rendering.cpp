@@ -28,7 +28,7 @@ public:
 
 void tell(void*, xmlErrorPtr error)
 {
-    std::string_view message = error->message ? error->message : "XML error";
+    std::string_view message = error->message != nullptr ? error->message : "XML error";
     message = message.substr(0, message.find_last_not_of('\n') + 1);
     std::cerr << "kestrix-disp: line " << error->line << ": " << message
               << (error->code == XML_ERR_DOCUMENT_END ? ", or an end tag is missing\n" : "\n");
@@ -45,27 +45,29 @@ std::string whyCutShort(const std::string& document)
 {
     const XmlListener silence([](void*, xmlErrorPtr) {});
     DocumentSource source(document);
-    if (!source.reader())
+    if (source.reader() == nullptr) {
         throw std::bad_alloc();
-    while (source.read() != 0)
+    }
+    while (source.read() != 0) {
         continue;
+    }
     switch (source.end()) {
     case DocumentEnd::wellFormed:
         return "";
     case DocumentEnd::damaged:
         return "it is not well-formed, or exceeds a limit of the XML reader";
     case DocumentEnd::manyAttributes:
-        return moreThan("an element has", mostAttributes, "attributes");
+        return moreThan("an element has", kMostAttributes, "attributes");
     case DocumentEnd::largeTag:
-        return moreThan("a tag has", largestTag, "bytes");
+        return moreThan("a tag has", kLargestTag, "bytes");
     case DocumentEnd::largeDocumentType:
         return moreThan("the document type, with what its parameter entities stand for, has",
-                        largestDocumentType, "bytes");
+                        kLargestDocumentType, "bytes");
     case DocumentEnd::manyDefaults:
-        return moreThan("the document type declares", DocumentSource::mostDefaults,
+        return moreThan("the document type declares", DocumentSource::kMostDefaults,
                         "attributes with default values");
     case DocumentEnd::manyNamespaces:
-        return moreThan("an element has", DocumentSource::mostNamespaces, "namespaces in scope");
+        return moreThan("an element has", DocumentSource::kMostNamespaces, "namespaces in scope");
     }
     return "";
 }
@@ -74,8 +76,9 @@ std::string whyCutShort(const std::string& document)
 
 CommandBytes renderDocument(const std::string& document, const ProfileOptions& profile)
 {
-    if (document.size() > INT_MAX)
+    if (document.size() > INT_MAX) {
         throw std::runtime_error("a document has at most 2147483647 bytes");
+    }
     KestrixDispEngine engine;
     CommandBytes commands;
     {
@@ -83,8 +86,9 @@ CommandBytes renderDocument(const std::string& document, const ProfileOptions& p
         commands.bytes = engine.parse(document, profile.device, profile.setting);
     }
     const short status = KestrixDispEngine::getUCHandle();
-    if (status < 0)
+    if (status < 0) {
         throw std::runtime_error(openFailure(profile, status));
+    }
     if (const std::string why = whyCutShort(document); !why.empty()) {
         std::cerr << "kestrix-disp: the document ends early: " << why << "\n";
         commands.whole = false;

@@ -10,9 +10,10 @@ void appendCharacter(std::string& text, char32_t character)
 {
     constexpr UChar32 kReplacement = 0xFFFD;
     UChar32 shown = static_cast<UChar32>(character);
-    constexpr UChar32 kSoftHyphen = 0xAD;           // a format character, but harmless
-    if (!u_isprint(shown) && shown != kSoftHyphen)  // false for values above U+10FFFF too
+    constexpr UChar32 kSoftHyphen = 0xAD;             // a format character, but harmless
+    if (!u_isprint(shown) && shown != kSoftHyphen) {  // false for values above U+10FFFF too
         shown = kReplacement;
+    }
     char bytes[U8_MAX_LENGTH];
     int32_t length = 0;
     U8_APPEND_UNSAFE(bytes, length, shown);

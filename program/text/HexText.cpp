@@ -25,11 +25,13 @@ char shownByte(char c)
 
 std::optional<unsigned> digit(char c)
 {
-    if (c >= '0' && c <= '9')
+    if (c >= '0' && c <= '9') {
         return c - '0';
+    }
     const char lower = static_cast<char>(c | 0x20);
-    if (lower >= 'a' && lower <= 'f')
+    if (lower >= 'a' && lower <= 'f') {
         return lower - 'a' + 10;
+    }
     return std::nullopt;
 }
 
@@ -44,8 +46,9 @@ bool readPairs(std::string_view text, std::string& bytes)
         }
         const auto high = digit(text[i]);
         const auto low = i + 1 < text.size() ? digit(text[i + 1]) : std::nullopt;
-        if (!high || !low)
+        if (!high || !low) {
             return false;
+        }
         bytes += static_cast<char>(*high << 4 | *low);
         i += 2;
     }
@@ -54,10 +57,12 @@ bool readPairs(std::string_view text, std::string& bytes)
 
 std::string_view trimmed(std::string_view line)
 {
-    while (!line.empty() && isBlank(line.front()))
+    while (!line.empty() && isBlank(line.front())) {
         line.remove_prefix(1);
-    while (!line.empty() && isBlank(line.back()))
+    }
+    while (!line.empty() && isBlank(line.back())) {
         line.remove_suffix(1);
+    }
     return line;
 }
 
@@ -80,17 +85,20 @@ public:
         line.remove_prefix(static_cast<std::size_t>(behind - line.data()));
         const bool colon = line.starts_with(':');  // xxd, which does not frame the characters
         line.remove_prefix(colon ? 1 : 0);
-        if (error != std::errc() || (!line.empty() && !isBlank(line.front())))
+        if (error != std::errc() || (!line.empty() && !isBlank(line.front()))) {
             return false;
-        if (m_repeats && !repeatUpTo(offset))
+        }
+        if (m_repeats && !repeatUpTo(offset)) {
             return false;
+        }
         line = trimmed(line);
         const std::string_view digits =
             trimmed(line.substr(0, colon ? line.find("  ") : line.find_first_of("|>")));
         m_lineStart = m_bytes.size();
         if (offset != m_bytes.size() || (!colon && !holdsPairs(digits)) ||
-            !readPairs(digits, m_bytes))
+            !readPairs(digits, m_bytes)) {
             return false;
+        }
         return !colon || showsLine(trimmed(line.substr(digits.size())));
     }
 
@@ -111,8 +119,9 @@ private:
     bool showsLine(std::string_view characters) const
     {
         std::string shown;
-        for (const char c : std::string_view(m_bytes).substr(m_lineStart))
+        for (const char c : std::string_view(m_bytes).substr(m_lineStart)) {
             shown += shownByte(c);
+        }
         return characters.empty() || trimmed(shown) == characters;
     }
 
@@ -121,10 +130,12 @@ private:
     {
         constexpr std::size_t mostBytes = 64 * 1024 * 1024;  // no device gets that many
         const std::string row = m_bytes.substr(m_lineStart);
-        if (row.empty() || offset > mostBytes)
+        if (row.empty() || offset > mostBytes) {
             return false;
-        while (m_bytes.size() < offset)
+        }
+        while (m_bytes.size() < offset) {
             m_bytes += row;
+        }
         m_repeats = false;
         return true;
     }
@@ -142,8 +153,9 @@ std::size_t findUnreadLine(std::string_view text, ReadLine readLine)
     for (std::size_t number = 1; !text.empty(); ++number) {
         const std::size_t end = text.find('\n');
         const std::string_view line = trimmed(text.substr(0, end));
-        if (!line.empty() && !readLine(line))
+        if (!line.empty() && !readLine(line)) {
             return number;
+        }
         text.remove_prefix(end == std::string_view::npos ? text.size() : end + 1);
     }
     return 0;
@@ -184,19 +196,23 @@ std::size_t readHexText(std::string_view text, std::string& bytes)
 {
     constexpr std::size_t odDigits = 7;  // of od's octal and decimal offsets; all others are hex
     const std::size_t digits = offsetDigits(text);
-    if (digits == 0)
+    if (digits == 0) {
         return findUnreadLine(text, [&](std::string_view line) { return readPairs(line, bytes); });
-    if (digits != odDigits)
+    }
+    if (digits != odDigits) {
         return readDump(text, 16, bytes);
+    }
     std::string decimalBytes;
     const std::size_t unread = readDump(text, 8, bytes);
     const std::size_t decimalUnread = readDump(text, 10, decimalBytes);
-    if (unread != 0 && decimalUnread != 0)
+    if (unread != 0 && decimalUnread != 0) {
         return std::max(unread, decimalUnread);
-    if (unread != 0)
+    }
+    if (unread != 0) {
         bytes = std::move(decimalBytes);
-    else if (decimalUnread == 0 && bytes != decimalBytes)
+    } else if (decimalUnread == 0 && bytes != decimalBytes) {
         return lastLine(text);
+    }
     return 0;
 }
 
@@ -211,14 +227,16 @@ std::string hexDump(std::string_view bytes)
         std::snprintf(field, sizeof field, "%08zx ", start);
         text += field;
         for (std::size_t i = 0; i < kDumpWidth; ++i) {
-            if (i < row.size())
+            if (i < row.size()) {
                 std::snprintf(field, sizeof field, " %02X",
                               unsigned{static_cast<unsigned char>(row[i])});
+            }
             text += i < row.size() ? field : "   ";
         }
         text += "  |";
-        for (const char c : row)
+        for (const char c : row) {
             text += shownByte(c);
+        }
         text += "|\n";
     }
     return text;
@@ -233,7 +251,8 @@ bool isHexText(std::string_view text)
 std::string bytesOfHexText(std::string_view text)
 {
     std::string bytes;
-    if (const std::size_t number = readHexText(text, bytes))
+    if (const std::size_t number = readHexText(text, bytes)) {
         throw std::runtime_error("line " + std::to_string(number) + " is no hexadecimal text");
+    }
     return bytes;
 }
