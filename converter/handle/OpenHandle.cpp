@@ -1,7 +1,7 @@
 #include "converter/handle/OpenHandle.h"
 
 #include "converter/handle/HandleTable.h"
-#include "converter/profile/CharacterFiles.h"
+#include "converter/profile/CharacterFileReader.h"
 #include "converter/profile/SettingsFiles.h"
 
 namespace ruvo {

@@ -30,8 +30,8 @@ private:
 // Null for what is no regular file: a pipe would hold the caller up until somebody reads it.
 std::FILE* openRegularFile(const char* path)
 {
-    const int file =
-        open(path, O_WRONLY | O_APPEND | O_CREAT | O_CLOEXEC | O_NONBLOCK | O_NOCTTY, 0666);
+    const int file = open(path, O_WRONLY | O_APPEND | O_CREAT | O_CLOEXEC | O_NONBLOCK | O_NOCTTY,
+                          S_IRUSR | S_IWUSR | S_IRGRP | S_IWGRP | S_IROTH | S_IWOTH);
     if (file < 0) {
         return nullptr;
     }

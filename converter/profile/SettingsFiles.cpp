@@ -1,8 +1,8 @@
 #include "converter/profile/SettingsFiles.h"
 
 #include "converter/RuvoConverter.h"
+#include "converter/profile/FileSections.h"
 #include "converter/profile/LineReader.h"
-#include "converter/profile/ProfileSections.h"
 
 namespace ruvo {
 
@@ -131,7 +131,7 @@ int Lutm_ModuleFileFullPath(const std::string& root, const std::string& id, std:
 short readSettingsFile(const std::string& modulePath, HandleSettings& settings,
                        ProfileListener* listener)
 {
-    ProfileFile file(listener);
+    ReportingFile file(listener);
     if (const short status =
             file.open(modulePath + "HalvoSet.txt", RUVO_SETTINGS_MISSING, RUVO_SETTINGS_INVALID)) {
         return status;
@@ -174,8 +174,8 @@ short readSettingsFile(const std::string& modulePath, HandleSettings& settings,
             break;
         }
         if (state == State::outside) {
-            settingsSection.miss(line);
-            logSection.miss(line);
+            settingsSection.noteUnreadHeader(line);
+            logSection.noteUnreadHeader(line);
             unread.tell(line, [] { return "[Settings], [LOG]"; });
         } else {
             unread.endRow();
@@ -189,7 +189,7 @@ short readSettingsFile(const std::string& modulePath, HandleSettings& settings,
 short readDeviceInfoFile(const std::string& name, HandleSettings& settings, DeviceInfo& deviceInfo,
                          ProfileListener* listener)
 {
-    ProfileFile file(listener);
+    ReportingFile file(listener);
     if (const short status = file.open(settings.szDeviceInfoPath + name, RUVO_DEVICE_INFO_MISSING,
                                        RUVO_DEVICE_INFO_INVALID)) {
         return status;
@@ -242,9 +242,9 @@ short readDeviceInfoFile(const std::string& name, HandleSettings& settings, Devi
             break;
         }
         if (state == State::outside) {
-            common.miss(line);
-            tables.miss(line);
-            sets.miss(line);
+            common.noteUnreadHeader(line);
+            tables.noteUnreadHeader(line);
+            sets.noteUnreadHeader(line);
             unread.tell(line, order);
         } else {
             unread.endRow();

@@ -67,7 +67,7 @@ const char* Lutm_FileDataCheck(std::string_view line, TableFileKind kind, MapEnt
                : "must have the code point, such as 0x00E9, between the first two TABs";
 }
 
-short readTableFile(ProfileFile& file, const std::string& path, TableFileKind kind,
+short readTableFile(ReportingFile& file, const std::string& path, TableFileKind kind,
                     std::uint8_t param, std::vector<MapEntry>& list)
 {
     const bool translation = kind == TableFileKind::translation;

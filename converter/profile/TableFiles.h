@@ -2,7 +2,7 @@
 #pragma once
 
 #include "converter/profile/HandleSettings.h"
-#include "converter/profile/ProfileFile.h"
+#include "converter/profile/ReportingFile.h"
 
 #include <cstdint>
 #include <string>
@@ -30,7 +30,7 @@ const char* Lutm_FileDataCheck(std::string_view line, TableFileKind kind, MapEnt
 
 // Appends the lines of one file, read with `file`, to the list. Returns 0, -30, -60 or the kind's
 // status for a missing or invalid file.
-short readTableFile(ProfileFile& file, const std::string& path, TableFileKind kind,
+short readTableFile(ReportingFile& file, const std::string& path, TableFileKind kind,
                     std::uint8_t param, std::vector<MapEntry>& list);
 
 // Sorts a list by code point; the order of equal code points is fixed (see Lutm_BrkClsQuickSort).

@@ -14,7 +14,7 @@ namespace {
 constexpr std::size_t kUsualPages = 300;
 constexpr std::size_t kUsualDecompositions = 7000;
 constexpr std::size_t kUsualComponents = 3;
-constexpr std::size_t kUsualPlainPages = 8;
+constexpr std::size_t kUsualDirectPages = 8;
 
 }  // namespace
 
@@ -60,57 +60,57 @@ void CodePointTable::finish()
     std::size_t tables = 0;
     for (const CharMapping mapping : m_mappings) {
         tables +=
-            static_cast<std::size_t>(std::exchange(m_plainIndex[mapping.ucTableParam], 1) == 0);
+            static_cast<std::size_t>(std::exchange(m_directIndex[mapping.ucTableParam], 1) == 0);
     }
-    m_plainTables.reserve(tables);
-    m_plainIndex.fill(0);
+    m_directTables.reserve(tables);
+    m_directIndex.fill(0);
     for (const std::uint32_t codePoint : m_mapped) {
         const UnicodeCharInfo& info = (*this)[codePoint];
-        if (codePoint > PlainTable::kLast || info.combiningMark || info.ucICSFlag) {
+        if (codePoint > DirectTable::kLast || info.combiningMark || info.ucICSFlag) {
             continue;
         }
         for (const CharMapping mapping : mappings(info)) {
-            std::uint16_t& index = m_plainIndex[mapping.ucTableParam];
+            std::uint16_t& index = m_directIndex[mapping.ucTableParam];
             if (index == 0) {
-                m_plainTables.emplace_back();
-                index = static_cast<std::uint16_t>(m_plainTables.size());
+                m_directTables.emplace_back();
+                index = static_cast<std::uint16_t>(m_directTables.size());
             }
-            m_plainTables[index - std::size_t{1}].insert(codePoint, mapping.ucCode);
+            m_directTables[index - std::size_t{1}].insert(codePoint, mapping.ucCode);
         }
     }
-    for (PlainTable& table : m_plainTables) {
+    for (DirectTable& table : m_directTables) {
         table.finish();
     }
     m_mapped = std::vector<std::uint32_t>();  // "= {}" would keep the memory
 }
 
-std::uint16_t& PlainTable::code(std::uint32_t codePoint)
+std::uint16_t& DirectTable::code(std::uint32_t codePoint)
 {
     if (codePoint < kFrontSize) {
         return m_front[codePoint];
     }
     std::uint16_t& page = m_page[codePoint / kPageSize];
     if (page == 0) {
-        m_codes.reserve(kUsualPlainPages * kPageSize);
+        m_codes.reserve(kUsualDirectPages * kPageSize);
         page = static_cast<std::uint16_t>(m_codes.size() / kPageSize);
         m_codes.resize(m_codes.size() + kPageSize);
     }
     return m_codes[page * kPageSize + codePoint % kPageSize];
 }
 
-void PlainTable::insert(std::uint32_t codePoint, std::uint8_t ucCode)
+void DirectTable::insert(std::uint32_t codePoint, std::uint8_t ucCode)
 {
     std::uint16_t& entry = code(codePoint);
     if (entry == 0) {
-        entry = static_cast<std::uint16_t>(kPlain | ucCode);
+        entry = static_cast<std::uint16_t>(kDirect | ucCode);
     }
 }
 
-void PlainTable::finish()
+void DirectTable::finish()
 {
     int begin = 0;
     for (int i = 0; i <= 0x80; ++i) {
-        if (i < 0x80 && m_front[static_cast<std::size_t>(i)] == (kPlain | i)) {
+        if (i < 0x80 && m_front[static_cast<std::size_t>(i)] == (kDirect | i)) {
             continue;
         }
         if (i - begin > m_identityEnd - m_identityBegin) {

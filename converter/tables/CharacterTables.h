@@ -29,11 +29,11 @@ struct UnicodeCharInfo {
 
 // The characters of one translation table that need nothing but their byte while that table is in
 // force: no combining mark, no character of an internal set. By code point up to U+FFFF.
-class PlainTable {
+class DirectTable {
 public:
-    PlainTable() : m_codes(kPageSize) {}
+    DirectTable() : m_codes(kPageSize) {}
 
-    static constexpr std::uint16_t kPlain = 0x100;  // flag beside the byte; without it, not plain
+    static constexpr std::uint16_t kDirect = 0x100;  // flag beside the byte; without it, not plain
 
     static constexpr std::uint32_t kLast = 0xFFFF;
 
@@ -105,10 +105,10 @@ public:
     void finish();
 
     // The plain characters of the table with a command parameter; null without such characters.
-    const PlainTable* plainTable(std::uint8_t ucTableParam) const
+    const DirectTable* directTable(std::uint8_t ucTableParam) const
     {
-        const std::uint16_t index = m_plainIndex[ucTableParam];
-        return index == 0 ? nullptr : &m_plainTables[index - std::size_t{1}];
+        const std::uint16_t index = m_directIndex[ucTableParam];
+        return index == 0 ? nullptr : &m_directTables[index - std::size_t{1}];
     }
 
 private:
@@ -118,8 +118,8 @@ private:
     std::vector<UnicodeCharInfo> m_pages;
     std::vector<CharMapping> m_mappings;
     std::vector<std::uint32_t> m_mapped;  // code points with mappings, while they are built
-    std::array<std::uint16_t, 256> m_plainIndex{};  // by command parameter, from 1
-    std::vector<PlainTable> m_plainTables;
+    std::array<std::uint16_t, 256> m_directIndex{};  // by command parameter, from 1
+    std::vector<DirectTable> m_directTables;
 };
 
 // A row of the decomposition table: the composed character and its components.

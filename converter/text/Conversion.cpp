@@ -2,8 +2,8 @@
 
 #include "converter/RuvoConverter.h"
 #include "converter/text/Decoding.h"
+#include "converter/text/FastPath.h"
 #include "converter/text/Mapping.h"
-#include "converter/text/PlainText.h"
 
 #include <algorithm>
 
@@ -12,7 +12,7 @@ namespace ruvo {
 namespace {
 
 // UTF-16 text always goes the general way.
-void appendPlainText(Utf16Reader&, HandleLink&) {}
+void appendByFastPath(Utf16Reader&, HandleLink&) {}
 
 template <class Reader>
 class Conversion {
@@ -28,7 +28,7 @@ public:
     short run()
     {
         for (;;) {
-            appendPlainText(m_reader, m_handle);
+            appendByFastPath(m_reader, m_handle);
             std::uint32_t codePoint = 0;
             if (!m_reader.peek(codePoint)) {
                 return RUVO_OK;
@@ -88,7 +88,7 @@ private:
 
 // A warning of the reader is the result unless the conversion has to stop.
 template <class Reader>
-short convert(Reader reader, HandleLink& handle, const Warning& warning)
+short convert(Reader reader, HandleLink& handle, const FirstWarning& warning)
 {
     const short status = Conversion<Reader>(reader, handle).run();
     return status != RUVO_OK ? status : warning.status();
@@ -105,7 +105,7 @@ short Lutm_SetDataCommon(HandleLink& handle, std::uint8_t* text, std::size_t len
     handle.output.stTableInfoOut.expect(characters);
     handle.output.stISetInfoOut.expect(2 * characters);
     const std::int16_t sEncodeType = handle.settings.sEncodeType;
-    Warning warning;
+    FirstWarning warning;
     if (sEncodeType == RUVO_UTF8) {
         return convert(Utf8Reader(text, length, warning), handle, warning);
     }

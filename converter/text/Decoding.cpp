@@ -6,7 +6,7 @@ namespace ruvo {
 
 namespace {
 
-std::size_t cutAt(std::size_t limit, std::size_t length, Warning& warning)
+std::size_t cutAt(std::size_t limit, std::size_t length, FirstWarning& warning)
 {
     if (length <= limit) {
         return length;
@@ -23,13 +23,13 @@ bool startsWithMark(const std::uint8_t* text, std::size_t length, std::uint8_t f
 
 }  // namespace
 
-Utf8Reader::Utf8Reader(const std::uint8_t* text, std::size_t length, Warning& warning)
+Utf8Reader::Utf8Reader(const std::uint8_t* text, std::size_t length, FirstWarning& warning)
     : m_next(text), m_end(text + cutAt(kMaxUtf8Length, length, warning)), m_warning(warning)
 {
 }
 
 Utf16Reader::Utf16Reader(std::uint8_t* text, std::size_t length, std::int16_t sEncodeType,
-                         Warning& warning)
+                         FirstWarning& warning)
     : m_warning(warning)
 {
     if (length % 2 != 0) {

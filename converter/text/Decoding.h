@@ -13,7 +13,7 @@ namespace ruvo {
 inline constexpr std::uint32_t kInvalidMarker = 0xFFFFFFFF;
 
 // The first warning of a call is the one that the caller gets.
-class Warning {
+class FirstWarning {
 public:
     void record(short status)
     {
@@ -38,7 +38,7 @@ inline constexpr std::size_t kMaxUtf8Length = 0x800000;
 // surrogates are taken as they decode.
 class Utf8Reader {
 public:
-    Utf8Reader(const std::uint8_t* text, std::size_t length, Warning& warning);
+    Utf8Reader(const std::uint8_t* text, std::size_t length, FirstWarning& warning);
 
     bool peek(std::uint32_t& codePoint)
     {
@@ -64,7 +64,7 @@ private:
     const std::uint8_t* m_next;
     const std::uint8_t* m_end;
     std::size_t m_size = 0;  // of the character at m_next, in bytes
-    Warning& m_warning;
+    FirstWarning& m_warning;
 };
 
 // sEncodeType is RUVO_UTF16_BY_MARK, _BIG_ENDIAN or _LITTLE_ENDIAN. Little-endian units are
@@ -72,7 +72,8 @@ private:
 // give -400, unpaired surrogates -410.
 class Utf16Reader {
 public:
-    Utf16Reader(std::uint8_t* text, std::size_t length, std::int16_t sEncodeType, Warning& warning);
+    Utf16Reader(std::uint8_t* text, std::size_t length, std::int16_t sEncodeType,
+                FirstWarning& warning);
 
     bool peek(std::uint32_t& codePoint);
     void advance() { --m_pending; }
@@ -90,7 +91,7 @@ private:
     // Characters that have been read and not given: invalid ones first, then m_codePoint.
     int m_pending = 0;
     std::uint32_t m_codePoint = 0;
-    Warning& m_warning;
+    FirstWarning& m_warning;
 };
 
 inline std::uint32_t Utf8Reader::decode()

@@ -1,7 +1,7 @@
 #include "program/check/CharacterCheck.h"
 
 #include "converter/RuvoConverter.h"
-#include "converter/profile/ProfileFile.h"
+#include "converter/profile/ReportingFile.h"
 #include "converter/profile/UnicodeData.h"
 #include "program/stream/DisplayCommands.h"
 #include "program/text/CharacterText.h"
@@ -226,7 +226,7 @@ void CharacterCheck::checkDecompositions(const DatabaseLines& lines)
 bool checkDatabase(const ruvo::HandleSettings& settings, FindingList& list, DatabaseLines& lines)
 {
     constexpr char noComment = '\n';
-    ruvo::ProfileFile file(&list);
+    ruvo::ReportingFile file(&list);
     if (file.open(ruvo::unicodeDataPath(settings), RUVO_UNICODE_DATA_MISSING, RUVO_OK) != RUVO_OK) {
         return false;
     }

@@ -56,7 +56,7 @@ void FindingList::entryRead(const ruvo::ProfilePlace& place, ruvo::TableFileKind
     entries.push_back({place, entry});
 }
 
-void FindingList::excuse()
+void FindingList::lowerFaultsToWarnings()
 {
     for (Finding& finding : m_findings) {
         if (finding.kind == Finding::Kind::error) {

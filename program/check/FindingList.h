@@ -46,7 +46,7 @@ public:
              short status = 0);
 
     // The faults told so far are warnings: the file is valid all the same.
-    void excuse();
+    void lowerFaultsToWarnings();
 
     // Where a key's value stands, of table or set `index`.
     const ruvo::ProfilePlace& placeOf(std::string_view key, std::size_t index = 0) const;

@@ -1,8 +1,8 @@
 #include "program/check/ProfileCheck.h"
 
 #include "converter/RuvoConverter.h"
-#include "converter/profile/CharacterFiles.h"
-#include "converter/profile/ProfileFile.h"
+#include "converter/profile/CharacterFileReader.h"
+#include "converter/profile/ReportingFile.h"
 #include "converter/profile/SettingsFiles.h"
 #include "converter/profile/UnicodeData.h"
 #include "program/check/CharacterCheck.h"
@@ -56,7 +56,7 @@ CheckedProfile Checker::check()
 {
     take(ruvo::readSettingsFile(m_directory, m_settings, &m_list));
     if (m_result.status == RUVO_OK) {
-        m_list.excuse();
+        m_list.lowerFaultsToWarnings();
     }
     if (m_settings.szDeviceInfoPath.empty()) {
         if (m_result.status == RUVO_SETTINGS_INVALID) {

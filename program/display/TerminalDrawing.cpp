@@ -8,7 +8,7 @@ namespace {
 
 constexpr char kReverseOn[] = "\x1B[7m";
 constexpr char kUnderlineOn[] = "\x1B[4m";
-constexpr char kPlain[] = "\x1B[0m";
+constexpr char kDirect[] = "\x1B[0m";
 
 // A combining mark stands on a blank of its own, so that it takes a column.
 void appendCell(std::string& text, const Cell& cell)
@@ -47,7 +47,7 @@ std::string highlightedLine(const Screen& screen, int line)
         }
         appendCell(text, cell);
         if (cell.reverse || cursor) {
-            text += kPlain;
+            text += kDirect;
         }
     }
     return text;

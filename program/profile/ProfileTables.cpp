@@ -46,7 +46,7 @@ ProfileTables::ProfileTables(const ProfileOptions& profile) : m_read(true)
     check(ruvo::readSettingsFile(profileFolder(profile), *settings), profile);
     check(ruvo::readDeviceInfoFile(profile.device, *settings, *device), profile);
 
-    ruvo::ProfileFile file;
+    ruvo::ReportingFile file;
     std::vector<ruvo::MapEntry> entries;
     for (int i = 0; i < settings->sMappingTableNumber; ++i) {
         const ruvo::TableEntry& table = device->astTable[static_cast<std::size_t>(i)];

@@ -1,8 +1,8 @@
 // The sections of a settings or device information file, and the lines between them.
 #pragma once
 
-#include "converter/profile/ProfileFile.h"
-#include "converter/profile/SectionReader.h"
+#include "converter/profile/KeyValueSection.h"
+#include "converter/profile/ReportingFile.h"
 
 #include <span>
 #include <string>
@@ -14,7 +14,7 @@ namespace ruvo {
 class FixedSection {
 public:
     FixedSection(std::string header, std::span<const SectionKey> keys, SectionTarget target,
-                 const ProfileFile& file);
+                 const ReportingFile& file);
 
     // Opens the section when the line is its header.
     bool open(std::string_view line);
@@ -27,7 +27,7 @@ public:
     bool endedBefore() const { return m_broken; }
 
     // Takes notice of a line in no section.
-    void miss(std::string_view line);
+    void noteUnreadHeader(std::string_view line);
 
     // Every key must be set where the section ends: a later section of the same name cannot help.
     void requireComplete();
@@ -41,8 +41,8 @@ private:
     void tellMissingKeys();
 
     std::string m_header;
-    Section m_section;
-    const ProfileFile& m_file;
+    KeyValueSection m_section;
+    const ReportingFile& m_file;
     std::size_t m_lastLine = 0;  // in the section, or the one that ended it
     bool m_seen = false;
     bool m_error = false;
@@ -59,7 +59,7 @@ public:
     // countKey is the key that tells how many sections there are.
     NumberedSections(const std::string& name, const char* countKey,
                      std::span<const SectionKey> keys, SectionTarget target,
-                     const ProfileFile& file);
+                     const ReportingFile& file);
 
     // Tests a line outside all sections. True when it opens the part, which it can only when the
     // part before it has been read.
@@ -70,7 +70,7 @@ public:
     bool read(std::string_view line, int count);
 
     // Takes notice of a line in no section.
-    void miss(std::string_view line);
+    void noteUnreadHeader(std::string_view line);
 
     // The file ends inside the part.
     void end();
@@ -100,8 +100,8 @@ private:
 
     std::string m_prefix;
     const char* m_countKey;
-    Section m_section;
-    const ProfileFile& m_file;
+    KeyValueSection m_section;
+    const ReportingFile& m_file;
     std::size_t m_lastLine = 0;  // in the part, or the one that ended it
     int m_number = 1;            // of the section that is read or looked for
     int m_wrongNumber = 0;       // of the last header out of order
@@ -114,7 +114,7 @@ private:
 // a header.
 class UnreadLines {
 public:
-    explicit UnreadLines(const ProfileFile& file) : m_file(file) {}
+    explicit UnreadLines(const ReportingFile& file) : m_file(file) {}
 
     // makeOrder returns the sections that the file is to have.
     template <class MakeOrder>
@@ -137,7 +137,7 @@ public:
     void endRow() { m_told = m_headerTold = false; }
 
 private:
-    const ProfileFile& m_file;
+    const ReportingFile& m_file;
     bool m_told = false;
     bool m_headerTold = false;
 };

@@ -6,10 +6,10 @@
 
 namespace ruvo {
 
-// Appends the plain characters (see PlainTable) at the front of the text, bases with a mark that
+// Appends the plain characters (see DirectTable) at the front of the text, bases with a mark that
 // compose to one, and characters of sets among them, as far as the output has room, and moves the
 // reader behind them. All else is left to the general way. The output is the same with it and
 // without it.
-void appendPlainText(Utf8Reader& reader, HandleLink& handle);
+void appendByFastPath(Utf8Reader& reader, HandleLink& handle);
 
 }  // namespace ruvo

@@ -1,4 +1,4 @@
-#include "converter/profile/ProfileSections.h"
+#include "converter/profile/FileSections.h"
 
 #include <charconv>
 #include <utility>
@@ -33,7 +33,7 @@ std::string notFound(const std::string& section, bool missed)
 }  // namespace
 
 FixedSection::FixedSection(std::string header, std::span<const SectionKey> keys,
-                           SectionTarget target, const ProfileFile& file)
+                           SectionTarget target, const ReportingFile& file)
     : m_header(std::move(header)), m_section(keys, target, file), m_file(file)
 {
 }
@@ -59,11 +59,11 @@ bool FixedSection::read(std::string_view line)
         }
         return !hasBracket;
     }
-    const Section::Line result = m_section.read(line);
-    if (result == Section::Line::stored) {
+    const KeyValueSection::Line result = m_section.read(line);
+    if (result == KeyValueSection::Line::stored) {
         return true;
     }
-    if (result == Section::Line::noKey && !hasBracket) {
+    if (result == KeyValueSection::Line::noKey && !hasBracket) {
         m_error = true;
         m_file.fault([&] { return noKeyOf(m_header, line); });
     }
@@ -71,7 +71,7 @@ bool FixedSection::read(std::string_view line)
     return m_broken;
 }
 
-void FixedSection::miss(std::string_view line)
+void FixedSection::noteUnreadHeader(std::string_view line)
 {
     if (!m_seen && m_lastLine == 0 && line.starts_with(m_header)) {
         m_lastLine = m_file.lineNumber();
@@ -104,7 +104,7 @@ void FixedSection::tellMissingKeys()
 
 NumberedSections::NumberedSections(const std::string& name, const char* countKey,
                                    std::span<const SectionKey> keys, SectionTarget target,
-                                   const ProfileFile& file)
+                                   const ReportingFile& file)
     : m_prefix("[" + name), m_countKey(countKey), m_section(keys, target, file), m_file(file)
 {
 }
@@ -126,13 +126,13 @@ bool NumberedSections::read(std::string_view line, int count)
     m_lastLine = m_file.lineNumber();
     bool goesOn = false;
     switch (m_section.read(line)) {
-    case Section::Line::stored:
+    case KeyValueSection::Line::stored:
         return true;
-    case Section::Line::rejected:
+    case KeyValueSection::Line::rejected:
         m_invalid = true;
         goesOn = (m_file.listener() != nullptr);
         break;
-    case Section::Line::noKey:
+    case KeyValueSection::Line::noKey:
         goesOn = readHeader(line, count);
         break;
     }
@@ -140,7 +140,7 @@ bool NumberedSections::read(std::string_view line, int count)
     return goesOn;
 }
 
-void NumberedSections::miss(std::string_view line)
+void NumberedSections::noteUnreadHeader(std::string_view line)
 {
     if (!m_seen && m_lastLine == 0 && line.starts_with(m_prefix)) {
         m_lastLine = m_file.lineNumber();

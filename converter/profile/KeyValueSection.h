@@ -2,7 +2,7 @@
 #pragma once
 
 #include "converter/profile/HandleSettings.h"
-#include "converter/profile/ProfileFile.h"
+#include "converter/profile/ReportingFile.h"
 
 #include <bitset>
 #include <cstddef>
@@ -54,7 +54,7 @@ std::string_view withoutLineBreak(std::string_view value);
 
 // One section while its lines are read. Its keys are found anywhere in a line; the first key of
 // the table that a line holds decides the line.
-class Section {
+class KeyValueSection {
 public:
     enum class Line {
         stored,    // a key with a good value
@@ -62,7 +62,8 @@ public:
         noKey,     // ends the section
     };
 
-    Section(std::span<const SectionKey> keys, SectionTarget target, const ProfileFile& file)
+    KeyValueSection(std::span<const SectionKey> keys, SectionTarget target,
+                    const ReportingFile& file)
         : m_keys(keys), m_target(target), m_file(file)
     {
     }
@@ -98,7 +99,7 @@ private:
 
     std::span<const SectionKey> m_keys;
     SectionTarget m_target;
-    const ProfileFile& m_file;
+    const ReportingFile& m_file;
     std::bitset<16> m_set;
     std::bitset<16> m_named;  // set, rejected or checked
 };

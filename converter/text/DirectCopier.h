@@ -83,9 +83,9 @@ struct Position {
 };
 
 // Copies plain characters, as far as they go.
-class PlainCopier {
+class DirectCopier {
 public:
-    PlainCopier(const std::uint8_t* begin, const std::uint8_t* end, const PlainTable& table)
+    DirectCopier(const std::uint8_t* begin, const std::uint8_t* end, const DirectTable& table)
         : m_end(end),
           m_hasWord(end - begin >= kWord),
           m_table(table),
@@ -137,8 +137,8 @@ private:
     {
         do {
             std::ptrdiff_t size = 0;
-            const std::uint32_t code = plainCode(loadFour(at.next), size);
-            if (!(code & PlainTable::kPlain)) {
+            const std::uint32_t code = directCode(loadFour(at.next), size);
+            if (!(code & DirectTable::kDirect)) {
                 return false;
             }
             *at.out++ = static_cast<std::uint8_t>(code);
@@ -165,7 +165,7 @@ private:
 
     // The table's entry for the character that the bytes begin with; 0 when it is malformed or of
     // four bytes.
-    std::uint32_t plainCode(std::uint32_t bytes, std::ptrdiff_t& size) const
+    std::uint32_t directCode(std::uint32_t bytes, std::ptrdiff_t& size) const
     {
         const auto sixBits = [&](int shift) { return bytes >> shift & 0x3F; };
         if ((bytes & 0xC0E0) == 0x80C0) {
@@ -182,7 +182,7 @@ private:
 
     const std::uint8_t* m_end;
     bool m_hasWord;
-    const PlainTable& m_table;
+    const DirectTable& m_table;
     AsciiRange m_identity;
 };
 

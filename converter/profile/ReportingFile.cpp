@@ -1,4 +1,4 @@
-#include "converter/profile/ProfileFile.h"
+#include "converter/profile/ReportingFile.h"
 
 #include "converter/RuvoConverter.h"
 
@@ -30,7 +30,7 @@ std::string quoted(std::string_view text)
     return result + (text.size() > maxLength ? "...\"" : "\"");
 }
 
-short ProfileFile::open(const std::string& path, short missingStatus, short invalidStatus)
+short ReportingFile::open(const std::string& path, short missingStatus, short invalidStatus)
 {
     const short status = m_reader.open(path, missingStatus);
     if (m_listener != nullptr) {
@@ -48,7 +48,7 @@ short ProfileFile::open(const std::string& path, short missingStatus, short inva
     return status;
 }
 
-void ProfileFile::remarkLongLine()
+void ReportingFile::remarkLongLine()
 {
     if (m_longLine == lineNumber()) {
         return;

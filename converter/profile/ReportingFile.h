@@ -12,10 +12,10 @@ namespace ruvo {
 // A piece of a file for a message: in quotes, not too long, on one line.
 std::string quoted(std::string_view text);
 
-class ProfileFile {
+class ReportingFile {
 public:
     // Without a listener nothing is told.
-    explicit ProfileFile(ProfileListener* listener = nullptr) : m_listener(listener) {}
+    explicit ReportingFile(ProfileListener* listener = nullptr) : m_listener(listener) {}
 
     // Opens the file of another path. Returns 0, -30 or `missingStatus`. A fault inside the file
     // has `invalidStatus`.

@@ -1,7 +1,7 @@
-#include "converter/profile/CharacterFiles.h"
+#include "converter/profile/CharacterFileReader.h"
 
 #include "converter/RuvoConverter.h"
-#include "converter/profile/ProfileFile.h"
+#include "converter/profile/ReportingFile.h"
 #include "converter/profile/TableFiles.h"
 #include "converter/profile/UnicodeData.h"
 
@@ -49,7 +49,7 @@ bool readFiles(std::int16_t count, std::vector<MapEntry>& list, FirstStatus& sta
     return true;
 }
 
-bool readTables(ProfileFile& file, const HandleSettings& settings, const DeviceInfo& deviceInfo,
+bool readTables(ReportingFile& file, const HandleSettings& settings, const DeviceInfo& deviceInfo,
                 std::vector<MapEntry>& list, FirstStatus& status)
 {
     return readFiles(settings.sMappingTableNumber, list, status, [&](std::size_t i) {
@@ -59,7 +59,7 @@ bool readTables(ProfileFile& file, const HandleSettings& settings, const DeviceI
     });
 }
 
-bool readSets(ProfileFile& file, const HandleSettings& settings, const DeviceInfo& deviceInfo,
+bool readSets(ReportingFile& file, const HandleSettings& settings, const DeviceInfo& deviceInfo,
               std::vector<MapEntry>& list, FirstStatus& status)
 {
     return readFiles(deviceInfo.sInternalCharacterSetNumber, list, status, [&](std::size_t i) {
@@ -74,7 +74,7 @@ bool readSets(ProfileFile& file, const HandleSettings& settings, const DeviceInf
 short readCharacterFiles(const HandleSettings& settings, const DeviceInfo& deviceInfo,
                          CharacterTables& tables, ProfileListener* listener)
 {
-    ProfileFile file(listener);
+    ReportingFile file(listener);
     FirstStatus status(listener);
     std::vector<MapEntry> tableList;
     std::vector<MapEntry> icsList;

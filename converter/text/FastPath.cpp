@@ -1,6 +1,6 @@
-#include "converter/text/PlainText.h"
+#include "converter/text/FastPath.h"
 
-#include "converter/text/PlainCopier.h"
+#include "converter/text/DirectCopier.h"
 
 #include <algorithm>
 
@@ -8,9 +8,9 @@ namespace ruvo {
 
 namespace {
 
-class PlainText {
+class FastPath {
 public:
-    PlainText(Utf8Reader& reader, HandleLink& handle, const PlainTable& table)
+    FastPath(Utf8Reader& reader, HandleLink& handle, const DirectTable& table)
         : m_reader(reader),
           m_handle(handle),
           m_characters(handle.output.stCharCodeOut),
@@ -29,7 +29,7 @@ public:
         if (selectsTable() && m_handle.output.stTableInfoOut.room() == 0) {
             return;
         }
-        const PlainCopier copier(m_at.next, m_end, m_table);
+        const DirectCopier copier(m_at.next, m_end, m_table);
         do {
             copier.copy(m_at);
         } while (m_at.next != m_reader.end() && (appendSetCharacter() || composeLast()));
@@ -77,7 +77,7 @@ private:
         m_reader.advance();
         const std::uint8_t* const next = m_reader.begin();
         if (next != m_reader.end() &&
-            (*next >= 0x80 || !(m_table.front(*next) & PlainTable::kPlain))) {
+            (*next >= 0x80 || !(m_table.front(*next) & DirectTable::kDirect))) {
             return false;
         }
 
@@ -117,10 +117,10 @@ private:
         if (pair &&
             m_handle.composer.compose(m_handle.tables, m_handle.settings.ucDecompositionMappingSize,
                                       run, composed) &&
-            composed <= PlainTable::kLast) {
+            composed <= DirectTable::kLast) {
             code = m_table[composed];
         }
-        if (!(code & PlainTable::kPlain)) {
+        if (!(code & DirectTable::kDirect)) {
             m_at = {base, m_at.out - 1};
             return false;
         }
@@ -138,7 +138,7 @@ private:
     Utf8Reader& m_reader;
     HandleLink& m_handle;
     CharCodeChain& m_characters;
-    const PlainTable& m_table;
+    const DirectTable& m_table;
     const std::uint8_t m_tableInForce;
     const std::uint8_t* const m_end;
     Position m_at;
@@ -146,12 +146,12 @@ private:
 
 }  // namespace
 
-void appendPlainText(Utf8Reader& reader, HandleLink& handle)
+void appendByFastPath(Utf8Reader& reader, HandleLink& handle)
 {
-    const PlainTable* const table =
-        handle.tables.unicodeTable.plainTable(handle.settings.tableInForce());
+    const DirectTable* const table =
+        handle.tables.unicodeTable.directTable(handle.settings.tableInForce());
     if (table != nullptr) {
-        PlainText(reader, handle, *table).append();
+        FastPath(reader, handle, *table).append();
     }
 }
 

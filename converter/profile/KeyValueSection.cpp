@@ -1,4 +1,4 @@
-#include "converter/profile/SectionReader.h"
+#include "converter/profile/KeyValueSection.h"
 
 #include <charconv>
 #include <limits>
@@ -108,7 +108,7 @@ std::string_view withoutLineBreak(std::string_view value)
     return value.substr(0, value.size() < 2 ? 0 : value.size() - 2);
 }
 
-bool Section::find(std::string_view line, FoundKey& found) const
+bool KeyValueSection::find(std::string_view line, FoundKey& found) const
 {
     for (std::size_t i = 0; i < m_keys.size(); ++i) {
         const std::size_t position = line.find(m_keys[i].name);
@@ -121,7 +121,7 @@ bool Section::find(std::string_view line, FoundKey& found) const
     return false;
 }
 
-Section::Line Section::read(std::string_view line)
+KeyValueSection::Line KeyValueSection::read(std::string_view line)
 {
     FoundKey found{};
     if (!find(line, found)) {
@@ -140,7 +140,7 @@ Section::Line Section::read(std::string_view line)
     return Line::stored;
 }
 
-bool Section::check(std::string_view line)
+bool KeyValueSection::check(std::string_view line)
 {
     FoundKey found{};
     if (!find(line, found)) {
@@ -164,7 +164,7 @@ bool Section::check(std::string_view line)
     return true;
 }
 
-std::string Section::takeMissingKeys()
+std::string KeyValueSection::takeMissingKeys()
 {
     std::string list;
     for (std::size_t i = 0; i < m_keys.size(); ++i) {
@@ -176,7 +176,7 @@ std::string Section::takeMissingKeys()
     return list;
 }
 
-void Section::remarkOn(const SectionKey& key, std::string_view line, bool setBefore) const
+void KeyValueSection::remarkOn(const SectionKey& key, std::string_view line, bool setBefore) const
 {
     if (!line.starts_with(key.name)) {
         m_file.remark([&] {
