@@ -76,8 +76,8 @@ bool Profile::define(const std::string& keyword, const std::string& value)
     std::istringstream words(value);
     std::string word;
     if (keyword == "key") {
-        words >> word >> std::ws;
-        set(word, value.substr(static_cast<std::size_t>(words.tellg())));
+        while (words >> word)
+            set(word.substr(0, word.find('=')), word.substr(word.find('=') + 1));
     } else if (keyword == "table" || keyword == "set") {
         Table table{};
         words >> table.commandParam;

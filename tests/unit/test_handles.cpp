@@ -275,26 +275,25 @@ TEST_F(Handles, EachKeepsToItsProfile)
         profile.tables.clear();
         profile.define("table", std::to_string(255 - i) + " 437 " + hex(i) + "=0061");
         profile.define("table", std::to_string(254 - i) + " 850 84=00E4");
-        profile.set("MissingCharacterCode", std::to_string(32 + i % 224));
-        profile.set("OutputBufferBlockMax", std::to_string(i + 1));
+        profile.set("MissingCharacterCode", std::to_string(32 + i));
+        profile.set("OutputBufferBlockMax", std::to_string(i + 2));
         profile.set("OutputBufferBlockSize", "5");
         profile.write(".");
         ASSERT_EQ(i + 1, open());
     }
     EXPECT_EQ(-50, open());
-    std::vector<unsigned char> text(5 * count, 'a');
+    std::vector<unsigned char> text(5 * (count + 1), 'a');
     for (short handle = 1; handle <= count; ++handle)
         EXPECT_EQ(handle < count ? -510 : 0, RuvoSetData(handle, text.data(), text.size()));
     for (short handle = 1; handle <= count; ++handle) {
-        const int i = handle - 1;
-        std::vector<unsigned char> out(5 * count + 3);
+        std::vector<unsigned char> out(text.size() + 3);
         unsigned long length = out.size();
         EXPECT_EQ(0, RuvoGetOutputData(handle, out.data(), &length));
-        EXPECT_EQ(3u + 5 * handle, length);
-        if (handle >= 2)
-            expectShown("1B 74 " + hex(255 - i) + " " + hex(i) + " 1B 74 " + hex(254 - i) + " 84 " +
-                            hex(32 + i % 224),
-                        handle, "a\xC3\xA4\xE2\x82\xAC");
+        EXPECT_EQ(3u + 5 * (handle + 1), length);
+        const int i = handle - 1;
+        const std::string table = "1B 74 " + hex(255 - i) + " " + hex(i);
+        expectShown(table + " 1B 74 " + hex(254 - i) + " 84", handle, "a\xC3\xA4");
+        expectShown("1B 74 " + hex(254 - i) + " " + hex(32 + i), handle, "\xE2\x82\xAC");
     }
 }
 
