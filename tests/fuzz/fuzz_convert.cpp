@@ -27,9 +27,7 @@ struct Pair {
 
     void setTypes(short firstType, short secondType) const
     {
-        const short status = firstType >= 0 && firstType <= 3 ? RUVO_OK : RUVO_INVALID_ARGUMENT;
-        EXPECT_EQ(status, RuvoSetEncodeType(first, firstType));
-        EXPECT_EQ(status, RuvoSetEncodeType(second, secondType));
+        EXPECT_EQ(RuvoSetEncodeType(first, firstType), RuvoSetEncodeType(second, secondType));
     }
 
     void setPage(long page) const

@@ -3,6 +3,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <fstream>
+#include <iterator>
 #include <sstream>
 #include <stdexcept>
 #include <system_error>
@@ -73,34 +74,35 @@ void Profile::set(const std::string& name, const std::string& value)
 
 bool Profile::define(const std::string& keyword, const std::string& value)
 {
-    std::istringstream words(value);
-    std::string word;
-    if (keyword == "key") {
-        while (words >> word)
-            set(word.substr(0, word.find('=')), word.substr(word.find('=') + 1));
-    } else if (keyword == "table" || keyword == "set") {
-        Table table{};
-        words >> table.commandParam;
-        if (keyword == "table")
-            words >> table.codePage;
-        while (words >> word) {
-            const std::size_t equal = word.find('=');
-            const unsigned long last = hexadecimal(word.substr(equal - 2));
-            unsigned long codePoint = hexadecimal(word.substr(equal + 1));
-            for (unsigned long byte = hexadecimal(word); byte <= last; ++byte)
-                table.lines.push_back(printed("0x%02lX\t0x%04lX\t#", byte, codePoint++));
-        }
-        (keyword == "table" ? tables : sets).push_back(table);
-    } else if (keyword == "char") {
-        for (std::string category, combiningClass; words >> word >> category >> combiningClass;) {
-            std::string decomposition;
-            std::getline(words >> std::ws, decomposition, '|');
+    std::istringstream parts(value);
+    for (std::string part, word; std::getline(parts, part, '|');) {
+        std::istringstream words(part);
+        if (keyword == "key") {
+            while (words >> word)
+                set(word.substr(0, word.find('=')), word.substr(word.find('=') + 1));
+        } else if (keyword == "table" || keyword == "set") {
+            Table table{};
+            words >> table.commandParam;
+            if (keyword == "table")
+                words >> table.codePage;
+            while (words >> word) {
+                const std::size_t equal = word.find('=');
+                const unsigned long last = hexadecimal(word.substr(equal - 2));
+                unsigned long codePoint = hexadecimal(word.substr(equal + 1));
+                for (unsigned long byte = hexadecimal(word); byte <= last; ++byte)
+                    table.lines.push_back(printed("0x%02lX\t0x%04lX\t#", byte, codePoint++));
+            }
+            (keyword == "table" ? tables : sets).push_back(table);
+        } else if (keyword == "char") {
+            std::string category, combiningClass, decomposition;
+            words >> word >> category >> combiningClass >> std::ws;
+            std::getline(words, decomposition);
             decomposition.erase(decomposition.find_last_not_of(' ') + 1);
             database.push_back(character(static_cast<char32_t>(hexadecimal(word)), category,
                                          combiningClass, decomposition));
+        } else {
+            return false;
         }
-    } else {
-        return false;
     }
     return true;
 }
@@ -140,9 +142,7 @@ std::string Profile::character(char32_t codePoint, const std::string& category,
 Profile smallDisplay()
 {
     Profile profile;
-    profile.define("table", "0 437 20..7E=0020");
-    profile.define("table", "2 850 84=00E4 82=00E9");
-    profile.define("table", "17 866 A6=0436");
+    profile.define("table", "0 437 20..7E=0020 | 2 850 84=00E4 82=00E9 | 17 866 A6=0436");
     profile.define("set", "3 5C=00A5");
     profile.define("char", "00E4 Ll 0 0061 0308 | 00E9 Ll 0 0065 0301 | 0301 Mn 230 | 0308 Mn 230");
     return profile;
@@ -154,8 +154,8 @@ Profile mixedDisplay(int blockSize)
     profile.set("OutputBufferBlockSize", std::to_string(blockSize));
     profile.set("DecompositionMappingSize", "3");
     profile.define("table", "0 437 20..7E=0020 C0..DF=00E0");
-    profile.define("table", "4 850 20..23=0020 25..3F=0025 41..5F=0041 80..9E=0060");
-    profile.define("table", "2 932 A0..FE=3020 20..3F=10400");
+    profile.define("table", "4 850 20..23=0020 25..3F=0025 41..5F=0041 80..9E=0060 "
+                            "| 2 932 A0..FE=3020 20..3F=10400");
     profile.define("set", "7 5C=00A5 7E=007E");
     profile.define("char", "00E1 Ll 0 0061 0301 | 00E9 Ll 0 0065 0301 | 0101 Ll 0 00E1 0323");
     profile.define("char", "0300 Mn 230 | 0301 Mn 230 | 0323 Mn 220");
@@ -177,4 +177,10 @@ TemporaryDirectory::~TemporaryDirectory()
     std::error_code ignored;
     std::filesystem::current_path(previous_, ignored);
     std::filesystem::remove_all(directory_, ignored);
+}
+
+std::ptrdiff_t ProfileFixture::openFiles()
+{
+    namespace fs = std::filesystem;
+    return std::distance(fs::directory_iterator("/proc/self/fd"), fs::directory_iterator());
 }

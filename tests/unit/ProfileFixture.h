@@ -2,6 +2,7 @@
 #ifndef KESTRIX_TESTS_PROFILE_FIXTURE_H
 #define KESTRIX_TESTS_PROFILE_FIXTURE_H
 
+#include <cstddef>
 #include <filesystem>
 #include <map>
 #include <string>
@@ -79,6 +80,8 @@ class ProfileFixture : public testing::Test {
 protected:
     // The ID of a file that does not exist: settings come from the current directory.
     static constexpr char noSetting[] = "KESTRIX-TEST-NO-SUCH-ID";
+
+    static std::ptrdiff_t openFiles();
 
 private:
     TemporaryDirectory directory_;

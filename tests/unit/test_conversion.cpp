@@ -73,8 +73,9 @@ TEST_F(Conversion, Rows)
 std::u32string randomText(std::mt19937& random)
 {
     // Plain runs of all lengths, and what interrupts them.
-    static const std::u32string rare = U"$@`~\x1F\x7F\u00A5\u00E1\u00E9\u0301\u0301\u0323\u0300\u20AC\u3041"
-                                       U"\u3042\u3043\U00010400\U00010401ae\n";
+    static const std::u32string rare =
+        U"$@`~\x1F\x7F\u00A5\u00E1\u00E9\u0301\u0301\u0323\u0300\u20AC\u3041"
+        U"\u3042\u3043\U00010400\U00010401ae\n";
     std::u32string text;
     const std::size_t length = random() % 400;
     while (text.size() < length) {
