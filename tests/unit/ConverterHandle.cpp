@@ -1,56 +1,45 @@
 #include "ConverterHandle.h"
 
 #include "Bytes.h"
-#include "ProfileFixture.h"
 #include "converter/RuvoConverter.h"
 
-#include <cstdint>
-#include <string_view>
 #include <utility>
 #include <vector>
 
 namespace {
-
-using Bytes = std::vector<unsigned char>;
 
 const unsigned char* bytesOf(const std::string& text)
 {
     return reinterpret_cast<const unsigned char*>(text.data());
 }
 
-std::string textOf(const Bytes& bytes)
+unsigned char* bytesOf(std::string& text)
 {
-    return {bytes.begin(), bytes.end()};
+    return reinterpret_cast<unsigned char*>(text.data());
 }
 
-struct Record {
-    std::uint32_t position;
-    char parameter;
-};
-
-// The records of a raw switch stream, the gaps behind full blocks left out.
-std::vector<Record> recordsOf(const std::string& stream, std::size_t blockSize)
+// The switch commands of a raw switch stream by the position of their character; the gaps at the
+// end of full blocks are left out.
+std::vector<std::pair<std::size_t, std::string>> switchesOf(const std::string& stream,
+                                                            std::size_t blockSize, char command)
 {
-    std::vector<Record> records;
-    for (std::size_t block = 0; block < stream.size(); block += blockSize) {
-        const std::string_view bytes = std::string_view(stream).substr(block, blockSize);
-        for (std::size_t i = 0; i + 5 <= bytes.size(); i += 5) {
-            std::uint32_t position = 0;
-            for (std::size_t k = 4; k > 0; --k)
-                position = position << 8 | static_cast<unsigned char>(bytes[i + k - 1]);
-            records.push_back({position, bytes[i + 4]});
-        }
+    std::vector<std::pair<std::size_t, std::string>> switches;
+    for (std::size_t i = 0; i < stream.size(); i += 5) {
+        if (i % blockSize + 5 > blockSize)
+            i += blockSize - i % blockSize;
+        std::size_t position = 0;
+        for (std::size_t k = 4; k > 0; --k)
+            position = position << 8 | static_cast<unsigned char>(stream[i + k - 1]);
+        switches.push_back({position, {0x1B, command, stream[i + 4]}});
     }
-    return records;
+    return switches;
 }
 
 }  // namespace
 
-ConverterHandle::ConverterHandle()
+ConverterHandle::ConverterHandle(const std::string& device, const std::string& id)
+    : handle_(RuvoOpenHandle(bytesOf(device), device.size(), bytesOf(id), id.size()))
 {
-    const std::string device = "DEVICE";
-    const std::string id = "KESTRIX-TEST-NO-SUCH-ID";
-    handle_ = RuvoOpenHandle(bytesOf(device), device.size(), bytesOf(id), id.size());
 }
 
 ConverterHandle::~ConverterHandle()
@@ -60,7 +49,7 @@ ConverterHandle::~ConverterHandle()
 
 short ConverterHandle::setData(std::string& text) const
 {
-    return RuvoSetData(handle_, reinterpret_cast<unsigned char*>(text.data()), text.size());
+    return RuvoSetData(handle_, bytesOf(text), text.size());
 }
 
 std::string ConverterHandle::output() const
@@ -68,19 +57,18 @@ std::string ConverterHandle::output() const
     unsigned long length = 0;
     const short query = RuvoGetOutputData(handle_, nullptr, &length);
     EXPECT_EQ(length == 0 ? RUVO_OK : RUVO_BUFFER_TOO_SMALL, query);
-    Bytes bytes(length + 2, 0xEE);
+    std::string bytes(length + 2, '\xEE');
+    unsigned long room = length - 1;
     if (length > 0) {
-        unsigned long tooShort = length - 1;
-        EXPECT_EQ(RUVO_BUFFER_TOO_SMALL, RuvoGetOutputData(handle_, bytes.data(), &tooShort));
-        EXPECT_EQ(length, tooShort);
+        EXPECT_EQ(RUVO_BUFFER_TOO_SMALL, RuvoGetOutputData(handle_, bytesOf(bytes), &room));
+        EXPECT_EQ(length, room);
     }
-    unsigned long room = length + 1;
-    EXPECT_EQ(RUVO_OK, RuvoGetOutputData(handle_, bytes.data(), &room));
+    room = length + 1;
+    EXPECT_EQ(RUVO_OK, RuvoGetOutputData(handle_, bytesOf(bytes), &room));
     EXPECT_EQ(length, room) << "the announced length is the delivered one";
-    EXPECT_EQ(0xEE, bytes[length]) << "written behind the announced length";
+    EXPECT_EQ("\xEE\xEE", bytes.substr(length)) << "written beyond the announced length";
     expectEmpty();
-    bytes.resize(length);
-    return textOf(bytes);
+    return bytes.substr(0, length);
 }
 
 RawStreams ConverterHandle::raw() const
@@ -89,15 +77,16 @@ RawStreams ConverterHandle::raw() const
     const short query =
         RuvoGetRawData(handle_, nullptr, &lengths[0], nullptr, &lengths[1], nullptr, &lengths[2]);
     EXPECT_EQ(lengths[0] == 0 ? RUVO_OK : RUVO_BUFFER_TOO_SMALL, query);
-    Bytes streams[3];
-    for (int i = 0; i < 3; ++i)
-        streams[i].resize(lengths[i]);
-    EXPECT_EQ(RUVO_OK, RuvoGetRawData(handle_, streams[0].data(), &lengths[0], streams[1].data(),
-                                      &lengths[1], streams[2].data(), &lengths[2]));
-    for (int i = 0; i < 3; ++i)
-        EXPECT_EQ(streams[i].size(), lengths[i]);
+    RawStreams raw = {std::string(lengths[0], '\0'), std::string(lengths[1], '\0'),
+                      std::string(lengths[2], '\0')};
+    EXPECT_EQ(RUVO_OK,
+              RuvoGetRawData(handle_, bytesOf(raw.characters), &lengths[0], bytesOf(raw.tables),
+                             &lengths[1], bytesOf(raw.sets), &lengths[2]));
+    EXPECT_EQ(raw.characters.size(), lengths[0]);
+    EXPECT_EQ(raw.tables.size(), lengths[1]);
+    EXPECT_EQ(raw.sets.size(), lengths[2]);
     expectEmpty();
-    return {textOf(streams[0]), textOf(streams[1]), textOf(streams[2])};
+    return raw;
 }
 
 void ConverterHandle::expectEmpty() const
@@ -110,19 +99,19 @@ void ConverterHandle::expectEmpty() const
 std::string mergedSlowly(const RawStreams& raw, std::size_t blockSize)
 {
     std::string merged;
-    std::vector<Record> tables = recordsOf(raw.tables, blockSize);
-    std::vector<Record> sets = recordsOf(raw.sets, blockSize);
-    const auto take = [&](std::vector<Record>& records, std::size_t position, char command) {
-        if (!records.empty() && records.front().position == position) {
-            merged += {0x1B, command, records.front().parameter};
-            records.erase(records.begin());
-        }
+    const auto tables = switchesOf(raw.tables, blockSize, 't');
+    const auto sets = switchesOf(raw.sets, blockSize, 'R');
+    auto table = tables.begin();
+    auto set = sets.begin();
+    const auto take = [&](auto& next, const auto& list, std::size_t position) {
+        if (next != list.end() && next->first == position)
+            merged += next++->second;
     };
     for (std::size_t k = 0; k < raw.characters.size(); ++k) {
-        take(tables, k, 't');
-        take(sets, k, 'R');
+        take(table, tables, k);
+        take(set, sets, k);
         merged.push_back(raw.characters[k]);
-        take(sets, k + 1, 'R');
+        take(set, sets, k + 1);
     }
     return merged;
 }
@@ -131,22 +120,11 @@ std::string utf8(const std::u32string& text)
 {
     std::string bytes;
     for (const char32_t c : text) {
-        const auto put = [&](char32_t value) { bytes.push_back(static_cast<char>(value)); };
-        if (c < 0x80) {
-            put(c);
-        } else if (c < 0x800) {
-            put(0xC0 | c >> 6);
-            put(0x80 | (c & 0x3F));
-        } else if (c < 0x10000) {
-            put(0xE0 | c >> 12);
-            put(0x80 | (c >> 6 & 0x3F));
-            put(0x80 | (c & 0x3F));
-        } else {
-            put(0xF0 | c >> 18);
-            put(0x80 | (c >> 12 & 0x3F));
-            put(0x80 | (c >> 6 & 0x3F));
-            put(0x80 | (c & 0x3F));
-        }
+        const int more = c < 0x80 ? 0 : c < 0x800 ? 1 : c < 0x10000 ? 2 : 3;
+        static constexpr char32_t leads[] = {0x00, 0xC0, 0xE0, 0xF0};
+        bytes.push_back(static_cast<char>(leads[more] | c >> 6 * more));
+        for (int i = more - 1; i >= 0; --i)
+            bytes.push_back(static_cast<char>(0x80 | (c >> 6 * i & 0x3F)));
     }
     return bytes;
 }
@@ -155,16 +133,12 @@ std::string utf16BigEndian(const std::u32string& text)
 {
     std::string bytes;
     const auto put = [&](char32_t unit) {
-        bytes.push_back(static_cast<char>(unit >> 8 & 0xFF));
-        bytes.push_back(static_cast<char>(unit & 0xFF));
+        bytes += {static_cast<char>(unit >> 8 & 0xFF), static_cast<char>(unit & 0xFF)};
     };
     for (const char32_t c : text) {
-        if (c < 0x10000) {
-            put(c);
-        } else {
+        if (c >= 0x10000)
             put(0xD800 + ((c - 0x10000) >> 10));
-            put(0xDC00 + ((c - 0x10000) & 0x3FF));
-        }
+        put(c < 0x10000 ? c : 0xDC00 + (c & 0x3FF));
     }
     return bytes;
 }

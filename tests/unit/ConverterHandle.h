@@ -12,10 +12,11 @@ struct RawStreams {
     std::string sets;
 };
 
-// The device information file "DEVICE" of the current directory's profile.
+// On the current directory's profile, as the ID names no other.
 class ConverterHandle {
 public:
-    ConverterHandle();
+    explicit ConverterHandle(const std::string& device = "DEVICE",
+                             const std::string& id = "KESTRIX-TEST-NO-SUCH-ID");
     ~ConverterHandle();
     ConverterHandle(const ConverterHandle&) = delete;
     ConverterHandle& operator=(const ConverterHandle&) = delete;

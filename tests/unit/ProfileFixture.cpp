@@ -3,53 +3,62 @@
 #include <cstdio>
 #include <cstdlib>
 #include <fstream>
+#include <iterator>
+#include <sstream>
 #include <stdexcept>
 #include <system_error>
 
 namespace {
 
-std::string hexadecimal(const char* format, unsigned long number)
+template <class... Arguments>
+std::string printed(const char* format, Arguments... arguments)
 {
-    char text[16];
-    std::snprintf(text, sizeof text, format, number);
+    char text[200];
+    std::snprintf(text, sizeof text, format, arguments...);
     return text;
 }
 
-void append(Profile::Lines& lines, const std::vector<Profile::Key>& keys)
+unsigned long hexadecimal(const std::string& digits)
 {
-    for (const Profile::Key& key : keys) {
-        lines.push_back(key.name + "=" + key.value);
-    }
+    return std::stoul(digits, nullptr, 16);
 }
 
-Profile::Lines settingsLines(const Profile& profile)
+std::string section(const std::string& name, const Profile::Keys& keys)
 {
-    Profile::Lines lines = {"[Settings]"};
-    append(lines, profile.settings);
-    lines.push_back("[LOG]");
-    append(lines, profile.log);
-    return lines;
+    std::string text = "[" + name + "]\r\n";
+    for (const auto& [key, value] : keys)
+        text += key + "=" + value + "\r\n";
+    return text;
 }
 
-Profile::Lines deviceLines(const Profile& profile)
+void writeLines(const std::filesystem::path& path, const Profile::Lines& lines)
 {
-    Profile::Lines lines = {"[Common]",
-                            "MappingTableNumber=" + std::to_string(profile.tables.size()),
-                            "InternalCharacterSetNumber=" + std::to_string(profile.sets.size())};
-    append(lines, profile.common);
-    int number = 0;
-    for (const Profile::Table& table : profile.tables) {
-        lines.push_back("[Table" + std::to_string(++number) + "]");
-        append(lines, {{"CodePage", std::to_string(table.codePage)},
-                       {"TableCommandParam", std::to_string(table.commandParam)},
-                       {"TableFileName", table.fileName}});
+    std::ofstream file(path, std::ios::binary);
+    for (const std::string& line : lines)
+        file << line << "\r\n";
+    if (!file.flush())
+        throw std::runtime_error("cannot write " + path.string());
+}
+
+// The database, and what the tables and sets have besides.
+Profile::Lines allCharacters(const Profile& profile)
+{
+    std::multimap<unsigned long, std::string> characters;
+    for (const std::string& line : profile.database)
+        characters.emplace(hexadecimal(line), line);
+    for (const auto* list : {&profile.tables, &profile.sets}) {
+        for (const Profile::Table& table : *list) {
+            for (const std::string& line : table.lines) {
+                const unsigned long codePoint = hexadecimal(line.substr(5));
+                if (!characters.contains(codePoint))
+                    characters.emplace(codePoint,
+                                       Profile::character(static_cast<char32_t>(codePoint)));
+            }
+        }
     }
-    number = 0;
-    for (const Profile::InternalSet& set : profile.sets) {
-        lines.push_back("[ICS" + std::to_string(++number) + "]");
-        append(lines, {{"ICSCommandParam", std::to_string(set.commandParam)},
-                       {"ICSFileName", set.fileName}});
-    }
+    Profile::Lines lines;
+    for (const auto& [codePoint, line] : characters)
+        lines.push_back(line);
     return lines;
 }
 
@@ -57,76 +66,85 @@ Profile::Lines deviceLines(const Profile& profile)
 
 void Profile::set(const std::string& name, const std::string& value)
 {
-    for (std::vector<Key>* keys : {&settings, &log, &common}) {
-        for (Key& key : *keys) {
-            if (key.name == name) {
-                key.value = value;
-                return;
+    for (Keys* keys : {&settings, &log, &common}) {
+        if (keys->contains(name) || keys == &common)
+            return void(keys->at(name) = value);
+    }
+}
+
+bool Profile::define(const std::string& keyword, const std::string& value)
+{
+    std::istringstream parts(value);
+    for (std::string part, word; std::getline(parts, part, '|');) {
+        std::istringstream words(part);
+        if (keyword == "key") {
+            while (words >> word)
+                set(word.substr(0, word.find('=')), word.substr(word.find('=') + 1));
+        } else if (keyword == "table" || keyword == "set") {
+            Table table{};
+            words >> table.commandParam;
+            if (keyword == "table")
+                words >> table.codePage;
+            while (words >> word) {
+                const std::size_t equal = word.find('=');
+                const unsigned long last = hexadecimal(word.substr(equal - 2));
+                unsigned long codePoint = hexadecimal(word.substr(equal + 1));
+                for (unsigned long byte = hexadecimal(word); byte <= last; ++byte)
+                    table.lines.push_back(printed("0x%02lX\t0x%04lX\t#", byte, codePoint++));
             }
+            (keyword == "table" ? tables : sets).push_back(table);
+        } else if (keyword == "char") {
+            std::string category, combiningClass, decomposition;
+            words >> word >> category >> combiningClass >> std::ws;
+            std::getline(words, decomposition);
+            decomposition.erase(decomposition.find_last_not_of(' ') + 1);
+            database.push_back(character(static_cast<char32_t>(hexadecimal(word)), category,
+                                         combiningClass, decomposition));
+        } else {
+            return false;
         }
     }
-    throw std::out_of_range("no key " + name);
+    return true;
 }
 
 void Profile::write(const std::filesystem::path& directory) const
 {
-    const auto writeFile = [&](const std::string& name, const Lines& lines) {
-        std::ofstream file(directory / name, std::ios::binary);
-        for (const std::string& line : lines) {
-            file << line << lineEnd;
-        }
-        if (!file.flush()) {
-            throw std::runtime_error("cannot write " + name);
+    writeLines(directory / "HalvoSet.txt", {section("Settings", settings) + section("LOG", log)});
+    Keys numbers = common;
+    numbers["MappingTableNumber"] = std::to_string(tables.size());
+    numbers["InternalCharacterSetNumber"] = std::to_string(sets.size());
+    std::string device = section("Common", numbers);
+    const auto add = [&](const std::vector<Table>& list, const std::string& name,
+                         const std::string& keys, const std::string& file) {
+        for (std::size_t i = 0; i < list.size(); ++i) {
+            const std::string number = std::to_string(i + 1);
+            Keys values = {{keys + "Param", std::to_string(list[i].commandParam)},
+                           {name + "FileName", file + number + ".txt"}};
+            if (name == "Table")
+                values["CodePage"] = std::to_string(list[i].codePage);
+            device += section(name + number, values);
+            writeLines(directory / (file + number + ".txt"), list[i].lines);
         }
     };
-    writeFile("HalvoSet.txt", settingsLines(*this));
-    writeFile(deviceName, deviceLines(*this));
-    for (const Table& table : tables) {
-        writeFile(table.fileName, table.lines);
-    }
-    for (const InternalSet& set : sets) {
-        writeFile(set.fileName, set.lines);
-    }
-    writeFile("UnicodeData.txt", database);
+    add(tables, "Table", "TableCommand", "table");
+    add(sets, "ICS", "ICSCommand", "set");
+    writeLines(directory / deviceName, {device});
+    writeLines(directory / "UnicodeData.txt", allCharacters(*this));
 }
 
-std::string Profile::mapping(int byte, char32_t codePoint)
+std::string Profile::character(char32_t codePoint, const std::string& category,
+                               const std::string& combiningClass, const std::string& decomposition)
 {
-    return hexadecimal("0x%02lX", static_cast<unsigned long>(byte)) + "\t" +
-           hexadecimal("0x%04lX", codePoint) + "\t#";
-}
-
-std::string Profile::unmapped(int byte)
-{
-    return hexadecimal("0x%02lX", static_cast<unsigned long>(byte)) + "\t \t#";
-}
-
-std::string Profile::character(char32_t codePoint, const std::string& category, int combiningClass,
-                               const std::string& decomposition)
-{
-    return hexadecimal("%04lX", codePoint) + ";NAME;" + category + ";" +
-           std::to_string(combiningClass) + ";L;" + decomposition + ";;;;N;;;;;";
+    return printed("%04lX;NAME;%s;%s;L;%s;;;;N;;;;;", static_cast<unsigned long>(codePoint),
+                   category.c_str(), combiningClass.c_str(), decomposition.c_str());
 }
 
 Profile smallDisplay()
 {
     Profile profile;
-    Profile::Table ascii = {437, 0, "ascii.txt", {}};
-    for (char32_t c = 0x20; c < 0x7F; ++c) {
-        ascii.lines.push_back(Profile::mapping(static_cast<int>(c), c));
-        profile.database.push_back(Profile::character(c));
-    }
-    profile.tables = {
-        ascii,
-        {850, 2, "latin.txt", {Profile::mapping(0x84, 0xE4), Profile::mapping(0x82, 0xE9)}},
-        {866, 17, "cyrillic.txt", {Profile::mapping(0xA6, 0x436), Profile::unmapped(0xA7)}}};
-    profile.sets = {{3, "national.txt", {Profile::mapping(0x5C, 0xA5)}}};
-    for (const std::string& line :
-         {Profile::character(0xA5), Profile::character(0xE4, "Ll", 0, "0061 0308"),
-          Profile::character(0xE9, "Ll", 0, "0065 0301"), Profile::character(0x301, "Mn", 230),
-          Profile::character(0x308, "Mn", 230), Profile::character(0x436)}) {
-        profile.database.push_back(line);
-    }
+    profile.define("table", "0 437 20..7E=0020 | 2 850 84=00E4 82=00E9 | 17 866 A6=0436");
+    profile.define("set", "3 5C=00A5");
+    profile.define("char", "00E4 Ll 0 0061 0308 | 00E9 Ll 0 0065 0301 | 0301 Mn 230 | 0308 Mn 230");
     return profile;
 }
 
@@ -135,36 +153,12 @@ Profile mixedDisplay(int blockSize)
     Profile profile;
     profile.set("OutputBufferBlockSize", std::to_string(blockSize));
     profile.set("DecompositionMappingSize", "3");
-    Profile::Lines ascii;
-    Profile::Lines shifted;
-    Profile::Lines wide;
-    for (int i = 0x20; i < 0x7F; ++i) {
-        ascii.push_back(Profile::mapping(i, static_cast<char32_t>(i)));
-        if (i != '$' && i != '@')
-            shifted.push_back(Profile::mapping(i < 0x60 ? i : i + 0x20, static_cast<char32_t>(i)));
-        wide.push_back(Profile::mapping(i + 0x80, static_cast<char32_t>(0x3000 + i)));
-    }
-    for (int i = 0; i < 32; ++i) {
-        ascii.push_back(Profile::mapping(0xC0 + i, static_cast<char32_t>(0xE0 + i)));
-        wide.push_back(Profile::mapping(0x20 + i, static_cast<char32_t>(0x10400 + i)));
-    }
-    profile.tables = {
-        {437, 0, "a.txt", ascii}, {850, 4, "b.txt", shifted}, {932, 2, "c.txt", wide}};
-    profile.sets = {{7, "s.txt", {Profile::mapping(0x5C, 0xA5), Profile::mapping(0x7E, '~')}}};
-    for (char32_t i = 0x20; i < 0x110; ++i) {
-        const bool composes = i == 0xE1 || i == 0xE9 || i == 0x101;
-        const std::string decomposition = i == 0xE1    ? "0061 0301"
-                                          : i == 0xE9  ? "0065 0301"
-                                          : i == 0x101 ? "00E1 0323"
-                                                       : "";
-        profile.database.push_back(Profile::character(i, composes ? "Ll" : "Lo", 0, decomposition));
-    }
-    for (const char32_t mark : {0x300, 0x301, 0x323})
-        profile.database.push_back(Profile::character(mark, "Mn", mark == 0x323 ? 220 : 230));
-    for (char32_t i = 0x3000; i < 0x3100; ++i)
-        profile.database.push_back(Profile::character(i));
-    for (char32_t i = 0x10400; i < 0x10430; ++i)
-        profile.database.push_back(Profile::character(i));
+    profile.define("table", "0 437 20..7E=0020 C0..DF=00E0");
+    profile.define("table", "4 850 20..23=0020 25..3F=0025 41..5F=0041 80..9E=0060 "
+                            "| 2 932 A0..FE=3020 20..3F=10400");
+    profile.define("set", "7 5C=00A5 7E=007E");
+    profile.define("char", "00E1 Ll 0 0061 0301 | 00E9 Ll 0 0065 0301 | 0101 Ll 0 00E1 0323");
+    profile.define("char", "0300 Mn 230 | 0301 Mn 230 | 0323 Mn 220");
     return profile;
 }
 
@@ -183,4 +177,10 @@ TemporaryDirectory::~TemporaryDirectory()
     std::error_code ignored;
     std::filesystem::current_path(previous_, ignored);
     std::filesystem::remove_all(directory_, ignored);
+}
+
+std::ptrdiff_t ProfileFixture::openFiles()
+{
+    namespace fs = std::filesystem;
+    return std::distance(fs::directory_iterator("/proc/self/fd"), fs::directory_iterator());
 }

@@ -2,67 +2,57 @@
 #ifndef KESTRIX_TESTS_PROFILE_FIXTURE_H
 #define KESTRIX_TESTS_PROFILE_FIXTURE_H
 
+#include <cstddef>
 #include <filesystem>
+#include <map>
 #include <string>
 #include <vector>
 
 #include <gtest/gtest.h>
 
 // The files of one profile. The members may be changed freely, into something invalid too; write
-// adds nothing to them but section headers, the numbers of tables and sets, and line ends.
+// adds section headers, the numbers of tables and sets, and the characters of the tables and sets
+// that the database has not.
 struct Profile {
     using Lines = std::vector<std::string>;
-
-    struct Key {
-        std::string name;
-        std::string value;
-    };
+    using Keys = std::map<std::string, std::string>;
 
     struct Table {
-        int codePage;
         int commandParam;
-        std::string fileName;
-        Lines lines;
-    };
-
-    struct InternalSet {
-        int commandParam;
-        std::string fileName;
+        int codePage;  // none for a set
         Lines lines;
     };
 
     // HalvoSet.txt. The log directory does not exist, so nothing is logged.
-    std::vector<Key> settings = {
-        {"EncodeTypeDefault", "3"},        {"MissingCharacterCode", "63"},
-        {"DeviceInfoPath", "."},           {"MaximumHandle", "32"},
-        {"OutputBufferBlockSize", "4096"}, {"OutputBufferBlockMax", "255"}};
-    std::vector<Key> log = {{"LogFilePath", "no-log"}, {"LogMaxSize", "1"}};
+    Keys settings = {{"EncodeTypeDefault", "3"},        {"MissingCharacterCode", "63"},
+                     {"DeviceInfoPath", "."},           {"MaximumHandle", "32"},
+                     {"OutputBufferBlockSize", "4096"}, {"OutputBufferBlockMax", "255"}};
+    Keys log = {{"LogFilePath", "no-log"}, {"LogMaxSize", "1"}};
 
-    // The device information file. The numbers of tables and sets stand in front of these.
+    // The device information file.
     std::string deviceName = "DEVICE";
-    std::vector<Key> common = {{"ICSCommandDefault", "0"},   {"DecompositionClassNumber", "100"},
-                               {"GeneralCategorySize", "2"}, {"CanonicalCombiningClassSize", "3"},
-                               {"BidiClassSize", "3"},       {"DecompositionMappingSize", "2"}};
+    Keys common = {{"ICSCommandDefault", "0"},   {"DecompositionClassNumber", "100"},
+                   {"GeneralCategorySize", "2"}, {"CanonicalCombiningClassSize", "3"},
+                   {"BidiClassSize", "3"},       {"DecompositionMappingSize", "2"}};
 
-    std::vector<Table> tables;
-    std::vector<InternalSet> sets;
-    Lines database;  // UnicodeData.txt
-
-    std::string lineEnd = "\r\n";
+    std::vector<Table> tables;  // table1.txt, table2.txt ...
+    std::vector<Table> sets;    // set1.txt ...
+    Lines database;             // UnicodeData.txt
 
     // Changes the value of a key in whichever list has it. Throws std::out_of_range without one.
     void set(const std::string& name, const std::string& value);
 
+    // Takes a line "key", "table", "set" or "char" of the form that tests/cases/conversion.txt
+    // describes. False for any other keyword.
+    bool define(const std::string& keyword, const std::string& value);
+
     // Writes every file of the profile.
     void write(const std::filesystem::path& directory) const;
 
-    // Lines of table and set files: a byte and its code point, or none.
-    static std::string mapping(int byte, char32_t codePoint);
-    static std::string unmapped(int byte);
-
     // A line of the database.
     static std::string character(char32_t codePoint, const std::string& category = "Lo",
-                                 int combiningClass = 0, const std::string& decomposition = "");
+                                 const std::string& combiningClass = "0",
+                                 const std::string& decomposition = "");
 };
 
 // A display with three tables (0: ASCII, 2: U+00E4 and U+00E9, 17: U+0436), one internal set (3:
@@ -90,6 +80,8 @@ class ProfileFixture : public testing::Test {
 protected:
     // The ID of a file that does not exist: settings come from the current directory.
     static constexpr char noSetting[] = "KESTRIX-TEST-NO-SUCH-ID";
+
+    static std::ptrdiff_t openFiles();
 
 private:
     TemporaryDirectory directory_;
