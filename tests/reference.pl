@@ -1,7 +1,7 @@
 #!/usr/bin/perl
 # Compares the reference in README.md with the code: its tables of elements, functions and status
 # codes with the headers and the program's texts; and its C++, C and Perl, put into programs, must
-# give what the program gives.
+# give what the program gives. The schema of display documents must have the same elements.
 #
 #   tests/reference.pl BUILD
 use strict;
@@ -38,10 +38,14 @@ sub quoted { return map { /`(\w[\w-]*)`/g } @_ }
 
 my $headers = text(glob('engine/*.h tags/*.h'));
 my @elements = rows('element');
-same('elements', [quoted(map { $_->[0] } @elements)], [$headers =~ / TAG_[A-Z]+\[\] = "(.*)";/g]);
-# Window's "reset" has no effect, so nobody needs to write it.
-same('attributes', [quoted(map { $_->[1] } @elements)],
-    [grep { $_ ne 'reset' } $headers =~ / ATTR_[A-Z]+\[\] = "(.*)";/g]);
+my $schema   = text('docs/ovix-display.rnc');
+for (['elements', 0, 'TAG', 'element'], ['attributes', 1, 'ATTR', 'attribute']) {
+    my ($what, $column, $prefix, $keyword) = @$_;
+    # Window's "reset" has no effect, so nobody needs to write it.
+    my @names = grep { "$prefix $_" ne 'ATTR reset' } $headers =~ / ${prefix}_[A-Z]+\[\] = "(.*)";/g;
+    same($what, [quoted(map { $_->[$column] } @elements)], \@names);
+    same("$what, as in the schema,", [$schema =~ /\b$keyword ([\w-]+) \{/g], \@names);
+}
 
 my $converter = text('converter/RuvoConverter.h');
 same('functions', [quoted(map { $_->[0] } rows('function'))], [$converter =~ /^RUVO_API short (\w+)/mg]);

@@ -28,27 +28,35 @@ std::string shown(std::string_view bytes, std::size_t difference)
 
 }  // namespace
 
+std::string repeated(std::string_view text, std::size_t count)
+{
+    std::string result;
+    result.reserve(text.size() * count);
+    for (std::size_t i = 0; i < count; ++i)
+        result += text;
+    return result;
+}
+
 std::string fromHex(std::string_view hex)
 {
     std::string bytes;
-    for (std::size_t i = 0; i < hex.size();) {
-        if (hex[i] == ' ') {
-            ++i;
-        } else if (hex[i] == '{') {
-            const std::size_t star = hex.find('*', i);
-            const std::size_t end = hex.find('}', i);
-            if (star == std::string_view::npos || end == std::string_view::npos || star > end) {
+    while (!hex.empty()) {
+        std::size_t size = 1;
+        if (hex[0] == '{') {
+            size = hex.find('}') + 1;
+            const std::string_view inside = hex.substr(1, size - 2);
+            const std::size_t star = inside.find('*');
+            if (size == 0 || star == std::string_view::npos)
                 throw std::invalid_argument("not of the form {41*300}");
-            }
-            const std::string byte = fromHex(hex.substr(i + 1, star - i - 1));
-            bytes.append(std::stoul(std::string(hex.substr(star + 1, end - star - 1))), byte.at(0));
-            i = end + 1;
-        } else if (i + 1 < hex.size()) {
-            bytes.push_back(static_cast<char>(digitValue(hex[i]) * 16 + digitValue(hex[i + 1])));
-            i += 2;
-        } else {
-            throw std::invalid_argument("odd number of digits");
+            bytes += repeated(fromHex(inside.substr(0, star)),
+                              std::stoul(std::string(inside.substr(star + 1))));
+        } else if (hex[0] != ' ') {
+            size = 2;
+            if (hex.size() < size)
+                throw std::invalid_argument("odd number of digits");
+            bytes += static_cast<char>(digitValue(hex[0]) * 16 + digitValue(hex[1]));
         }
+        hex.remove_prefix(size);
     }
     return bytes;
 }
