@@ -45,8 +45,7 @@ void writeFile(const std::string& name, std::string_view text)
 
 std::uint8_t InputReader::byte()
 {
-    const std::string one = bytes(1);
-    return one.empty() ? std::uint8_t{0} : static_cast<std::uint8_t>(one[0]);
+    return static_cast<std::uint8_t>(*bytes(1).c_str());
 }
 
 std::uint32_t InputReader::number()

@@ -16,16 +16,6 @@ int digitValue(char c)
     return static_cast<int>(value);
 }
 
-// The part around a difference: a marquee of 65535 bytes is not printed whole.
-std::string shown(std::string_view bytes, std::size_t difference)
-{
-    constexpr std::size_t around = 32;
-    const std::size_t first = difference > around ? difference - around : 0;
-    const std::string_view part = bytes.substr(std::min(first, bytes.size()), 2 * around);
-    return std::to_string(bytes.size()) + " bytes, from " + std::to_string(first) + ": " +
-           toHex(part);
-}
-
 }  // namespace
 
 std::string repeated(std::string_view text, std::size_t count)
@@ -77,13 +67,19 @@ std::string toHex(std::string_view bytes)
 
 testing::AssertionResult sameBytes(std::string_view expected, std::string_view actual)
 {
-    if (expected == actual) {
+    if (expected == actual)
         return testing::AssertionSuccess();
-    }
-    const auto difference = static_cast<std::size_t>(
+    // The part around the difference: a marquee of 65535 bytes is not printed whole.
+    constexpr std::ptrdiff_t around = 32;
+    const auto difference =
         std::mismatch(expected.begin(), expected.end(), actual.begin(), actual.end()).first -
-        expected.begin());
-    return testing::AssertionFailure()
-           << "first difference at byte " << difference << "\n  expected "
-           << shown(expected, difference) << "\n  actual   " << shown(actual, difference);
+        expected.begin();
+    const auto first = static_cast<std::size_t>(std::max(difference - around, std::ptrdiff_t{0}));
+    testing::AssertionResult failure = testing::AssertionFailure();
+    failure << "first difference at byte " << difference;
+    for (const std::string_view bytes : {expected, actual})
+        failure << (bytes.data() == expected.data() ? "\n  expected " : "\n  actual   ")
+                << bytes.size() << " bytes, from " << first << ": "
+                << toHex(bytes.substr(std::min(first, bytes.size()), 2 * around));
+    return failure;
 }

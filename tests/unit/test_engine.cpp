@@ -8,9 +8,9 @@
 #include "tags/TextTagParser.h"
 
 #include <optional>
-#include <stdexcept>
 #include <string>
 #include <tuple>
+#include <utility>
 #include <vector>
 
 #include <libxml/xmlerror.h>
@@ -60,24 +60,27 @@ TEST_F(Engine, Documents)
         SCOPED_TRACE("catches:" + row.name + ", documents.txt:" + std::to_string(row.number));
         Profile profile = smallDisplay();
         std::vector<Step> steps;
-        std::string previous;
+        std::string lines;
         for (const auto& [number, keyword, value] : row.lines) {
             const std::size_t end = value.find_last_of(keyword == "set" ? ' ' : '=');
-            if (keyword == "set")
+            const bool isWhole =
+                end < value.size() && value.find_first_of("<>", end) == std::string::npos;
+            if (keyword == "set") {
                 profile.set(value.substr(0, end), value.substr(end + 1));
-            else if (keyword == "elements")
-                steps.push_back({number, "<any>" + expandText(value.substr(0, end)) + "</any>",
-                                 fromHex(value.substr(end + 1))});
-            else if (keyword == "document" && previous == "document")
-                steps.back().document += "\n" + expandText(value);
-            else if (keyword == "document")
-                steps.push_back({number, expandText(value), ""});
-            else if (keyword == "out")
+            } else if (keyword == "out") {
                 steps.at(steps.size() - 1).out += fromHex(value);
-            else
-                throw std::invalid_argument("unknown keyword " + keyword);
-            previous = keyword;
+            } else if (!isWhole) {
+                lines += expandText(value) + "\n";
+            } else {
+                std::string document = std::exchange(lines, "") + expandText(value.substr(0, end));
+                if (document.ends_with(' '))
+                    document.pop_back();
+                if (keyword == "elements")
+                    document = "<any>" + document + "</any>";
+                steps.push_back({number, document, fromHex(value.substr(end + 1))});
+            }
         }
+        EXPECT_EQ("", lines) << "no bytes of a document";
         profile.write(".");
         KestrixDispEngine ofCase;
         for (const Step& step : steps) {
