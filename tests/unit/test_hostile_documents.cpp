@@ -12,6 +12,8 @@
 #include <utility>
 #include <vector>
 
+#include <malloc.h>
+
 #include <libxml/parser.h>
 #include <unicode/unistr.h>
 
@@ -21,7 +23,9 @@ void ignoreReport(void*, const char*, ...) {}
 
 // A valid document, and the commands of each piece, which are shown together or not at all.
 constexpr std::pair<const char*, const char*> pieces[] = {
-    {"<!DOCTYPE ovix-display [<!ENTITY e \"77\">]>\n<ovix-display><!-- c --><clear/>", "0C"},
+    {"<!DOCTYPE ovix-display [<!ENTITY e \"77\"><!ENTITY % p ''>%p;]><ovix-display><!-- c "
+     "--><clear/>",
+     "0C"},
     {"<text x=\"1\" lang=\"ja\" y='2'>a&amp;&#xE4;&e;b</text>",
      "1B 74 00 1B 52 08 1F 24 01 02 1F 72 00 1B 74 00 61 26 1B 74 02 84 1B 74 00 62"},
     {"<window number=\"1\"/>", "1A 43 01"},
@@ -41,8 +45,14 @@ protected:
             valid_ += xml;
             results_.push_back(results_.back() + fromHex(out));
         }
+        used_ = mallinfo2().uordblks;
     }
-    void TearDown() override { xmlSetGenericErrorFunc(nullptr, nullptr); }
+    void TearDown() override
+    {
+        xmlSetGenericErrorFunc(nullptr, nullptr);
+        EXPECT_GT(used_ + 1000000, mallinfo2().uordblks)
+            << "each document leaves some memory behind";
+    }
 
     std::string parse(const std::string& document)
     {
@@ -62,6 +72,7 @@ protected:
 
 private:
     KestrixDispEngine engine_;
+    std::size_t used_ = 0;  // memory, in bytes
 };
 
 // A number in each.

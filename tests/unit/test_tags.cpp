@@ -50,9 +50,8 @@ TEST(Tags, EveryEngineSetsStylesAndColorsAgain)
 // catches: names looked up by pointer or without their case, bytes from 80 on ordered as negative
 TEST(Tags, NamesAreComparedByContent)
 {
-    const AttributeMap attributes = {{"x", nullptr}};
-    EXPECT_TRUE(TagParser::hasAttr(std::string("x").c_str(), attributes));
-    EXPECT_FALSE(TagParser::hasAttr("X", attributes));
+    EXPECT_TRUE(TagParser::hasAttr(std::string("x").c_str(), {{"x", nullptr}}));
+    EXPECT_FALSE(TagParser::hasAttr("X", {{"x", nullptr}}));
     std::vector<const char*> names = {"\xC3", "ab", "z", "", "a"};
     std::ranges::sort(names, compare());
     EXPECT_EQ((std::vector<const char*>{"", "a", "ab", "z", "\xC3"}), names);
@@ -163,42 +162,39 @@ TEST(Tags, LanguageSwitchesAtTheBorderOnly)
         EXPECT_FALSE(TagParser::isLangJP(lang)) << lang;
     EXPECT_FALSE(TagParser::isLangJP(nullptr));
 
-    const std::string toJapanese = fromHex("1B 74 00 1B 52 08");
-    const std::string back = fromHex("1B 74 00 1B 52 00");
-    struct Step {
-        std::string lang;
-        std::string bytes;
-        std::string inForce;
-    };
+    // Each step crosses the border if it stores another language.
     std::vector<unsigned char> language(KestrixDispEngine::LANG_BUF_LEN + 1, 0x7F);
     std::memcpy(language.data(), "en", 3);
+    const auto* const inForce = reinterpret_cast<const char*>(language.data());
     AttributeMap state = {{TagParser::ATTR_LANG, language.data()}};
-    for (const auto& [lang, bytes, inForce] :
-         std::vector<Step>{{"fr", "", "en"},
-                           {"ja-jp", toJapanese, "ja"},
-                           {"JA", "", "ja"},
-                           {"en-us", back, "en-us"},
-                           {"de", "", "en-us"},
-                           {"JA", toJapanese, "ja"},
-                           {"", back, ""},
-                           {"ja", toJapanese, "ja"},
-                           {std::string(31, 'x'), back, std::string(31, 'x')},
-                           {"ja", toJapanese, "ja"},
-                           {std::string(32, 'y'), back, std::string(31, 'y')}}) {
+    AttributeMap none;
+    const auto stored = [](const std::string& lang, AttributeMap& where) {
         OutputVector out;
-        TagParser::storeLang(reinterpret_cast<const unsigned char*>(lang.c_str()), state, out);
-        EXPECT_TRUE(sameBytes(bytes, std::string(out.begin(), out.end()))) << lang;
-        EXPECT_EQ(inForce, reinterpret_cast<const char*>(language.data()));
+        TagParser::storeLang(reinterpret_cast<const unsigned char*>(lang.c_str()), where, out);
+        return toHex(std::string(out.begin(), out.end()));
+    };
+    for (const auto& [lang, expected] : std::vector<std::pair<std::string, std::string>>{
+             {"fr", "en"},
+             {"ja-jp", "ja"},
+             {"JA", "ja"},
+             {"en-us", "en-us"},
+             {"de", "en-us"},
+             {"JA", "ja"},
+             {"", ""},
+             {"ja", "ja"},
+             {std::string(32, 'y'), std::string(31, 'y')}}) {
+        const std::string before = inForce;
+        const std::string code = TagParser::isLangJP(lang.c_str()) ? "08" : "00";
+        EXPECT_EQ(before == expected ? "" : "1B 74 00 1B 52 " + code, stored(lang, state)) << lang;
+        EXPECT_EQ(expected, inForce);
         EXPECT_EQ(0x7F, language.back()) << "wrote behind the buffer";
     }
-    // Without a language there is neither a side to leave nor a place to store one.
+    // Without a language in force there is no place to store one.
+    EXPECT_EQ("", stored("fr", none));
+    EXPECT_EQ("1B 74 00 1B 52 08", stored("ja", none));
     OutputVector out;
-    AttributeMap none;
     TagParser::storeLang(nullptr, state, out);
-    TagParser::storeLang(nullptr, none, out);
     EXPECT_TRUE(out.empty());
-    TagParser::storeLang(reinterpret_cast<const unsigned char*>("ja"), none, out);
-    EXPECT_TRUE(sameBytes(toJapanese, std::string(out.begin(), out.end())));
 }
 
 // catches: a result cut, written beyond the room, or refused where it fits
@@ -229,13 +225,9 @@ TEST(Tags, Utf8ToShiftJis)
 // The value of an attribute that gives a parameter of that number; empty if none does.
 std::string attributeValue(Parameter parameter, unsigned number)
 {
-    if (parameter == Parameter::number && number == 0)  // no window
-        return "";
-    if (parameter == Parameter::blinkSteps)
-        return std::to_string(number * kBlinkStep);
-    if (parameter < Parameter::corner)
-        return std::to_string(number);
     const ParameterValue* const named = findValue(parameter, static_cast<std::uint8_t>(number));
+    if (parameter < Parameter::corner)
+        return std::to_string(parameter == Parameter::blinkSteps ? number * kBlinkStep : number);
     if (named == nullptr || parameter == Parameter::brightness || parameter == Parameter::reverse)
         return named == nullptr ? "" : std::to_string(named->number);
     std::string words(named->words);
@@ -270,13 +262,11 @@ TEST_F(TagsReadBack, TheTableOfCommandsReadsAttributes)
             std::vector<unsigned> numbers;
             for (std::size_t at; (at = element.find('#')) != std::string::npos;) {
                 const Parameter parameter = row.parameters[first + numbers.size()];
-                unsigned number = 0;
+                const unsigned limit = parameter == Parameter::wait ? 0xFFFF : 0xFF;
                 std::string value;
-                while (value.empty()) {
-                    number = static_cast<unsigned>(random()) %
-                             (parameter == Parameter::wait ? 0x10000 : 0x100);
-                    value = attributeValue(parameter, number);
-                }
+                unsigned number = 0;
+                for (; value.empty(); value = attributeValue(parameter, number))
+                    number = static_cast<unsigned>(random()) % limit + 1;
                 element.replace(at, 1, value);
                 numbers.push_back(number);
             }
