@@ -217,14 +217,15 @@ TEST_F(Engine, ChangedRegistriesAreFollowed)
                                   "1F 72 01 1B 74 00 61 EE 00"
                                   "1F 72 00 EE 00"
                                   "EE 02 EE 00"
-                                  "1F 55 EE 00"),
+                                  "1F 55 EE 00"
+                                  "1F 72 00 EE 00"),
                           parse(engine, "<any><clear a=\"1\" b=\"2\"/><clear a=\"3\" b=\"4\"/>"
                                         "<clear a=\"1\"></clear>"
                                         "<text reverse=\"1\">a</text><text/><none/>"
                                         "<new a=\"1\" b=\"2\"/><new a=\"1\"></new>"
                                         "<clock/><exchange/><clock/>"
                                         "<command>0c</command><marquee uwait=\"1\" rwait=\"1\">A"
-                                        "</marquee></any>")));
+                                        "</marquee><command>0c</command><text/></any>")));
 }
 
 }  // namespace

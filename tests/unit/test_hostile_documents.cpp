@@ -165,7 +165,7 @@ TEST_F(HostileDocuments, LimitsAreExactInEveryEncoding)
 {
     const std::string tag = "<clear" + numbered(" a", 4096, "=''");
     const std::string value = "<a b='" + std::string(1048576 - 9, 'x');
-    const std::string entity = "<!ENTITY e '" + std::string(32768 - 31, 'x');
+    const std::string entity = "<!ENTITY e '" + std::string(32768 - 31, '>');
     // Quotes and "<" where they are text.
     const std::string words = repeated("don't <b \"c ", 5000);
     const std::pair<std::string, std::string> rows[] = {
@@ -228,6 +228,7 @@ TEST_F(HostileDocuments, LargeDocumentsAreShownAsFarAsTheyCanBeRead)
              {between("<a b='" + std::string(1048576 - 9, '>') + "'/>"), {two}},
              {between(namespaces(4000) + namespaces(96) + "</a><a xmlns:b='u'/></a>"), {two}},
              {between(namespaces(4000) + namespaces(96) + "<a xmlns:b='u'/></a></a>"), {one}},
+             {between(namespaces(4095) + repeated("<b xmlns:b='u'/>", 5) + "</a>"), {two}},
              {declared(64, "''"), {two}},
              {declared(65, "''"), {""}},
              {declared(1000, "#IMPLIED"), {two}},
@@ -240,6 +241,7 @@ TEST_F(HostileDocuments, LargeDocumentsAreShownAsFarAsTheyCanBeRead)
              {typed("<?p '?>", between(repeated("<a>x</a>\n", million))), {""}},
              {typed(idReferences, between(repeated("<e i='q' j='q q'/>", 200000))), {two}},
              {typed(repeated("<!-- -->", 10000), between("")), {""}},
+             {typed("<!-- ' -->", between(std::string(40000, ' '))), {two}},
              {"<!DOCTYPE any [" + repeated("<!ENTITY e ''>", million), {""}},
              {between(repeated("<a>", 100000) + "<clear/>" + repeated("</a>", 100000)), {one}},
              {between("<text>" + repeated("<a>", 100000) + "</text>"), {one}},
@@ -249,6 +251,8 @@ TEST_F(HostileDocuments, LargeDocumentsAreShownAsFarAsTheyCanBeRead)
              {between("<!--" + std::string(5 * million, 'x') + "--><?a " +
                       std::string(5 * million, '?') + "?>"),
               {two}},
+             {"<text>" + repeated("don't ", 9000) + "</text>",
+              {shown.substr(0, 6) + repeated("don't ", 9000)}},
              {"<text><![CDATA[" + std::string(30000, 'a') + "]]>" +
                   repeated("<![CDATA[a]]>", 30000) + repeated("&#97;", 30000) + "</text>",
               {shown + std::string(89999, 'a')}},

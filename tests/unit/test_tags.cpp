@@ -71,7 +71,7 @@ struct Texts {
     std::vector<std::pair<const char*, const char*>> rows;  // before and after, for expandText
 };
 
-// A digit stands behind the text, which an escape that is cut short must not take.
+// Behind the text stands what would go on with an escape or a pair that is cut short.
 // catches: a run or an escape that ends too early or too late, anything else changed
 TEST(Tags, HelpersThatChangeTextInPlace)
 {
@@ -94,6 +94,7 @@ TEST(Tags, HelpersThatChangeTextInPlace)
                               {R"(\q\X41\xZZ\x4Z\x\x41\x4)", "qX41xZZx4ZxAx4"},
                               {R"(\x00\xfF\x/f\x:0\x`0\xg0\x@0\xG0)", "{00 FF}x/fx:0x`0xg0x@0xG0"},
                               {R"({83}\Aa\)", "{83}Aa"},
+                              {R"(\\)", R"(\)"},
                               {R"(\)", R"(\)"}}},
                             {escapeSjis,
                              {{R"({83}\A{83}\\x41\x41)", R"({83}\A{83}\AA)"},
@@ -105,12 +106,14 @@ TEST(Tags, HelpersThatChangeTextInPlace)
                               {"{8140 817E 8180 81FC}", "{8140 817E 8180 81FC}"},
                               {"{813F 817F 81FD}", "{3F 7F FD}"}}}}) {
         for (const auto& [before, after] : rows) {
-            std::string bytes = expandText(before) + "1";
-            auto* const start = reinterpret_cast<unsigned char*>(bytes.data());
-            const int length = helper(start, static_cast<int>(bytes.size()) - 1);
-            EXPECT_EQ('1', bytes.back()) << before;
-            bytes.resize(static_cast<unsigned>(length));
-            EXPECT_TRUE(sameBytes(expandText(after), bytes)) << before;
+            for (const char guard : {'1', '\\'}) {
+                std::string bytes = expandText(before) + guard;
+                auto* const start = reinterpret_cast<unsigned char*>(bytes.data());
+                const int length = helper(start, static_cast<int>(bytes.size()) - 1);
+                EXPECT_EQ(guard, bytes.back()) << before;
+                bytes.resize(static_cast<unsigned>(length));
+                EXPECT_TRUE(sameBytes(expandText(after), bytes)) << before;
+            }
         }
         unsigned char blanks[] = "  ";
         EXPECT_EQ(0, helper(nullptr, 4));
