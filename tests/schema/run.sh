@@ -33,11 +33,9 @@ END
 check rejected <<'END'
 <txt>a</txt>
 <text>a<clear/></text>
-<text>a&#10;</text>
-<marquee uwait="1" rwait="1">a&#9;b</marquee>
+<marquee uwait="1" rwait="1">a&#10;b&#9;</marquee>
 <text x="1">a</text>
 <text x="256" y="1">a</text>
-<text x="a" y="1">a</text>
 <text colour="red">a</text>
 <text lang="ja_JP">a</text>
 <text reverse="yes">a</text>

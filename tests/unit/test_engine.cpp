@@ -7,7 +7,6 @@
 #include "engine/KestrixDispEngine.h"
 #include "tags/TextTagParser.h"
 
-#include <optional>
 #include <string>
 #include <tuple>
 #include <utility>
@@ -29,8 +28,7 @@ protected:
     }
     void TearDown() override { xmlSetGenericErrorFunc(nullptr, nullptr); }
 
-    static std::string parse(KestrixDispEngine& engine, const std::string& document,
-                             const std::string& device = "DEVICE")
+    std::string parse(const std::string& document, const std::string& device = "DEVICE")
     {
         return engine.parse(document, device, noSetting);
     }
@@ -84,7 +82,7 @@ TEST_F(Engine, Documents)
         profile.write(".");
         KestrixDispEngine ofCase;
         for (const Step& step : steps) {
-            EXPECT_TRUE(sameBytes(step.out, parse(ofCase, step.document)))
+            EXPECT_TRUE(sameBytes(step.out, ofCase.parse(step.document, "DEVICE", noSetting)))
                 << "  document of line " << step.number;
             EXPECT_LT(0, KestrixDispEngine::getUCHandle());
         }
@@ -94,29 +92,33 @@ TEST_F(Engine, Documents)
 // catches: a part of a text shown, or kept for the next one, where it is no UTF-8
 TEST_F(Engine, MalformedTextOfADirectCallerIsDroppedWhole)
 {
-    parse(engine, "<any/>");
+    parse("<any/>");
     OutputVector out;
     unsigned char malformed[] = "a\xC3";
     TextTagParser::storeText(malformed, out);
     EXPECT_TRUE(out.empty());
-    EXPECT_TRUE(sameBytes(fromHex("1F 72 00 1B 74 00 62"), parse(engine, "<text>b</text>")));
+    EXPECT_TRUE(sameBytes(fromHex("1F 72 00 1B 74 00 62"), parse("<text>b</text>")));
 }
 
-// catches: a device opened for each document, under another's name, or not for an empty document
+// catches: a device opened for each document, under another's name, or not for an empty document; a
+// handle of a program's own replaced
 TEST_F(Engine, OneHandleForEachDeviceString)
 {
     otherDevice().write(".");
-    EXPECT_EQ("", parse(engine, ""));
+    EXPECT_EQ("", parse(""));
     const short device = KestrixDispEngine::getUCHandle();
-    EXPECT_TRUE(
-        sameBytes(fromHex("1F 72 00 1B 74 01 61"), parse(engine, "<text>a</text>", "OTHER")));
+    EXPECT_TRUE(sameBytes(fromHex("1F 72 00 1B 74 01 61"), parse("<text>a</text>", "OTHER")));
     EXPECT_NE(device, KestrixDispEngine::getUCHandle());
 
     // The setting of a device that is open is not looked at: an empty one would be refused.
     EXPECT_TRUE(sameBytes("\f", engine.parse("<clear/>", "DEVICE", "")));
     EXPECT_EQ(device, KestrixDispEngine::getUCHandle());
     EXPECT_EQ(device, engine.ucHandleMap.at("DEVICE"));
-    EXPECT_EQ(2u, engine.ucHandleMap.size());
+    engine.ucHandleMap["CLOSED"] = RUVO_INVALID_HANDLE;
+    EXPECT_TRUE(
+        sameBytes(fromHex("0C 1F 72 00"), parse("<any><clear/><text>a</text></any>", "CLOSED")));
+    EXPECT_EQ(RUVO_INVALID_HANDLE, KestrixDispEngine::getUCHandle());
+    EXPECT_EQ(3u, engine.ucHandleMap.size());
 }
 
 // catches: a failed open kept, without its code, or with bytes of the document
@@ -132,35 +134,7 @@ TEST_F(Engine, AFailedOpenGivesNothingAndIsTriedAgain)
         EXPECT_TRUE(engine.ucHandleMap.empty());
     }
     otherDevice().write(".");
-    EXPECT_TRUE(sameBytes("\f", parse(engine, "<clear/>", "OTHER")));
-}
-
-// catches: a handle of a program's own replaced or opened again
-TEST_F(Engine, AHandleOfTheCallersIsUsedAsItIs)
-{
-    engine.ucHandleMap["CLOSED"] = RUVO_INVALID_HANDLE;
-    EXPECT_TRUE(sameBytes(fromHex("0C 1F 72 00"),
-                          parse(engine, "<any><clear/><text>a</text></any>", "CLOSED")));
-    EXPECT_EQ(RUVO_INVALID_HANDLE, KestrixDispEngine::getUCHandle());
-    EXPECT_EQ(1u, engine.ucHandleMap.size());
-}
-
-// catches: one engine's handle used or closed by another, or left open
-TEST_F(Engine, TwoEnginesShareNoHandle)
-{
-    std::optional<KestrixDispEngine> first(std::in_place);
-    parse(*first, "<text lang=\"ja\">a</text>");
-    const short firstHandle = KestrixDispEngine::getUCHandle();
-    parse(engine, "<clear/>");
-    const short handle = KestrixDispEngine::getUCHandle();
-    EXPECT_NE(firstHandle, handle);
-    parse(*first, "<clear/>");
-    EXPECT_EQ(firstHandle, KestrixDispEngine::getUCHandle());
-
-    first.reset();
-    EXPECT_EQ(RUVO_INVALID_HANDLE, KestrixDispEngine::RuvoCloseHandle(firstHandle));
-    EXPECT_TRUE(sameBytes(fromHex("1F 72 00 1B 74 00 61"), parse(engine, "<text>a</text>")));
-    EXPECT_EQ(handle, KestrixDispEngine::getUCHandle());
+    EXPECT_TRUE(sameBytes("\f", parse("<clear/>", "OTHER")));
 }
 
 // A parser of a program's own: appends a mark and the number of attributes, and leaves others.
@@ -219,13 +193,13 @@ TEST_F(Engine, ChangedRegistriesAreFollowed)
                                   "EE 02 EE 00"
                                   "1F 55 EE 00"
                                   "1F 72 00 EE 00"),
-                          parse(engine, "<any><clear a=\"1\" b=\"2\"/><clear a=\"3\" b=\"4\"/>"
-                                        "<clear a=\"1\"></clear>"
-                                        "<text reverse=\"1\">a</text><text/><none/>"
-                                        "<new a=\"1\" b=\"2\"/><new a=\"1\"></new>"
-                                        "<clock/><exchange/><clock/>"
-                                        "<command>0c</command><marquee uwait=\"1\" rwait=\"1\">A"
-                                        "</marquee><command>0c</command><text/></any>")));
+                          parse("<any><clear a=\"1\" b=\"2\"/><clear a=\"3\" b=\"4\"/>"
+                                "<clear a=\"1\"></clear>"
+                                "<text reverse=\"1\">a</text><text/><none/>"
+                                "<new a=\"1\" b=\"2\"/><new a=\"1\"></new>"
+                                "<clock/><exchange/><clock/>"
+                                "<command>0c</command><marquee uwait=\"1\" rwait=\"1\">A"
+                                "</marquee><command>0c</command><text/></any>")));
 }
 
 }  // namespace
