@@ -81,24 +81,10 @@ sub program {
 
 # The escapes are those of C++, Perl and printf.
 my $document = '<a><clear/><text>caf\303\251 \342\202\254</text></a>';
-program('cpp', <<"BEFORE", <<'AFTER');
-#include <cstdio>
-int main()
-{
-    const std::string document = "$document";
-BEFORE
-    std::fwrite(bytes.data(), 1, bytes.size(), stdout);
-}
-AFTER
-program('c', <<'BEFORE', <<'AFTER');
-#include <stdio.h>
-int main(void)
-{
-    unsigned char buffer[100];
-BEFORE
-    fwrite(buffer, 1, length, stdout);
-}
-AFTER
+program('cpp', qq(#include <cstdio>\nint main()\n{\nconst std::string document = "$document";\n),
+    "std::fwrite(bytes.data(), 1, bytes.size(), stdout);\n}\n");
+program('c', "#include <stdio.h>\nint main(void)\n{\nunsigned char buffer[100];\n",
+    "fwrite(buffer, 1, length, stdout);\n}\n");
 open my $perl, '>', "$work/perl" or die;
 print $perl qq{my \$document = "$document";\n$snippet{perl}print \$bytes;\n};
 close $perl or die;

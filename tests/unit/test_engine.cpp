@@ -175,7 +175,8 @@ TEST_F(Engine, ChangedRegistriesAreFollowed)
     EXPECT_EQ(1u, end.size());
     EXPECT_NE(begin.at("ovix-display"), end.at("ovix-display"));
     exchange(begin["clear"], new CountingParser);
-    end["clear"] = begin["clear"];  // one parser at two places
+    end["clear"] = begin["clear"];  // one parser at three places
+    begin["cleared"] = begin["clear"];
     end["text"] = new CountingParser;
     end["none"] = nullptr;
     end["new"] = new CountingParser;

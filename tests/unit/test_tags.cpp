@@ -68,8 +68,15 @@ int ofChars(unsigned char* text, int length)
 
 struct Texts {
     Helper helper;
-    std::vector<std::pair<const char*, const char*>> rows;  // before and after, for expandText
+    std::vector<std::string> rows;
 };
+
+// Rows of "before=>after", for expandText.
+std::pair<std::string, std::string> beforeAndAfter(const std::string& row)
+{
+    const std::size_t arrow = row.find("=>");
+    return {expandText(row.substr(0, arrow)), expandText(row.substr(arrow + 2))};
+}
 
 // Behind the text stands what would go on with an escape or a pair that is cut short.
 // catches: a run or an escape that ends too early or too late, anything else changed
@@ -77,42 +84,32 @@ TEST(Tags, HelpersThatChangeTextInPlace)
 {
     constexpr Helper escape = TagParser::escToHex;
     constexpr Helper escapeSjis = TagParser::escToHexSjis;
-    // In Shift_JIS first what is a pair and what is none, then the edges of the lead bytes, told by
-    // whether the backslash is a trail byte, and of the trail bytes, by whether the lead byte
-    // stays.
-    for (const auto& [helper, rows] :
-         std::vector<Texts>{{ofChars<TagParser::trimSpace>,
-                             {{" 1b 40", "1b"},
-                              {"{09 0A 0B 0C 0D}ab{09}cd", "ab"},
-                              {"{08 0E A0} ", "{08 0E A0}"},
-                              {" ab{00}cd", "ab"},
-                              {" {0A} ", ""}}},
-                            {ofChars<TagParser::removeSpace>,
-                             {{" a {09}b c ", "abc"}, {" ab{00} c", "ab"}, {" {0A} ", ""}}},
-                            {escape,
-                             {{R"(a\x41b\\\\x41)", R"(aAb\\x41)"},
-                              {R"(\q\X41\xZZ\x4Z\x\x41\x4)", "qX41xZZx4ZxAx4"},
-                              {R"(\x00\xfF\x/f\x:0\x`0\xg0\x@0\xG0)", "{00 FF}x/fx:0x`0xg0x@0xG0"},
-                              {R"({83}\Aa\)", "{83}Aa"},
-                              {R"(\\)", R"(\)"},
-                              {R"(\)", R"(\)"}}},
-                            {escapeSjis,
-                             {{R"({83}\A{83}\\x41\x41)", R"({83}\A{83}\AA)"},
-                              {R"({A1}\\)", R"({A1}\)"},
-                              {"{83} A{83}", " A"},
-                              {"{83}", "{83}"},
-                              {R"({81}\{9F}\{E0}\{FC}\)", R"({81}\{9F}\{E0}\{FC}\)"},
-                              {R"({80}\{A0}\{DF}\{FD}\)", "{80 A0 DF FD}"},
-                              {"{8140 817E 8180 81FC}", "{8140 817E 8180 81FC}"},
-                              {"{813F 817F 81FD}", "{3F 7F FD}"}}}}) {
-        for (const auto& [before, after] : rows) {
+    const std::vector<Texts> helpers = {
+        {ofChars<TagParser::trimSpace>,
+         {" 1b 40=>1b", "{09 0A 0B 0C 0D}ab{09}cd=>ab", "{08 0E A0 20}=>{08 0E A0}",
+          " ab{00}cd=>ab", " {0A} =>"}},
+        {ofChars<TagParser::removeSpace>, {" a {09}b c =>abc", " ab{00} c=>ab", " {0A} =>"}},
+        {escape,
+         {R"(a\x41b\\\\x41=>aAb\\x41)", R"(\q\X41\xZZ\x4Z\x\x41\x4=>qX41xZZx4ZxAx4)",
+          R"(\x00\xfF\x/f\x:0\x`0\xg0\x@0\xG0=>{00 FF}x/fx:0x`0xg0x@0xG0)", R"({83}\Aa\=>{83}Aa)",
+          R"(\\=>\)", R"(\=>\)", R"(\x41=>A)"}},
+        // Pairs and no pairs; the edges of the lead bytes, told by whether the backslash is a trail
+        // byte; and of the trail bytes, by whether the lead byte stays.
+        {escapeSjis,
+         {R"({83}\A{83}\\x41\x41=>{83}\A{83}\AA)", R"({A1}\\=>{A1}\)", "{83} A{83}=> A",
+          "{83}=>{83}", R"({81}\{9F}\{E0}\{FC}\=>{81}\{9F}\{E0}\{FC}\)",
+          R"({80}\{A0}\{DF}\{FD}\=>{80 A0 DF FD})", "{8140 817E 8180 81FC}=>{8140 817E 8180 81FC}",
+          "{813F 817F 81FD}=>{3F 7F FD}"}}};
+    for (const auto& [helper, rows] : helpers) {
+        for (const std::string& row : rows) {
+            const auto [before, after] = beforeAndAfter(row);
             for (const char guard : {'1', '\\'}) {
-                std::string bytes = expandText(before) + guard;
+                std::string bytes = before + guard;
                 auto* const start = reinterpret_cast<unsigned char*>(bytes.data());
-                const int length = helper(start, static_cast<int>(bytes.size()) - 1);
-                EXPECT_EQ(guard, bytes.back()) << before;
+                const int length = helper(start, static_cast<int>(before.size()));
+                EXPECT_EQ(guard, bytes.back()) << row;
                 bytes.resize(static_cast<unsigned>(length));
-                EXPECT_TRUE(sameBytes(expandText(after), bytes)) << before;
+                EXPECT_TRUE(sameBytes(after, bytes)) << row;
             }
         }
         unsigned char blanks[] = "  ";
@@ -176,16 +173,9 @@ TEST(Tags, LanguageSwitchesAtTheBorderOnly)
         TagParser::storeLang(reinterpret_cast<const unsigned char*>(lang.c_str()), where, out);
         return toHex(std::string(out.begin(), out.end()));
     };
-    for (const auto& [lang, expected] : std::vector<std::pair<std::string, std::string>>{
-             {"fr", "en"},
-             {"ja-jp", "ja"},
-             {"JA", "ja"},
-             {"en-us", "en-us"},
-             {"de", "en-us"},
-             {"JA", "ja"},
-             {"", ""},
-             {"ja", "ja"},
-             {std::string(32, 'y'), std::string(31, 'y')}}) {
+    for (const char* const row : {"fr=>en", "ja-jp=>ja", "JA=>ja", "en-us=>en-us", "de=>en-us",
+                                  "JA=>ja", "=>", "ja=>ja", "{y*32}=>{y*31}"}) {
+        const auto [lang, expected] = beforeAndAfter(row);
         const std::string before = inForce;
         const std::string code = TagParser::isLangJP(lang.c_str()) ? "08" : "00";
         EXPECT_EQ(before == expected ? "" : "1B 74 00 1B 52 " + code, stored(lang, state)) << lang;
