@@ -2,6 +2,7 @@
 
 #include "Bytes.h"
 #include "ProfileFixture.h"
+#include "engine/DocumentSource.h"
 #include "engine/KestrixDispEngine.h"
 
 #include <algorithm>
@@ -9,6 +10,7 @@
 #include <fstream>
 #include <set>
 #include <string>
+#include <tuple>
 #include <utility>
 #include <vector>
 
@@ -160,7 +162,7 @@ std::string between(const std::string& middle)
     return "<any><clear/>" + middle + "<clear/></any>";
 }
 
-// catches: a limit one off, or counted in bytes that are no characters of markup
+// catches: a limit one off, counted in bytes that are no characters of markup, or not named
 TEST_F(HostileDocuments, LimitsAreExactInEveryEncoding)
 {
     const std::string tag = "<clear" + numbered(" a", 4096, "=''");
@@ -168,20 +170,28 @@ TEST_F(HostileDocuments, LimitsAreExactInEveryEncoding)
     const std::string entity = "<!ENTITY e '" + std::string(32768 - 31, '>');
     // Quotes and "<" where they are text.
     const std::string words = repeated("don't <b \"c ", 5000);
-    const std::pair<std::string, std::string> rows[] = {
-        {between(tag + "/>"), "\f\f\f"},
-        {between(tag + " b=''/>"), "\f"},
-        {between(value + "'/>"), "\f\f"},
-        {between(value + "x'/>"), "\f"},
-        {typed(entity + "'>", between("")), "\f\f"},
-        {typed(entity + "x'>", between("")), ""},
-        {between("<!--" + words + "--><![CDATA[" + words + "]]><?p " + words + "?>"), "\f\f"}};
+    using enum DocumentEnd;
+    const std::tuple<std::string, std::string, DocumentEnd> rows[] = {
+        {between(tag + "/>"), "\f\f\f", wellFormed},
+        {between(tag + " b=''/>"), "\f", manyAttributes},
+        {between(value + "'/>"), "\f\f", wellFormed},
+        {between(value + "x'/>"), "\f", largeTag},
+        {typed(entity + "'>", between("")), "\f\f", wellFormed},
+        {typed(entity + "x'>", between("")), "", largeDocumentType},
+        {between("<!--" + words + "--><![CDATA[" + words + "]]><?p " + words + "?>"), "\f\f",
+         wellFormed},
+        {"<any>", "", damaged}};
     for (const char* encoding :
          {"UTF-8", "UTF-16", "UCS-4", "Shift_JIS", "EUC-JP", "Big5", "GB18030", "ISO-2022-JP",
           "ISO-2022-KR", "UTF-7", "ISO-8859-1", "IBM037"}) {
-        for (const auto& [document, result] : rows)
-            EXPECT_TRUE(sameBytes(result, parse(declaredAs(encoding, document))))
-                << encoding << document.substr(0, 50);
+        for (const auto& [text, result, end] : rows) {
+            const std::string document = declaredAs(encoding, text);
+            EXPECT_TRUE(sameBytes(result, parse(document))) << encoding << text.substr(0, 50);
+            DocumentSource source(document);
+            while (source.read() != 0) {
+            }
+            EXPECT_EQ(end, source.end()) << encoding << text.substr(0, 50);
+        }
     }
 }
 
