@@ -10,9 +10,8 @@ constexpr std::string_view digits = "0123456789ABCDEF";
 int digitValue(char c)
 {
     const std::size_t value = digits.find(c);
-    if (value == std::string_view::npos) {
+    if (value == std::string_view::npos)
         throw std::invalid_argument("no upper-case hexadecimal digit: " + std::string(1, c));
-    }
     return static_cast<int>(value);
 }
 
@@ -56,9 +55,8 @@ std::string toHex(std::string_view bytes)
     std::string hex;
     for (const char c : bytes) {
         const auto byte = static_cast<unsigned char>(c);
-        if (!hex.empty()) {
+        if (!hex.empty())
             hex += ' ';
-        }
         hex += digits[byte >> 4];
         hex += digits[byte & 0x0F];
     }
