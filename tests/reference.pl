@@ -1,7 +1,7 @@
 #!/usr/bin/perl
 # Compares the reference in README.md with the code: its tables of elements, functions and status
 # codes with the headers and the program's texts; and its C++, C and Perl, put into programs, must
-# give what the program gives.
+# give what the program gives. The schema of display documents must have the same elements.
 #
 #   tests/reference.pl BUILD
 use strict;
@@ -38,10 +38,14 @@ sub quoted { return map { /`(\w[\w-]*)`/g } @_ }
 
 my $headers = text(glob('engine/*.h tags/*.h'));
 my @elements = rows('element');
-same('elements', [quoted(map { $_->[0] } @elements)], [$headers =~ / TAG_[A-Z]+\[\] = "(.*)";/g]);
-# Window's "reset" has no effect, so nobody needs to write it.
-same('attributes', [quoted(map { $_->[1] } @elements)],
-    [grep { $_ ne 'reset' } $headers =~ / ATTR_[A-Z]+\[\] = "(.*)";/g]);
+my $schema   = text('docs/ovix-display.rnc');
+for (['elements', 0, 'TAG', 'element'], ['attributes', 1, 'ATTR', 'attribute']) {
+    my ($what, $column, $prefix, $keyword) = @$_;
+    # Window's "reset" has no effect, so nobody needs to write it.
+    my @names = grep { "$prefix $_" ne 'ATTR reset' } $headers =~ / ${prefix}_[A-Z]+\[\] = "(.*)";/g;
+    same($what, [quoted(map { $_->[$column] } @elements)], \@names);
+    same("$what, as in the schema,", [$schema =~ /\b$keyword ([\w-]+) \{/g], \@names);
+}
 
 my $converter = text('converter/RuvoConverter.h');
 same('functions', [quoted(map { $_->[0] } rows('function'))], [$converter =~ /^RUVO_API short (\w+)/mg]);
@@ -77,24 +81,10 @@ sub program {
 
 # The escapes are those of C++, Perl and printf.
 my $document = '<a><clear/><text>caf\303\251 \342\202\254</text></a>';
-program('cpp', <<"BEFORE", <<'AFTER');
-#include <cstdio>
-int main()
-{
-    const std::string document = "$document";
-BEFORE
-    std::fwrite(bytes.data(), 1, bytes.size(), stdout);
-}
-AFTER
-program('c', <<'BEFORE', <<'AFTER');
-#include <stdio.h>
-int main(void)
-{
-    unsigned char buffer[100];
-BEFORE
-    fwrite(buffer, 1, length, stdout);
-}
-AFTER
+program('cpp', qq(#include <cstdio>\nint main()\n{\nconst std::string document = "$document";\n),
+    "std::fwrite(bytes.data(), 1, bytes.size(), stdout);\n}\n");
+program('c', "#include <stdio.h>\nint main(void)\n{\nunsigned char buffer[100];\n",
+    "fwrite(buffer, 1, length, stdout);\n}\n");
 open my $perl, '>', "$work/perl" or die;
 print $perl qq{my \$document = "$document";\n$snippet{perl}print \$bytes;\n};
 close $perl or die;

@@ -6,28 +6,23 @@
 #include <fstream>
 #include <iostream>
 #include <iterator>
-#include <map>
+#include <set>
+
+namespace fs = std::filesystem;
 
 int main(int argc, char** argv)
 {
-    if (argc != 2) {
-        std::cerr << "usage: " << argv[0] << " DIRECTORY\n";
-        return 2;
-    }
-    std::map<std::filesystem::path, std::string> inputs;
-    for (const auto& entry : std::filesystem::directory_iterator(argv[1])) {
-        std::ifstream file(entry.path(), std::ios::binary);
-        inputs[entry.path().filename()].assign(std::istreambuf_iterator<char>(file), {});
-        if (!file) {
-            std::cerr << "cannot read " << entry.path() << '\n';
-            return 1;
-        }
-    }
+    const std::set<fs::path> inputs(fs::directory_iterator(fs::absolute(argv[1])),
+                                    fs::directory_iterator());
     LLVMFuzzerInitialize(&argc, &argv);
-    for (const auto& [name, text] : inputs) {
-        std::cout << name << std::endl;  // the last one is at fault where the program ends
+    for (const fs::path& input : inputs) {
+        std::cout << input.filename()
+                  << std::endl;  // the last one is at fault where the program ends
+        std::ifstream file(input, std::ios::binary);
+        const std::string text(std::istreambuf_iterator<char>(file), {});
         LLVMFuzzerTestOneInput(reinterpret_cast<const std::uint8_t*>(text.data()), text.size());
+        if (file.bad())
+            return 1;
     }
-    std::cout << inputs.size() << " inputs\n";
     return inputs.empty() ? 1 : 0;
 }

@@ -10,18 +10,7 @@
 
 #include <libxml/xmlerror.h>
 
-namespace {
-
-void ignoreReport(void*, const char*, ...) {}
-
-constexpr short profileStatuses[] = {
-    RUVO_FILE_NOT_OPENED,     RUVO_SETTINGS_MISSING,     RUVO_SETTINGS_INVALID,
-    RUVO_DEVICE_INFO_MISSING, RUVO_DEVICE_INFO_INVALID,  RUVO_TABLE_MISSING,
-    RUVO_ICS_MISSING,         RUVO_UNICODE_DATA_MISSING, RUVO_TABLE_INVALID,
-    RUVO_ICS_INVALID,
-};
-
-}  // namespace
+static void ignoreReport(void*, const char*, ...) {}
 
 extern "C" int LLVMFuzzerInitialize(int* argc, char*** argv)
 {
@@ -45,8 +34,7 @@ void writeFile(const std::string& name, std::string_view text)
 
 std::uint8_t InputReader::byte()
 {
-    const std::string one = bytes(1);
-    return one.empty() ? std::uint8_t{0} : static_cast<std::uint8_t>(one[0]);
+    return static_cast<std::uint8_t>(*bytes(1).c_str());
 }
 
 std::uint32_t InputReader::number()
@@ -75,7 +63,9 @@ void checkProfile(const std::u32string& text, std::size_t blockSize)
 {
     const ConverterHandle first;
     if (first < 0) {
-        EXPECT_TRUE(std::ranges::count(profileStatuses, first)) << "status " << first;
+        EXPECT_TRUE(first == RUVO_FILE_NOT_OPENED ||
+                    (first <= RUVO_SETTINGS_MISSING && first >= RUVO_ICS_INVALID))
+            << "status " << first;
         return;
     }
     const ConverterHandle second;

@@ -10,45 +10,42 @@ constexpr std::string_view digits = "0123456789ABCDEF";
 int digitValue(char c)
 {
     const std::size_t value = digits.find(c);
-    if (value == std::string_view::npos) {
+    if (value == std::string_view::npos)
         throw std::invalid_argument("no upper-case hexadecimal digit: " + std::string(1, c));
-    }
     return static_cast<int>(value);
-}
-
-// The part around a difference: a marquee of 65535 bytes is not printed whole.
-std::string shown(std::string_view bytes, std::size_t difference)
-{
-    constexpr std::size_t around = 32;
-    const std::size_t first = difference > around ? difference - around : 0;
-    const std::string_view part = bytes.substr(std::min(first, bytes.size()), 2 * around);
-    return std::to_string(bytes.size()) + " bytes, from " + std::to_string(first) + ": " +
-           toHex(part);
 }
 
 }  // namespace
 
+std::string repeated(std::string_view text, std::size_t count)
+{
+    std::string result;
+    result.reserve(text.size() * count);
+    for (std::size_t i = 0; i < count; ++i)
+        result += text;
+    return result;
+}
+
 std::string fromHex(std::string_view hex)
 {
     std::string bytes;
-    for (std::size_t i = 0; i < hex.size();) {
-        if (hex[i] == ' ') {
-            ++i;
-        } else if (hex[i] == '{') {
-            const std::size_t star = hex.find('*', i);
-            const std::size_t end = hex.find('}', i);
-            if (star == std::string_view::npos || end == std::string_view::npos || star > end) {
+    while (!hex.empty()) {
+        std::size_t size = 1;
+        if (hex[0] == '{') {
+            size = hex.find('}') + 1;
+            const std::string_view inside = hex.substr(1, size - 2);
+            const std::size_t star = inside.find('*');
+            if (size == 0 || star == std::string_view::npos)
                 throw std::invalid_argument("not of the form {41*300}");
-            }
-            const std::string byte = fromHex(hex.substr(i + 1, star - i - 1));
-            bytes.append(std::stoul(std::string(hex.substr(star + 1, end - star - 1))), byte.at(0));
-            i = end + 1;
-        } else if (i + 1 < hex.size()) {
-            bytes.push_back(static_cast<char>(digitValue(hex[i]) * 16 + digitValue(hex[i + 1])));
-            i += 2;
-        } else {
-            throw std::invalid_argument("odd number of digits");
+            bytes += repeated(fromHex(inside.substr(0, star)),
+                              std::stoul(std::string(inside.substr(star + 1))));
+        } else if (hex[0] != ' ') {
+            size = 2;
+            if (hex.size() < size)
+                throw std::invalid_argument("odd number of digits");
+            bytes += static_cast<char>(digitValue(hex[0]) * 16 + digitValue(hex[1]));
         }
+        hex.remove_prefix(size);
     }
     return bytes;
 }
@@ -58,9 +55,8 @@ std::string toHex(std::string_view bytes)
     std::string hex;
     for (const char c : bytes) {
         const auto byte = static_cast<unsigned char>(c);
-        if (!hex.empty()) {
+        if (!hex.empty())
             hex += ' ';
-        }
         hex += digits[byte >> 4];
         hex += digits[byte & 0x0F];
     }
@@ -69,13 +65,19 @@ std::string toHex(std::string_view bytes)
 
 testing::AssertionResult sameBytes(std::string_view expected, std::string_view actual)
 {
-    if (expected == actual) {
+    if (expected == actual)
         return testing::AssertionSuccess();
-    }
-    const auto difference = static_cast<std::size_t>(
+    // The part around the difference: a marquee of 65535 bytes is not printed whole.
+    constexpr std::ptrdiff_t around = 32;
+    const auto difference =
         std::mismatch(expected.begin(), expected.end(), actual.begin(), actual.end()).first -
-        expected.begin());
-    return testing::AssertionFailure()
-           << "first difference at byte " << difference << "\n  expected "
-           << shown(expected, difference) << "\n  actual   " << shown(actual, difference);
+        expected.begin();
+    const auto first = static_cast<std::size_t>(std::max(difference - around, std::ptrdiff_t{0}));
+    testing::AssertionResult failure = testing::AssertionFailure();
+    failure << "first difference at byte " << difference;
+    for (const std::string_view bytes : {expected, actual})
+        failure << (bytes.data() == expected.data() ? "\n  expected " : "\n  actual   ")
+                << bytes.size() << " bytes, from " << first << ": "
+                << toHex(bytes.substr(std::min(first, bytes.size()), 2 * around));
+    return failure;
 }

@@ -2,55 +2,43 @@
 
 #include "Bytes.h"
 
+#include <algorithm>
 #include <fstream>
 #include <set>
 #include <stdexcept>
 
-namespace {
-
-constexpr std::string_view catches = "# catches:";
-
-std::string_view withoutBlanks(std::string_view text)
-{
-    const std::size_t first = text.find_first_not_of(' ');
-    return first == std::string_view::npos ? std::string_view() : text.substr(first);
-}
-
-}  // namespace
-
 std::vector<Case> readCases(const std::string& fileName)
 {
+    constexpr std::string_view catches = "# catches:";
     std::ifstream file(std::string(KESTRIX_CASES_DIR) + "/" + fileName);
     std::vector<Case> cases;
     std::set<std::string> names;
-    bool explained = false;
+    std::string fault;  // for which the case that begins here is there
     int number = 0;
     const auto require = [&](bool condition, const char* message) {
-        if (!condition) {
+        if (!condition)
             throw std::runtime_error(fileName + ":" + std::to_string(number) + ": " + message);
-        }
     };
 
     for (std::string line; std::getline(file, line);) {
         ++number;
-        if (line.starts_with(catches)) {
-            explained = true;
-        }
-        if (line.empty() || line.front() == '#') {
+        if (line.starts_with(catches))
+            fault = line.substr(catches.size());
+        if (line.empty() || line.front() == '#')
             continue;
-        }
         const std::size_t blank = line.find(' ');
         const std::string keyword = line.substr(0, blank);
-        const std::string value(blank == std::string::npos
-                                    ? std::string_view()
-                                    : withoutBlanks(std::string_view(line).substr(blank)));
-        if (keyword == "case") {
-            require(explained, "no \"# catches:\" line in front of the case");
-            require(!value.empty() && names.insert(value).second, "no name, or one used before");
-            cases.push_back({number, value, {}});
-            explained = false;
-        } else {
-            require(!cases.empty() && !explained, "a line that belongs to no case");
+        const std::size_t first = line.find_first_not_of(' ', blank);
+        const std::string value = first == std::string::npos ? "" : line.substr(first);
+        if (keyword == "case" || !fault.empty()) {
+            const std::string& name = keyword == "case" ? value : fault;
+            require(!fault.empty(), "no \"# catches:\" line before the case");
+            require(!name.empty() && names.insert(name).second, "no name, or one used before");
+            cases.push_back({number, name, {}});
+            fault.clear();
+        }
+        if (keyword != "case") {
+            require(!cases.empty(), "a line that belongs to no case");
             cases.back().lines.push_back({number, keyword, value});
         }
     }
@@ -62,24 +50,20 @@ std::string expandText(std::string_view text)
 {
     std::string expanded;
     while (!text.empty()) {
-        if (text.front() != '{') {
-            expanded += text.front();
-            text.remove_prefix(1);
-            continue;
-        }
+        const std::size_t brace = std::min(text.find('{'), text.size());
+        expanded += text.substr(0, brace);
+        text.remove_prefix(brace);
+        if (text.empty())
+            break;
         const std::size_t end = text.find('}');
-        if (end == std::string_view::npos || end == 1) {
+        if (end == std::string_view::npos || end == 1)
             throw std::invalid_argument("not of the form {E4 00} or {A*300}");
-        }
         const std::string_view inside = text.substr(1, end - 1);
-        if (const std::size_t star = inside.rfind('*'); star != std::string_view::npos) {
-            const auto count = std::stoul(std::string(inside.substr(star + 1)));
-            for (unsigned long i = 0; i < count; ++i) {
-                expanded += inside.substr(0, star);
-            }
-        } else {
-            expanded += fromHex(inside);
-        }
+        const std::size_t star = inside.rfind('*');
+        expanded += star == std::string_view::npos
+                        ? fromHex(inside)
+                        : repeated(inside.substr(0, star),
+                                   std::stoul(std::string(inside.substr(star + 1))));
         text.remove_prefix(end + 1);
     }
     return expanded;

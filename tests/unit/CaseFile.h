@@ -1,12 +1,11 @@
 // Reader of the files in tests/cases: rows of a test that need no C++ to read.
 //
 //     # catches: the fault that the row is there for
-//     case      name, used once
+//     case      name, used once; where there is none, the fault is the name
 //     document  <clear/>         one keyword and its value a line
 //     out       0C
 //
-// A line that begins with "#" is a comment, but the one that begins with "# catches:" must stand in
-// front of every case.
+// A line that begins with "#" is a comment, but the one that begins with "# catches:" begins a case.
 #ifndef KESTRIX_TESTS_CASE_FILE_H
 #define KESTRIX_TESTS_CASE_FILE_H
 
@@ -21,7 +20,7 @@ struct CaseLine {
 };
 
 struct Case {
-    int number;  // of its "case" line
+    int number;  // of its first line
     std::string name;
     std::vector<CaseLine> lines;
 };

@@ -1,274 +1,266 @@
-// The element parsers and their shared helpers, called with attributes and without a converter.
+// What programs use of the parsers directly: constants, maps, and helpers that work on text. And
+// the way back, from an element's bytes to its attributes.
 
 #include "Bytes.h"
+#include "CaseFile.h"
+#include "ProfileFixture.h"
 #include "engine/KestrixDispEngine.h"
+#include "tags/CursorTagParser.h"
+#include "tags/WindowTagParser.h"
+#include "program/stream/CommandStream.h"
 
+#include <algorithm>
 #include <cstring>
+#include <random>
 #include <string>
-#include <utility>
 #include <vector>
 
 namespace {
 
-struct Attribute {
-    const char* name;
-    const char* value;  // null: present without a value
-};
+// catches: a constant that nothing here sends, or that two places have wrong alike
+TEST(Tags, ConstantsOfPrograms)
+{
+    using Tag = TagParser;
+    EXPECT_EQ("08 09 0A 0B 0C 0D 18 1A 1B 1F",
+              toHex(std::string{Tag::BS, Tag::HT, Tag::LF, Tag::HOM, Tag::CLR, Tag::CR, Tag::CAN,
+                                Tag::SUB, Tag::ESC, Tag::US}));
+    EXPECT_EQ("1 0 true false none overwrite 4",
+              std::string(Tag::BOOL_1) + " " + Tag::BOOL_0 + " " + Tag::BOOL_TRUE + " " +
+                  Tag::BOOL_FALSE + " " + CursorTagParser::NONE + " " + WindowTagParser::OVERWRITE +
+                  " " + std::to_string(Tag::ESCAPE_BLOCK_LEN));
+}
 
-struct Row {
-    const char* element;
-    std::vector<Attribute> attributes;
-    const char* bytes;  // hex
-};
-
-// The attributes of a row, as an engine would hand them over.
-class Attributes {
-public:
-    explicit Attributes(const std::vector<Attribute>& attributes)
-    {
-        values_.reserve(attributes.size());
-        for (const Attribute& attribute : attributes) {
-            unsigned char* value = nullptr;
-            if (attribute.value != nullptr) {
-                values_.emplace_back(attribute.value);
-                value = reinterpret_cast<unsigned char*>(values_.back().data());
-            }
-            map[attribute.name] = value;
-        }
+// catches: a name or code of the maps wrong, or one that a program has changed kept
+TEST(Tags, EveryEngineSetsStylesAndColorsAgain)
+{
+    const KestrixDispEngine first;
+    TagParser::styleMap["thin"] = 9;
+    TagParser::colorMap.clear();
+    const KestrixDispEngine second;
+    std::string found;
+    for (const auto& map : {TagParser::styleMap, TagParser::colorMap}) {
+        for (const auto& [name, code] : map)
+            found += name + ("=" + std::to_string(code) + " ");
     }
-
-    AttributeMap map;
-
-private:
-    std::vector<std::string> values_;
-};
-
-std::string bytesOf(const OutputVector& out)
-{
-    return std::string(out.begin(), out.end());
+    EXPECT_EQ("medium=2 medium_double=5 thick=3 thick_double=6 thin=1 thin_double=4 "
+              "color_1=49 color_2=50 color_3=51 color_4=52 none=48 ",
+              found);
 }
 
-class TagRows : public testing::Test {
-protected:
-    void SetUp() override { KestrixDispEngine::ucHandle = 0; }
-
-    void check(const std::vector<Row>& rows)
-    {
-        for (const Row& row : rows) {
-            std::string trace = std::string("<") + row.element;
-            for (const Attribute& attribute : row.attributes) {
-                trace += std::string(" ") + attribute.name + "=" +
-                         (attribute.value == nullptr ? "null" : attribute.value);
-            }
-            SCOPED_TRACE(trace + ">");
-            Attributes attributes(row.attributes);
-            const std::size_t count = attributes.map.size();
-            AttributeMap state;
-            unsigned char language[KestrixDispEngine::LANG_BUF_LEN] = "en";
-            state[TagParser::ATTR_LANG] = language;
-            OutputVector out = {0xEE};  // what stands there already must stay
-            engine_.funcMapBegin.at(row.element)->parse(nullptr, attributes.map, state, out);
-            EXPECT_TRUE(sameBytes(fromHex(std::string("EE ") + row.bytes), bytesOf(out)));
-            EXPECT_EQ(count, attributes.map.size()) << "a lookup has entered a key";
-        }
-    }
-
-    KestrixDispEngine engine_;
-};
-
-TEST_F(TagRows, FixedCommandsWhateverTheAttributes)
+// catches: names looked up by pointer or without their case, bytes from 80 on ordered as negative
+TEST(Tags, NamesAreComparedByContent)
 {
-    check({{"ovix-display", {{"x", "1"}}, ""},
-           {"reset", {}, "1B 40"},
-           {"reset", {{"value", "20"}, {"CONTENT", "41"}}, "1B 40"},
-           {"clear", {{"x", nullptr}}, "0C"},
-           {"clock", {{"lang", "ja"}}, "1F 55"}});
-}
-
-TEST_F(TagRows, BlinkCountsStepsOfFifty)
-{
-    check({{"blink", {}, ""},
-           {"blink", {{"interval", nullptr}}, "1F 45 00"},
-           {"blink", {{"interval", "0"}}, "1F 45 00"},
-           {"blink", {{"interval", "1"}}, "1F 45 01"},
-           {"blink", {{"interval", "50"}}, "1F 45 01"},
-           {"blink", {{"interval", "51"}}, "1F 45 02"},
-           {"blink", {{"interval", "500"}}, "1F 45 0A"},
-           {"blink", {{"interval", "12750"}}, "1F 45 FF"},
-           {"blink", {{"interval", "12751"}}, "1F 45 00"},
-           {"blink", {{"interval", "-1"}}, "1F 45 01"},
-           {"blink", {{"interval", "-50"}}, "1F 45 FF"},
-           {"blink", {{"interval", "-75"}}, "1F 45 00"},
-           // 42949672 and -42949672 whole steps, and one for the remainder
-           {"blink", {{"interval", "2147483647"}}, "1F 45 29"},
-           {"blink", {{"interval", "-2147483648"}}, "1F 45 D9"},
-           // saturated at 32 bits; its low 32 bits alone are 50: 01; unsaturated 53
-           {"blink", {{"interval", "4294967346"}}, "1F 45 29"},
-           {"blink", {{"interval", "99999999999999999999"}}, "1F 45 29"},
-           {"blink", {{"interval", "-99999999999999999999"}}, "1F 45 D9"}});
-}
-
-TEST_F(TagRows, BrightnessKnowsFourValues)
-{
-    check({{"brightness", {}, ""},
-           {"brightness", {{"value", nullptr}}, ""},
-           {"brightness", {{"value", "20abc"}}, "1F 58 01"},
-           {"brightness", {{"value", "40"}}, "1F 58 02"},
-           {"brightness", {{"value", " \n\t+60"}}, "1F 58 03"},
-           {"brightness", {{"value", "100"}}, "1F 58 04"},
-           {"brightness", {{"value", "0"}}, ""},
-           {"brightness", {{"value", "80"}}, ""},
-           {"brightness", {{"value", "-20"}}, ""},
-           {"brightness", {{"value", "0x14"}}, ""},
-           {"brightness", {{"value", "276"}}, ""},           // low byte 20
-           {"brightness", {{"value", "4294967316"}}, ""}});  // low 32 bits 20
-}
-
-TEST_F(TagRows, CommandTakesTheFirstRunOfPairs)
-{
-    check({{"command", {}, ""},
-           {"command", {{"CONTENT", nullptr}}, ""},
-           {"command", {{"CONTENT", " \t\r\n"}}, ""},
-           {"command", {{"CONTENT", "1b40"}}, "1B 40"},
-           {"command", {{"CONTENT", "\n\v\f 1B40 \r\n"}}, "1B 40"},
-           {"command", {{"CONTENT", "1B 40"}}, "1B"},
-           {"command", {{"CONTENT", "1B4G0C"}}, "1B"},
-           {"command", {{"CONTENT", "1BG40C"}}, "1B"},
-           {"command", {{"CONTENT", "1B4"}}, "1B"},
-           {"command", {{"CONTENT", "1"}}, ""},
-           {"command", {{"CONTENT", "00fFaA09"}}, "00 FF AA 09"},
-           {"command", {{"CONTENT", "1B/:@`gG"}}, "1B"}});  // beside the digits
-}
-
-TEST_F(TagRows, CommandLeavesTheContentAsItWas)
-{
-    Attributes attributes(std::vector<Attribute>{{"CONTENT", "  1b40"}});
-    AttributeMap state;
-    OutputVector out;
-    engine_.funcMapBegin.at("command")->parse(nullptr, attributes.map, state, out);
-    EXPECT_STREQ("  1b40", reinterpret_cast<const char*>(attributes.map.at("CONTENT")));
-}
-
-TEST_F(TagRows, WindowForms)
-{
-    const auto geometry = [](std::vector<Attribute> more) {
-        std::vector<Attribute> all = {{"x", "1"}, {"y", "2"}, {"width", "20"}, {"height", "3"}};
-        all.insert(all.end(), more.begin(), more.end());
-        return all;
-    };
-    check({// by "destroy" and geometry
-           {"window", {{"number", "2"}}, "1A 43 02"},
-           {"window", {{"number", "2"}, {"destroy", "true"}}, "1B 57 02 30"},
-           {"window", geometry({{"number", "1"}}), "1A 57 01 01 02 14 03 01"},
-           {"window", geometry({{"number", "2"}, {"destroy", "true"}}), ""},
-           // what counts as yes
-           {"window", {{"number", "2"}, {"destroy", "1"}}, "1B 57 02 30"},
-           {"window", {{"number", "2"}, {"destroy", "false"}}, "1A 43 02"},
-           {"window", {{"number", "2"}, {"destroy", "TRUE"}}, "1A 43 02"},
-           {"window", {{"number", "2"}, {"destroy", "1 "}}, "1A 43 02"},
-           {"window", {{"number", "2"}, {"destroy", nullptr}}, "1A 43 02"},
-           // geometry is all four or none
-           {"window", {{"number", "3"}, {"x", "1"}, {"y", "1"}}, "1A 43 03"},
-           {"window", {{"number", "3"}, {"y", "1"}, {"width", "1"}, {"height", "1"}}, "1A 43 03"},
-           {"window", {{"number", "3"}, {"x", "1"}, {"width", "1"}, {"height", "1"}}, "1A 43 03"},
-           {"window", {{"number", "3"}, {"x", "1"}, {"y", "1"}, {"height", "1"}}, "1A 43 03"},
-           {"window", {{"number", "3"}, {"x", "1"}, {"y", "1"}, {"width", "1"}}, "1A 43 03"},
-           {"window",
-            {{"number", "3"}, {"x", nullptr}, {"y", ""}, {"width", "-1"}, {"height", "257"}},
-            "1A 57 03 00 00 FF 01 01"},
-           // no number, no window
-           {"window", geometry({}), ""},
-           {"window", geometry({{"number", "0"}}), ""},
-           {"window", geometry({{"number", "256"}}), ""},
-           {"window", {{"number", nullptr}, {"destroy", "1"}}, ""},
-           {"window", {{"number", "257"}}, "1A 43 01"},
-           // scroll modes, "reset"
-           {"window", geometry({{"number", "1"}, {"scrollmode", "v_scroll"}}),
-            "1A 57 01 01 02 14 03 02"},
-           {"window", geometry({{"number", "1"}, {"scrollmode", "h_scroll"}}),
-            "1A 57 01 01 02 14 03 03"},
-           {"window", geometry({{"number", "1"}, {"scrollmode", "overwrite"}}),
-            "1A 57 01 01 02 14 03 01"},
-           {"window", geometry({{"number", "1"}, {"scrollmode", "V_SCROLL"}}),
-            "1A 57 01 01 02 14 03 01"},
-           {"window", geometry({{"number", "1"}, {"scrollmode", nullptr}, {"reset", "true"}}),
-            "1A 57 01 01 02 14 03 01"}});
-}
-
-TEST_F(TagRows, CursorForms)
-{
-    check({{"cursor", {}, ""},
-           {"cursor", {{"x", "1"}, {"y", "2"}}, "1F 24 01 02"},
-           {"cursor", {{"x", "1"}, {"y", "2"}, {"moveto", "top_left"}}, ""},
-           {"cursor",
-            {{"x", "1"}, {"y", "2"}, {"moveto", "top_left"}, {"type", "underline"}},
-            "1F 43 01"},
-           {"cursor", {{"x", "5"}, {"moveto", "top_right"}}, "1A 6D 02"},
-           {"cursor", {{"y", "5"}, {"moveto", "bottom_left"}}, "1A 6D 03"},
-           {"cursor", {{"x", "5"}}, ""},
-           {"cursor", {{"y", "5"}}, ""},
-           {"cursor", {{"moveto", "top_left"}}, "1A 6D 01"},
-           {"cursor", {{"moveto", "bottom_right"}}, "1A 6D 04"},
-           {"cursor", {{"moveto", "Top_Left"}}, ""},
-           {"cursor", {{"moveto", nullptr}, {"type", nullptr}}, "1F 43 00"},
-           {"cursor", {{"moveto", "middle"}, {"type", "underline"}}, "1F 43 01"},
-           {"cursor", {{"type", "none"}}, "1F 43 00"},
-           {"cursor", {{"type", "Underline"}}, "1F 43 00"},
-           {"cursor", {{"x", "300"}, {"y", "-2"}, {"type", "underline"}}, "1F 24 2C FE 1F 43 01"},
-           {"cursor", {{"x", nullptr}, {"y", "40px"}}, "1F 24 00 28"},
-           {"cursor", {{"x", "4294967297"}, {"y", "-4294967297"}}, "1F 24 FF 00"}});
-}
-
-// The converter has no handle 0: it rejects every text.
-TEST_F(TagRows, TextAndMarqueeWithoutAConverter)
-{
-    check({{"text", {}, "1F 72 00"},
-           {"text", {{"x", "0"}, {"y", "0"}}, "1F 24 00 00 1F 72 00"},
-           {"text", {{"x", "9"}, {"reverse", "true"}}, "1F 72 01"},
-           {"text", {{"y", "9"}, {"reverse", "1"}}, "1F 72 01"},
-           {"text", {{"reverse", "yes"}}, "1F 72 00"},
-           {"text", {{"reverse", "TRUE"}, {"CONTENT", "abc"}}, "1F 72 00"},
-           {"text", {{"reverse", nullptr}, {"CONTENT", nullptr}}, "1F 72 00"},
-           {"text",
-            {{"lang", "JA"}, {"x", "300"}, {"y", "2"}},
-            "1B 74 00 1B 52 08 1F 24 2C 02 1F 72 00"},
-           {"marquee", {{"uwait", "1"}, {"rwait", "1"}, {"CONTENT", "A"}}, ""},
-           {"marquee",
-            {{"lang", "ja"}, {"uwait", "1"}, {"rwait", "1"}, {"CONTENT", "A"}},
-            "1B 74 00 1B 52 08"},
-           {"marquee", {{"lang", "ja"}, {"uwait", "1"}, {"CONTENT", "A"}}, ""},
-           {"marquee", {{"lang", "ja"}, {"rwait", "1"}, {"CONTENT", "A"}}, ""},
-           {"marquee", {{"lang", "ja"}, {"uwait", "1"}, {"rwait", "1"}, {"CONTENT", ""}}, ""},
-           {"marquee", {{"lang", "ja"}, {"uwait", "1"}, {"rwait", "1"}}, ""}});
-}
-
-TEST(TagHelpers, HasAttrComparesByContent)
-{
-    Attributes attributes(std::vector<Attribute>{{"x", nullptr}, {"yy", "1"}});
-    const std::string name = "x";
-    EXPECT_TRUE(TagParser::hasAttr(name.c_str(), attributes.map));
-    EXPECT_FALSE(TagParser::hasAttr("y", attributes.map));
-    EXPECT_FALSE(TagParser::hasAttr("X", attributes.map));
-    EXPECT_EQ(2u, attributes.map.size());
-}
-
-TEST(TagHelpers, NamesOrderByUnsignedBytesAndPrefixesFirst)
-{
-    EXPECT_TRUE(compare()("a", "ab"));
-    EXPECT_TRUE(compare()("z", "\xC3"));
+    EXPECT_TRUE(TagParser::hasAttr(std::string("x").c_str(), {{"x", nullptr}}));
+    EXPECT_FALSE(TagParser::hasAttr("X", {{"x", nullptr}}));
+    std::vector<const char*> names = {"\xC3", "ab", "z", "", "a"};
+    std::ranges::sort(names, compare());
+    EXPECT_EQ((std::vector<const char*>{"", "a", "ab", "z", "\xC3"}), names);
     EXPECT_FALSE(compare()("a", std::string("a").c_str()));
 }
 
-TEST(TagHelpers, EveryEngineSetsStylesAndColorsAgain)
+using Helper = int (*)(unsigned char*, int);
+
+template <int (*helper)(char*, int)>
+int ofChars(unsigned char* text, int length)
 {
-    KestrixDispEngine first;
-    TagParser::styleMap["thin"] = 9;
-    TagParser::colorMap.erase("none");
-    KestrixDispEngine second;
-    EXPECT_EQ(1, TagParser::styleMap.at("thin"));
-    EXPECT_EQ(0x30, TagParser::colorMap.at("none"));
-    EXPECT_EQ(6u, TagParser::styleMap.size());
-    EXPECT_EQ(5u, TagParser::colorMap.size());
+    return helper(reinterpret_cast<char*>(text), length);
+}
+
+int stringToHex(unsigned char* text, int length)
+{
+    return TagParser::stringToHex(text, reinterpret_cast<const char*>(text), length);
+}
+
+struct Texts {
+    Helper helper;
+    std::vector<std::string> rows;
+};
+
+// Rows of "before=>after", for expandText.
+std::pair<std::string, std::string> beforeAndAfter(const std::string& row)
+{
+    const std::size_t arrow = row.find("=>");
+    return {expandText(row.substr(0, arrow)), expandText(row.substr(arrow + 2))};
+}
+
+// Behind the text stands what would go on with an escape or a pair that is cut short.
+// catches: a run, a pair or an escape that ends too early or too late, anything else changed
+TEST(Tags, HelpersThatChangeTextInPlace)
+{
+    constexpr Helper escape = TagParser::escToHex;
+    constexpr Helper escapeSjis = TagParser::escToHexSjis;
+    const std::vector<Texts> helpers = {
+        {ofChars<TagParser::trimSpace>,
+         {" 1b 40=>1b", "{09 0A 0B 0C 0D}ab{09}cd=>ab", "{08 0E A0 20}=>{08 0E A0}",
+          " ab{00}cd=>ab", " {0A} =>"}},
+        {ofChars<TagParser::removeSpace>, {" a {09}b c =>abc", " ab{00} c=>ab", " {0A} =>"}},
+        {stringToHex,
+         {"1B40=>{1B 40}", "1b4G=>{1B}", "zz1b=>", "1z1b=>", "1b4=>{1B}", "1=>", "=>"}},
+        {escape,
+         {R"(a\x41b\\\\x41=>aAb\\x41)", R"(\q\X41\xZZ\x4Z\x\x41\x4=>qX41xZZx4ZxAx4)",
+          R"(\x00\xfF\x/f\x:0\x`0\xg0\x@0\xG0=>{00 FF}x/fx:0x`0xg0x@0xG0)", R"({83}\Aa\=>{83}Aa)",
+          R"(\\=>\)", R"(\=>\)", R"(\x41=>A)"}},
+        // Pairs and no pairs; the edges of the lead bytes, told by whether the backslash is a trail
+        // byte; and of the trail bytes, by whether the lead byte stays.
+        {escapeSjis,
+         {R"({83}\A{83}\\x41\x41=>{83}\A{83}\AA)", R"({A1}\\=>{A1}\)", "{83} A{83}=> A",
+          "{83}=>{83}", R"({81}\{9F}\{E0}\{FC}\=>{81}\{9F}\{E0}\{FC}\)",
+          R"({80}\{A0}\{DF}\{FD}\=>{80 A0 DF FD})", "{8140 817E 8180 81FC}=>{8140 817E 8180 81FC}",
+          "{813F 817F 81FD}=>{3F 7F FD}"}}};
+    for (const auto& [helper, rows] : helpers) {
+        for (const std::string& row : rows) {
+            const auto [before, after] = beforeAndAfter(row);
+            for (const char guard : {'1', '\\'}) {
+                std::string bytes = before + guard;
+                auto* const start = reinterpret_cast<unsigned char*>(bytes.data());
+                const int length = helper(start, static_cast<int>(before.size()));
+                EXPECT_EQ(guard, bytes.back()) << row;
+                bytes.resize(static_cast<unsigned>(length));
+                EXPECT_TRUE(sameBytes(after, bytes)) << row;
+            }
+        }
+        unsigned char blanks[] = "  ";
+        EXPECT_EQ(0, helper(nullptr, 4));
+        EXPECT_EQ(0, helper(blanks, 0));
+        EXPECT_EQ(helper == escape || helper == escapeSjis ? -1 : 0, helper(blanks, -1));
+        EXPECT_STREQ("  ", reinterpret_cast<char*>(blanks));
+    }
+    unsigned char byte = 0;
+    EXPECT_EQ(0, TagParser::stringToHex(nullptr, "1b", 2));
+    EXPECT_EQ(0, TagParser::stringToHex(&byte, nullptr, 2));
+}
+
+// catches: a byte out of order, one too many, a null pointer followed
+TEST(Tags, LittleEndian)
+{
+    unsigned char bytes[5] = {0xEE, 0xEE, 0xEE, 0xEE, 0xEE};
+    TagParser::littleEndianUShort(bytes, 0x12F4);
+    EXPECT_EQ("F4 12 EE EE EE", toHex(std::string(bytes, bytes + 5)));
+    TagParser::littleEndianUInt(bytes, 0xF2345678);
+    EXPECT_EQ("78 56 34 F2 EE", toHex(std::string(bytes, bytes + 5)));
+    TagParser::littleEndianUShort(nullptr, 1);
+    TagParser::littleEndianUInt(nullptr, 1);
+}
+
+// catches: a switch within one side, a language stored that is none, longer than 31 bytes or uncut
+TEST(Tags, LanguageSwitchesAtTheBorderOnly)
+{
+    for (const char* lang : {"ja", "JA", "jA", "ja-jp", "Ja-Jp", "ja-JP"})
+        EXPECT_TRUE(TagParser::isLangJP(lang)) << lang;
+    for (const char* lang :
+         {"", "j", "jpn", "ja_jp", "ja-jp ", "ja-", "ja-j", " ja", "jap", "j{", "en"})
+        EXPECT_FALSE(TagParser::isLangJP(lang)) << lang;
+    EXPECT_FALSE(TagParser::isLangJP(nullptr));
+
+    // Each step crosses the border if it stores another language.
+    std::vector<unsigned char> language(KestrixDispEngine::LANG_BUF_LEN + 1, 0x7F);
+    std::memcpy(language.data(), "en", 3);
+    const auto* const inForce = reinterpret_cast<const char*>(language.data());
+    AttributeMap state = {{TagParser::ATTR_LANG, language.data()}};
+    AttributeMap none;
+    const auto stored = [](const std::string& lang, AttributeMap& where) {
+        OutputVector out;
+        TagParser::storeLang(reinterpret_cast<const unsigned char*>(lang.c_str()), where, out);
+        return toHex(std::string(out.begin(), out.end()));
+    };
+    for (const char* const row : {"fr=>en", "ja-jp=>ja", "JA=>ja", "en-us=>en-us", "de=>en-us",
+                                  "JA=>ja", "=>", "ja=>ja", "{y*32}=>{y*31}"}) {
+        const auto [lang, expected] = beforeAndAfter(row);
+        const std::string before = inForce;
+        const std::string code = TagParser::isLangJP(lang.c_str()) ? "08" : "00";
+        EXPECT_EQ(before == expected ? "" : "1B 74 00 1B 52 " + code, stored(lang, state)) << lang;
+        EXPECT_EQ(expected, inForce);
+        EXPECT_EQ(0x7F, language.back()) << "wrote behind the buffer";
+    }
+    // Without a language in force there is no place to store one.
+    EXPECT_EQ("", stored("fr", none));
+    EXPECT_EQ("1B 74 00 1B 52 08", stored("ja", none));
+    OutputVector out;
+    TagParser::storeLang(nullptr, state, out);
+    EXPECT_TRUE(out.empty());
+}
+
+// catches: a result cut, written beyond the room, or refused where it fits
+TEST(Tags, Utf8ToShiftJis)
+{
+    // The room, of which there is one byte more. A malformed byte becomes a substitute of two
+    // bytes, so the text grows.
+    for (const auto& [row, count] : {std::pair{"{E3 81 82}=>{82 A0}", 0U},
+                                     {"a{EF BD B1}b=>a{B1}b", 0U},
+                                     {"{FF}=>{FF}", 0U},
+                                     {"{FF}=>{FF}", 2U},
+                                     {"{FF}=>{FC FC}", 3U},
+                                     {"=>", 0U}}) {
+        const auto [before, after] = beforeAndAfter(row);
+        std::string room = before + std::string("\0\x7F\x7F\x7F", 4);
+        EXPECT_EQ(before == after ? 0 : std::ssize(after),
+                  TagParser::utf8tosjis(room.data(), count))
+            << row;
+        EXPECT_EQ('\x7F', room.back()) << "wrote behind the room";
+        EXPECT_EQ(after, room.c_str());
+    }
+    EXPECT_EQ(0, TagParser::utf8tosjis(nullptr, 4));
+}
+
+// The value of an attribute that gives a parameter of that number; empty if none does.
+std::string attributeValue(Parameter parameter, unsigned number)
+{
+    const ParameterValue* const named = findValue(parameter, static_cast<std::uint8_t>(number));
+    if (parameter < Parameter::corner)
+        return std::to_string(parameter == Parameter::blinkSteps ? number * kBlinkStep : number);
+    if (named == nullptr || parameter == Parameter::brightness || parameter == Parameter::reverse)
+        return named == nullptr ? "" : std::to_string(named->number);
+    std::string words(named->words);
+    std::ranges::replace(words, ' ', '_');
+    return words;
+}
+
+using TagsReadBack = ProfileFixture;
+
+// catches: a field in another one's place or of another width, a word that means another thing to
+// the display, a command that its row does not read
+TEST_F(TagsReadBack, TheTableOfCommandsReadsAttributes)
+{
+    smallDisplay().write(".");
+    KestrixDispEngine engine;
+    std::mt19937 random(20240229);
+    for (const auto& [action, first, form] :
+         {std::tuple{Action::position, 0, "<cursor x='#' y='#'/>"},
+          {Action::defineWindow, 0, "<window number='#' x='#' y='#' width='#' height='#'/>"},
+          {Action::selectWindow, 0, "<window number='#'/>"},
+          {Action::destroyWindow, 0, "<window number='#' destroy='1'/>"},
+          {Action::marquee, 1, "<marquee uwait='#' rwait='#' repeat='#'>A</marquee>"},
+          {Action::corner, 0, "<cursor moveto='#'/>"},
+          {Action::cursor, 0, "<cursor type='#'/>"},
+          {Action::reverse, 0, "<text reverse='#'/>"},
+          {Action::brightness, 0, "<brightness value='#'/>"},
+          {Action::blink, 0, "<blink interval='#'/>"}}) {
+        const DisplayCommand& row =
+            *std::ranges::find(kDisplayCommands, action, &DisplayCommand::action);
+        for (int round = 0; round < 20; ++round) {
+            std::string element = form;
+            std::vector<unsigned> numbers;
+            for (std::size_t at; (at = element.find('#')) != std::string::npos;) {
+                const Parameter parameter = row.parameters[first + numbers.size()];
+                const unsigned limit = parameter == Parameter::wait ? 0xFFFF : 0xFF;
+                std::string value;
+                unsigned number = 0;
+                for (; value.empty(); value = attributeValue(parameter, number))
+                    number = static_cast<unsigned>(random()) % limit + 1;
+                element.replace(at, 1, value);
+                numbers.push_back(number);
+            }
+            const std::string bytes = engine.parse(element, "DEVICE", noSetting);
+            StreamReader reader(
+                {reinterpret_cast<const std::uint8_t*>(bytes.data()), bytes.size()});
+            StreamItem item;
+            ASSERT_TRUE(reader.next(item) && item.kind == StreamItem::Kind::command) << element;
+            EXPECT_EQ(action, item.command->action) << element;
+            for (std::size_t i = 0; i < numbers.size(); ++i)
+                EXPECT_EQ(numbers[i], item.parameter(first + i)) << element;
+            EXPECT_FALSE(reader.next(item)) << element;
+        }
+    }
 }
 
 }  // namespace
