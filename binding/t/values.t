@@ -160,7 +160,7 @@ for (
 my $largest = ~0;
 for (
     [0, 0], ['0', 0], [$largest, $largest], ["$largest", $largest], [2**63, 1 << 63], ['1e3', 1000],
-    ['3.0', 3], [Math::BigInt->new("$largest"), $largest],
+    ['3.0', 3], [0.0, 0], ['0.0', 0], [Math::BigInt->new("$largest"), $largest],
     )
 {
     my ($value, $expected) = @$_;

@@ -172,6 +172,8 @@ Marquee: .-</desc>
 <use href="#d0" x="0" y="0" visibility="hidden"><animate attributeName="visibility" values="hidden;visible" keyTimes="0;0.15385" calcMode="discrete" dur="0.26s" repeatCount="indefinite"/></use>
 <animate attributeName="opacity" values="0.55;0" keyTimes="0;0.5" calcMode="discrete" dur="0.2s" repeatCount="indefinite"/>
 END
+printf '\037C\001\037r\001a\037r\0' | "$program" preview --raw --sgr --columns 3 --rows 1 |
+    grep -qF "$(printf '│\033[7ma\033[0m\033[4m \033[0m │')" || fail "reverse and cursor are not shown by control sequences"
 printf '<any><text>a&lt;&amp;]]&gt;</text></any>' | "$program" preview --svg "$work/svg"
 grep -q '<desc id="s">a&lt;&amp;\]\]&gt;</desc>' "$work/svg" || fail "no text in the SVG picture"
 printf '\032a\037$\063\063' | "$program" preview >"$work/out" 2>"$work/err"

@@ -242,6 +242,15 @@ TEST_F(DisplayCommands, LargestDisplayAndMarquee)
     }
 }
 
+// catches: a combining mark drawn over the character before it, so that its line is a column short
+TEST(Drawing, MarksTakeAColumn)
+{
+    Screen screen;
+    screen.size = {2, 1};
+    screen.cells = {{U'a'}, {U'\u0301'}};
+    EXPECT_EQ("a \u0301", lineText(screen, 0));
+}
+
 // catches: characters decoded in the wrong table or set, text lost between commands
 TEST_F(DisplayCommands, ExplanationGivesTheTextOfADocumentBack)
 {
