@@ -23,6 +23,10 @@ status() {
         [ ! -s "$work/out" ] || fail "output in spite of status $expected: $*"
     fi
 }
+# says PATTERN: the last run's messages do.
+says() { grep -q -e "$1" "$work/err" || fail "does not say \"$1\" but: $(cat "$work/err")"; }
+# gives WHAT: compares the expected standard input with the output of the last run.
+gives() { diff - "$work/out" >&2 || fail "$1: the output above, not the expected one (<)"; }
 
 printf '<any><clear/><text>a</text></any>' >"$work/document"
 "$program" render "$work/document" >"$work/stream"
@@ -34,32 +38,38 @@ for command in render explain preview which check; do
     grep -q -- '--device' "$work/out" || fail "no help for $command on the standard output"
 done
 status 0 --version
-status 2
-status 2 unknown
-grep -q '"unknown"' "$work/err" || fail "the unknown command is not named"
-status 2 render
-status 2 which
-status 2 render "$work/document" "$work/document"
-status 2 render "$work/document" --hex --raw
-status 2 render "$work/document" --device
-status 2 explain "$work/stream" --hex --raw
+for arguments in '' render which check 'render - -' 'render - --hex --raw' 'render - --device' 'preview --origin 2' \
+    'explain --hex --raw' 'explain --hex --document' 'explain --raw --document' 'render --hex unknown more' unknown; do
+    # shellcheck disable=SC2086
+    status 2 $arguments
+done
+says 'no command "unknown"'
 for size in 0 256 -1 x ''; do
     status 2 preview "$work/stream" --columns "$size"
     status 2 preview "$work/stream" --rows "$size"
 done
-status 2 preview "$work/stream" --origin 2
-status 2 check
 status 2 check ''
 for device in '' "$(printf 'a\tb')" "$(printf '%0128d' 0)"; do
     status 2 check . --device "$device"
 done
-for time in 24:00 12:60 1:00 12:3 12.30 ab:cd 12:300 :::::; do
+for device in none ' ~' "$(printf '%0127d' 0)"; do
+    "$program" check . --device "$device" | grep -q 'does not open: status -200, the device' || fail "wrong status: $device"
+done
+for time in 24:00 12:60 1:00 12:3 12.30 ab:cd 12:300 1::00 :2:34 12:3: :::::; do
     status 2 preview "$work/stream" --clock "$time"
 done
+for time in 23:59 00:00; do
+    printf '\037U' | "$program" preview --clock "$time" --columns 5 --rows 1 | grep -q "$time" || fail "no $time"
+done
+printf '\037U' | "$program" preview | grep -q '[0-2][0-9]:[0-5][0-9]│' || fail "no local time"
+status 0 preview "$work/stream" --columns 1 --rows 255
+[ "$(wc -l <"$work/out")" -eq 257 ] || fail "not 255 lines"
+status 0 preview "$work/stream" --columns 255 --rows 1
 
 for command in render explain preview; do
     status 1 "$command" "$work/none"
     status 1 "$command" "$work"
+    says 'cannot read .*: Is a directory'
     if "$program" "$command" - <"$work" >"$work/out" 2>&1; then
         fail "no status 1 for a folder on the standard input: $command"
     fi
@@ -68,9 +78,18 @@ for device in none '' "$(printf '%0200d' 0)"; do
     status 1 render "$work/document" --device "$device"
     status 1 which a --device "$device"
     status 0 explain "$work/stream" --device "$device"
-    [ -s "$work/err" ] || fail "no note that only ASCII is decoded"
+    says 'only ASCII is decoded$'
 done
+status 1 render "$work/document" --device none
+says 'device "none" with setting "DEFAULT": status -200, the device information file is missing$'
+cd "$work"
+for command in render which; do
+    status 1 "$command" "$work/document" --setting none
+    says 'status -100, .* is missing in the current folder, as /.*/none.txt names no other$'
+done
+cd "$build/profile"
 status 1 explain --hex "$work/stream"
+says 'line 1 is no hexadecimal text'
 status 1 render "$work/document" -o "$work/none/file"
 status 1 preview "$work/stream" --svg "$work/none/file"
 status 1 preview "$work/stream" --png "$work"
@@ -84,13 +103,99 @@ cmp "$work/stream" "$work/piped" || fail "a pipe gives other bytes"
 for input in "$work/document" "$work/hex"; do
     "$program" explain - <"$input" | cmp - "$work/explained" || fail "explained otherwise: $input"
 done
-printf '0x1B, 0x40\n' | "$program" explain >"$work/out" 2>"$work/err"
-[ -s "$work/err" ] || fail "no note that text is taken for a stream"
-printf '<\033@a' | "$program" explain 2>&1 | grep -q 'reset the display' || fail "a stream taken for a document"
 "$program" explain "$work/stream" 2>&1 | cmp - "$work/explained" || fail "a note on a stream"
-"$program" preview "$work/document" --svg "$work/svg" --png "$work/png"
-grep -q '<desc id="s">a</desc>' "$work/svg" || fail "no text in the SVG picture"
-head -c 4 "$work/png" | grep -q PNG || fail "no PNG picture"
+# Dumps of od, with lines that are left out as the one before.
+{ cat "$work/stream"; printf '%0100d|>' 0; } >"$work/long"
+"$program" explain "$work/long" --raw >"$work/explained"
+for options in '-A o -t x1' '-A d -t x1z' '-A x -t x1'; do
+    # shellcheck disable=SC2086
+    od $options "$work/long" | "$program" explain | cmp - "$work/explained" || fail "od $options is not read"
+done
+
+# taken WHAT INPUT...: what an input is taken for, as the note on it says; "" without a note.
+taken() {
+    what=$1
+    shift
+    for input in "$@"; do
+        # shellcheck disable=SC2059
+        printf "$input" | "$program" explain >"$work/out" 2>"$work/err" || true
+        [ "$(grep -o 'taken for .*;' "$work/err")" = "$what" ] || fail "not \"$what\": $input"
+    done
+}
+taken 'taken for a document;' '\377\376' '\376\377' '\357\273\277<a>' '<\000a' '\000<' ' \t\r\n<?xml\001' \
+    '<?x' '<!a' '<:' '<_' '<A' '<Z' '<a' '<z~ ' '<\200'
+taken 'taken for text;' '<' '<1' '<@a' '<[' '<`' '<{' ' a\t\r\n' '0x1B, 0x40\n'
+taken '' '\001' '<\033@a' '<a\037' '' '1b40' '<a/>'
+
+# A marquee that walks in twice, one that places characters, a blink; the dots of all cells left out.
+{
+    printf '\032M\001d\0\310\0\002\002\0.-' | "$program" preview --raw --columns 1 --rows 1 --svg -
+    printf '\037C\001.\032W\001\001\002\002\001\003\032C\001\032M\002\0\0\310\0\0\003\0.-.\032C\0\037E\002\037X\002' |
+        "$program" preview --raw --columns 2 --svg - | grep '^<path\|^<use\|^<svg x\|^<anim'
+} | sed 's/^<defs><path id="c" d="[^"]*"/<defs><path id="c"/' >"$work/out"
+gives pictures <<'END'
+<svg xmlns="http://www.w3.org/2000/svg" width="112" height="144" viewBox="0 0 28 36" role="img" aria-labelledby="t s">
+<title id="t">Customer display, 1 x 1</title>
+<desc id="s">.
+Marquee: .-</desc>
+<defs>
+<linearGradient id="b" x2="0" y2="1"><stop stop-color="#3a3f44"/><stop offset="1" stop-color="#17191c"/></linearGradient>
+<linearGradient id="g" x2="0" y2="1"><stop stop-color="#061212"/><stop offset="1" stop-color="#020809"/></linearGradient>
+<filter id="f" filterUnits="userSpaceOnUse" x="0" y="0" width="28" height="36" color-interpolation-filters="sRGB"><feGaussianBlur stdDeviation="1.2"/><feComponentTransfer><feFuncA type="linear" slope="0.55"/></feComponentTransfer><feMerge><feMergeNode/><feMergeNode in="SourceGraphic"/></feMerge></filter>
+<path id="d0" d="M3 12h0m1 0h0M3 13h0m1 0h0"/>
+<path id="d1" d="M2 9h0m1 0h0m1 0h0m1 0h0"/>
+</defs>
+<rect x="0" y="0" width="28" height="36" rx="4.5" fill="url(#b)"/>
+<rect x="4" y="4" width="20" height="28" rx="2" fill="url(#g)"/>
+<g transform="translate(.5 .5)" stroke-linecap="round" stroke-width="0.9">
+<defs><path id="c"/><g id="l"><use href="#c" x="0"/></g></defs>
+<g stroke="#0c2021"><use href="#l" x="10" y="10"/></g>
+<g filter="url(#f)" stroke="#6cffe2" opacity="1">
+<svg x="9.5" y="9.5" width="8" height="16"><g transform="translate(.5 .5)">
+<g><animateTransform attributeName="transform" type="translate" values="0;-9;-18" keyTimes="0;0.2;0.4" calcMode="discrete" dur="0.5s" repeatCount="2"/>
+<use href="#d0" x="0" y="0"/>
+<use href="#d1" x="9" y="0"/>
+</g>
+</g></svg>
+</g>
+</g>
+</svg>
+<svg xmlns="http://www.w3.org/2000/svg" width="148" height="220" viewBox="0 0 37 55" role="img" aria-labelledby="t s">
+<path id="d0" d="M3 12h0m1 0h0M3 13h0m1 0h0"/>
+<path id="d1" d="M0 15h0m1 0h0m1 0h0m1 0h0m1 0h0m1 0h0m1 0h0m1 0h0"/>
+<path id="d2" d="M2 9h0m1 0h0m1 0h0m1 0h0"/>
+<use href="#d0" x="10" y="10"/>
+<use href="#d1" x="19" y="10"/>
+<svg x="9.5" y="28.5" width="17" height="16"><g transform="translate(.5 .5)">
+<use href="#d0" x="0" y="0"><animate attributeName="visibility" values="visible;hidden" keyTimes="0;0.15385" calcMode="discrete" dur="0.26s" repeatCount="indefinite"/></use>
+<use href="#d2" x="9" y="0"><animate attributeName="visibility" values="hidden;visible;hidden" keyTimes="0;0.07692;0.15385" calcMode="discrete" dur="0.26s" repeatCount="indefinite"/></use>
+<use href="#d0" x="0" y="0" visibility="hidden"><animate attributeName="visibility" values="hidden;visible" keyTimes="0;0.15385" calcMode="discrete" dur="0.26s" repeatCount="indefinite"/></use>
+<animate attributeName="opacity" values="0.55;0" keyTimes="0;0.5" calcMode="discrete" dur="0.2s" repeatCount="indefinite"/>
+END
+printf '\037C\001\037r\001a\037r\0' | "$program" preview --raw --sgr --columns 3 --rows 1 |
+    grep -qF "$(printf '│\033[7ma\033[0m\033[4m \033[0m │')" || fail "reverse and cursor are not shown by control sequences"
+printf '<any><text>a&lt;&amp;]]&gt;</text></any>' | "$program" preview --svg "$work/svg"
+grep -q '<desc id="s">a&lt;&amp;\]\]&gt;</desc>' "$work/svg" || fail "no text in the SVG picture"
+printf '\032a\037$\063\063' | "$program" preview >"$work/out" 2>"$work/err"
+says 'without effect on this display: 2 commands, the first at offset 0 (hex)'
+printf '%0300d\032' 0 | "$program" preview >"$work/out" 2>"$work/err"
+says ': 1 command, the first at offset 12c '
+
+status 0 which "$(printf 'e\314\201€?中₩b\314\201\314\205\314\205\n\302\255\377')"
+gives which <<'END'
+U+0065 + U+0301  é  LATIN SMALL LETTER E + COMBINING ACUTE ACCENT: composed to U+00E9 LATIN SMALL LETTER E WITH ACUTE, 82 in table 0 (code page 437)
+U+20AC  €  EURO SIGN: 80 in table 16 (code page 1252)
+U+003F  ?  QUESTION MARK: 3F in table 16 (code page 1252)
+U+4E2D  中  CJK UNIFIED IDEOGRAPH-4E2D: missing character, 3F in table 16 (code page 1252)
+U+20A9  ₩  WON SIGN: 5C in set 13 (korea.txt)
+U+0062  b  LATIN SMALL LETTER B: 62 in table 16 (code page 1252)
+U+0301  ◌́  COMBINING ACUTE ACCENT: spacing form U+00B4 ACUTE ACCENT, B4 in table 16 (code page 1252)
+U+0305  ◌̅  COMBINING OVERLINE: spacing form U+203E OVERLINE, 7E in set 8 (japan.txt)
+U+0305  ◌̅  COMBINING OVERLINE: spacing form U+203E OVERLINE, 7E in set 8 (japan.txt)
+U+000A  �  <control-000A>: missing character, 3F in table 16 (code page 1252)
+U+00AD  ­  SOFT HYPHEN: AD in table 16 (code page 1252)
+no UTF-8    malformed text: missing character, 3F in table 16 (code page 1252)
+END
 
 # A damaged document: what the library makes of it, where it is damaged, and status 1. A namespace
 # without declaration is no damage.
@@ -100,26 +205,28 @@ for command in render explain preview; do
         fail "status 0 for a damaged document: $command"
     fi
     [ -s "$work/out" ] || fail "nothing of a damaged document: $command"
-    grep -q 'line 3: Opening and ending tag mismatch' "$work/err" || fail "no line: $command"
+    says '^kestrix-disp: line 3: Opening and ending tag mismatch.*wrong$'
+    says 'ends early: it is not well-formed'
 done
 # So does one that ends at a limit of the library, without a word from the XML reader.
+limit() { "$program" render - >"$work/out" 2>"$work/err" && fail "status 0 beyond a limit"; says "$1"; }
 { printf '<!DOCTYPE a ['; printf '<!ATTLIST text a%d CDATA "1">' $(seq 65); printf ']><a><clear/></a>'; } |
-    "$program" render - >"$work/out" 2>"$work/err" && fail "status 0 for too many attributes"
-grep -q 'more than 64 attributes with default values' "$work/err" || fail "no reason for too many attributes"
-printf '<a><clear/><text x="%01048576d"/></a>' 0 | "$program" render - >"$work/out" 2>"$work/err" &&
-    fail "status 0 for a tag that is too long"
-grep -q 'a tag has more than 1048576 bytes' "$work/err" || fail "no reason for a tag that is too long"
+    limit 'the document type declares more than 64 attributes with default values'
+printf '<a><clear/><text x="%01048576d"/></a>' 0 | limit 'a tag has more than 1048576 bytes'
+printf '<a' | limit 'line 1: .*, or an end tag is missing$'
 printf '<any a:b="c"/>' | "$program" render - 2>"$work/err" || fail "status for a namespace"
 [ -s "$work/err" ] || fail "no message for a namespace"
 
-if "$program" --help >/dev/full 2>"$work/err"; then
-    fail "status 0 for a help that cannot be written"
+if "$program" --help >/dev/full 2>"$work/err" || "$program" render "$work/document" >/dev/full 2>>"$work/err"; then
+    fail "status 0 for an output that cannot be written"
 fi
+[ "$(grep -c 'cannot write the output' "$work/err")" -eq 2 ] || fail "no word on it"
 
 # What check finds is its output. A relative path of the profile starts at the profile where the
 # current folder has no such device.
 status 0 check .
-tail -n 1 "$work/out" | grep -q '^device "default" opens, with 9 tables, ' || fail "wrong verdict"
+tail -n 1 "$work/out" | grep -q '^device "default" opens, with 9 tables, 2 internal character sets and [0-9]* characters$' ||
+    fail "wrong verdict"
 grep -q 'error:\|warning:' "$work/out" && fail "the default profile has faults"
 mkdir "$work/profile"
 cp ./* "$work/profile"
@@ -130,11 +237,16 @@ sed -i 's/^ICSCommandParam=8\r/ICSCommandParam=0\r/' default
 "$program" which ‾ | grep -q '7E in set 0 (japan.txt)$' || fail "the default set is not read"
 printf 'x\r\n' >>"$work/profile/ibm850.txt"
 sed -i 's/EncodeTypeDefault=3/EncodeTypeDefault=4/' "$work/profile/HalvoSet.txt"
+seq -f 'x%g' 303 >>UnicodeData.txt
 cd /
 "$program" check "$work/profile" >"$work/out" && fail "status 0 for a broken profile"
 for line in "HalvoSet.txt:2: error: .* (status -110)" "HalvoSet.txt:4: note: .* is relative" \
-    "ibm850.txt:[0-9]*: error: .* (status -330)"; do
+    "ibm850.txt:[0-9]*: error: .* (status -330)" "UnicodeData.txt:[0-9]*: note: and 3 more warnings up to this line"; do
     grep -q "^$work/profile/$line" "$work/out" || fail "not found by check: $line"
 done
 tail -n 1 "$work/out" | grep -q '^device "default" does not open: status -110' || fail "wrong verdict"
+rm "$work/profile/UnicodeData.txt"
+"$program" check "$work/profile" >"$work/out" && fail "status 0 without UnicodeData.txt"
+grep -q '^/.*HalvoSet.txt:4: error: "/.*/UnicodeData.txt" cannot be opened: .* (status -320)$' "$work/out" ||
+    fail "check does not miss UnicodeData.txt"
 exit "$failed"

@@ -14,52 +14,39 @@
 
 namespace {
 
-class ProfileCheck : public ProfileFixture {
-protected:
-    static std::string said()
-    {
-        std::string text;
-        for (const Finding& finding : checkProfile(".", "DEVICE").findings) {
-            if (finding.kind != Finding::Kind::note || !finding.place.path.ends_with("HalvoSet.txt"))
-                text += compilerLine(finding) + "\n";
-        }
-        return text;
-    }
-};
+using ProfileCheck = ProfileFixture;
+
+std::string said()
+{
+    std::string text;
+    for (const Finding& finding : checkProfile(".", "DEVICE").findings)
+        if (finding.kind != Finding::Kind::note || !finding.place.path.ends_with("HalvoSet.txt"))
+            text += compilerLine(finding) + "\n";
+    return text;
+}
 
 TEST_F(ProfileCheck, Rows)
 {
     for (const Case& row : readCases("profile_check.txt")) {
         ProfileText profile = ProfileText::base();
         std::string name;
-        std::string expected;
-        int checked = 0;  // line of the text that is in the file
-        const auto compare = [&] {
-            if (checked > 0) {
-                EXPECT_EQ(expected, said()) << "profile_check.txt:" << checked;
-            }
-            expected.clear();
-            checked = 0;
-        };
-        for (const CaseLine& line : row.lines) {
-            if (line.keyword == "says") {
-                expected += expandText(line.value) + "\n";
-                continue;
-            }
-            compare();
-            if (line.keyword == "in") {
-                name = line.value;
+        for (auto line = row.lines.begin(); line != row.lines.end(); ++line) {
+            const bool isKey = line->keyword == "key";
+            if (line->keyword == "in") {
+                name = line->value;
                 profile.write();
-            } else if (line.keyword == "text" || line.keyword == "key") {
-                writeFile(name, ProfileText::bytes(line.keyword == "key"
-                                                       ? profile.withKey(name, line.value)
-                                                       : profile.lines(line.value)));
-                checked = line.number;
+            } else if (isKey || line->keyword == "text") {
+                writeFile(name, ProfileText::bytes(isKey ? profile.withKey(name, line->value)
+                                                         : profile.lines(line->value)));
+                const int number = line->number;
+                std::string expected;
+                for (; line + 1 != row.lines.end() && line[1].keyword == "says"; ++line)
+                    expected += expandText(line[1].value) + "\n";
+                EXPECT_EQ(expected, said()) << "profile_check.txt:" << number;
             } else {
-                profile.define(line);
+                profile.define(*line);
             }
         }
-        compare();
     }
 }
 
@@ -73,15 +60,17 @@ TEST_F(ProfileCheck, ForetellsTheOpenOfADamagedProfile)
     std::vector<std::string> pieces;
     for (const auto& [name, lines] : base.files())
         pieces.insert(pieces.end(), lines.begin(), lines.end());
+    const auto bytes = [](const char* text) {
+        return reinterpret_cast<const unsigned char*>(text);
+    };
     int failures = 0;
     constexpr int rounds = 200;
     for (int round = 0; round < rounds; ++round) {
         base.write();
         std::string damage;
         for (std::size_t n = 1 + below(2); n > 0; --n) {
-            const auto file = std::next(base.files().begin(),
-                                        static_cast<std::ptrdiff_t>(below(base.files().size())));
-            ProfileText::Lines lines = file->second;
+            auto [name, lines] = *std::next(
+                base.files().begin(), static_cast<std::ptrdiff_t>(below(base.files().size())));
             for (std::size_t changes = 1 + below(3); changes > 0; --changes) {
                 const auto at =
                     lines.begin() + static_cast<std::ptrdiff_t>(below(lines.size() + 1));
@@ -92,21 +81,18 @@ TEST_F(ProfileCheck, ForetellsTheOpenOfADamagedProfile)
                 else
                     lines.insert(at, pieces[below(pieces.size())]);
             }
-            writeFile(file->first, ProfileText::bytes(lines));
-            damage += file->first + ":\n" + ProfileText::bytes(lines);
+            writeFile(name, ProfileText::bytes(lines));
+            damage += name + ":\n" + ProfileText::bytes(lines);
         }
-        const auto* const device = reinterpret_cast<const unsigned char*>("DEVICE");
-        const auto* const id = reinterpret_cast<const unsigned char*>(noSetting);
-        const short handle = RuvoOpenHandle(device, 6, id, sizeof noSetting - 1);
-        const short status = std::min<short>(handle, 0);
-        if (handle > 0)
-            RuvoCloseHandle(handle);
+        const short handle =
+            RuvoOpenHandle(bytes("DEVICE"), 6, bytes(noSetting), sizeof noSetting - 1);
+        RuvoCloseHandle(handle);
         const CheckedProfile checked = checkProfile(".", "DEVICE");
-        ASSERT_EQ(status, checked.status) << damage;
-        const auto faults =
-            std::ranges::count(checked.findings, Finding::Kind::error, &Finding::kind);
-        ASSERT_EQ(status != 0, faults > 0) << damage;
-        failures += status != 0;
+        ASSERT_EQ(std::min<short>(handle, 0), checked.status) << damage;
+        ASSERT_EQ(
+            handle<0, std::ranges::count(checked.findings, Finding::Kind::error, &Finding::kind)> 0)
+            << damage;
+        failures += handle < 0;
     }
     EXPECT_GT(failures, rounds / 5);
     EXPECT_LT(failures, rounds);

@@ -1,11 +1,7 @@
 # The memory of the process stays as it is, whatever is called how often.
-use strict;
-use warnings;
-
 use FindBin;
 use lib $FindBin::Bin;
 use KestrixTest;
-use Test::More;
 
 {
     open my $maps, '<', '/proc/self/maps' or die "/proc/self/maps: $!\n";
@@ -39,8 +35,8 @@ my @work = (
         my $other = newEngine();
         $other->{$_} = $engine->{$_} for qw(funcMapBegin funcMapEnd ucHandleMap);
     }],
-    ['memory for bytes',      5000, sub { KestrixDispEngine::Bytes->new($large)->bytes }],
-    ['memory for numbers',   20000, sub { KestrixDispEngine::Number->new(1)->value }],
+    ['memory for bytes',      5000, sub { bytes($large)->bytes }],
+    ['memory for numbers',   20000, sub { number(1)->value }],
     ['memory of wrong size', 20000, sub { eval { KestrixDispEngine::Bytes->room(2**62) } }],
 );
 for (@work) {

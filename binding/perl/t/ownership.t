@@ -1,12 +1,8 @@
 # Who destroys engines, parsers and converter handles, and when. Under the address sanitizer this
 # also finds what is destroyed twice or used afterwards.
-use strict;
-use warnings;
-
 use FindBin;
 use lib $FindBin::Bin;
 use KestrixTest;
-use Test::More;
 
 my $other = newEngine();
 my $inner = tied %$other;
@@ -28,9 +24,8 @@ sub is_open { return call('KestrixDispEngine_RuvoGetOutputData', $_[0], undef, u
 {
     my $engine = call('new_KestrixDispEngine');
     my $inner  = tied %$engine;
-    is ref $engine,       $CLASS, 'an object of the class';
-    is ref $inner,        $CLASS, 'so is its inner pointer';
-    is owned(),           "$inner", 'OWNER has the inner pointer';
+    is ref, $CLASS, 'an object of the class' for $engine, $inner;
+    is owned(), "$inner", 'OWNER has the inner pointer';
     is $KestrixDispEngine::KestrixDispEngine::OWNER{$inner}, 1, 'with the value 1';
     is call('delete_KestrixDispEngine', $engine), undef, 'deleted';
     is owned(), '', 'the entry goes';
@@ -104,9 +99,8 @@ for my $entry ('without', 'with') {
 {
     my $engine = newEngine();
     my %low = (
-        funcMapBegin => '_p_std__mapT_char_const_p_TagParser_p_compare_t',
-        funcMapEnd   => '_p_std__mapT_char_const_p_TagParser_p_compare_t',
-        ucHandleMap  => '_p_std__mapT_std__string_const_short_t',
+        (map { $_ => '_p_std__mapT_char_const_p_TagParser_p_compare_t' } qw(funcMapBegin funcMapEnd)),
+        ucHandleMap => '_p_std__mapT_std__string_const_short_t',
     );
     my %addresses;
     for my $name (sort keys %low) {
@@ -119,15 +113,20 @@ for my $entry ('without', 'with') {
     is keys %addresses, 3, 'three members';
     is_deeply [sort keys %$engine], [sort keys %low], 'which are all';
     ok !exists $engine->{other}, 'no other exists';
-    like eval { $engine->{other} } // $@, qr/no member "other"/, 'reading another one';
-    like eval { $engine->{other} = 1 } // $@, qr/no member "other"/, 'assigning it';
-    like eval { delete $engine->{funcMapEnd} } // $@, qr/cannot be deleted/, 'deleting one';
-    like eval { $engine->{funcMapBegin} = 1 } // $@,
-        qr/^TypeError in .*funcMapBegin_set', argument 2 /, 'assigning no map';
+    for (
+        [qr/no member "other"/, sub { $engine->{other} }],
+        [qr/no member "other"/, sub { $engine->{other} = 1 }],
+        [qr/cannot be deleted/, sub { delete $engine->{funcMapEnd} }],
+        [qr/cannot be deleted/, sub { %$engine = () }],
+        [qr/^TypeError in .*funcMapBegin_set', argument 2 /, sub { $engine->{funcMapBegin} = 1 }],
+        )
+    {
+        my ($error, $do) = @$_;
+        like eval { $do->() } // $@, $error, 'what a member does not take';
+    }
 }
 
 # Maps of one engine in another.
-my $root_only = '<ovix-display/>';
 for my $dies_first ('source', 'target', 'neither') {
     my ($source, $target) = (newEngine(), newEngine());
     $source->parse($document, @DEVICE);
@@ -140,8 +139,7 @@ for my $dies_first ('source', 'target', 'neither') {
         is $engine->parse($document, @DEVICE), $commands, 'an engine with shared maps works';
         is $engine->getUCHandle, $handle, 'with the shared handle';
     }
-    undef $source;
-    undef $target;
+    undef $_ for $source, $target;
     ok !is_open($handle), 'closed with the last engine';
 }
 
@@ -169,11 +167,10 @@ for my $dies_first ('source', 'target', 'neither') {
     is $first->parse($CLEAR, @DEVICE), "\x0C\x0C", 'one parser in both maps';
     $first->{funcMapEnd} = newEngine()->{funcMapEnd};
     is $first->parse($document, @DEVICE), $commands, 'and again the usual ones';
-    is $first->parse($root_only, @DEVICE), '', 'with an end';
+    is $first->parse('<ovix-display/>', @DEVICE), '', 'with an end';
 }
 
-# At the end of the process.
-my ($output, $status) = perl(<<'SCRIPT');
+is_deeply [perl(<<'SCRIPT')], ['done', 0], 'the end of a process with engines';
 use KestrixDispEngine;
 $SIG{__WARN__} = sub { print @_ };
 our ($first, $second) = map { KestrixDispEngine::KestrixDispEngine->new } 1 .. 2;
@@ -182,7 +179,5 @@ $second->{funcMapBegin} = $first->{funcMapBegin};
 our $inner = tied %$second;
 print 'done';
 SCRIPT
-is $output, 'done', 'engines at the end of the process';
-is $status, 0, 'which ends well';
 
 done_testing;

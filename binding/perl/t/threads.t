@@ -1,21 +1,11 @@
 # Interpreters that are clones, and interpreters of their own, beside the first one.
-use strict;
-use warnings;
-
 use Config;
-BEGIN {
-    if (!$Config{useithreads}) {
-        print "1..0 # SKIP this perl has no threads\n";
-        exit;
-    }
-}
-use threads;
-use threads::shared;
-
 use FindBin;
 use lib $FindBin::Bin;
 use KestrixTest;
-use Test::More;
+BEGIN { plan skip_all => 'this perl has no threads' if !$Config{useithreads} }
+use threads;
+use threads::shared;
 
 sub in_thread { return threads->create({context => 'list'}, @_)->join }
 
@@ -33,22 +23,17 @@ is_deeply [in_thread(sub {
 })], ['SCALAR', !!0, 'SCALAR', 0], 'a thread has no engine and owns none';
 is $engine->parse($CLEAR, @DEVICE), "\x0C", 'the engine works after the end of a thread';
 is $engine->getUCHandle, $handle, 'with the device that it had';
-is $bytes->bytes, 'text', 'and the memory is there';
-
-my ($in_clone) = in_thread(sub {
-    $bytes->bytes . call('KestrixDispEngine_hasParser', newEngine(), 'text', $map);
-});
-is $in_clone, 'text1', 'memory and map pointers are good in a thread';
 
 is_deeply [in_thread(sub {
     my $own = newEngine();
-    my @results = ($own->parse($CLEAR, @DEVICE), $own->getUCHandle == $handle,
+    my @results = ($bytes->bytes, $own->hasParser('text', $map),
+        $own->parse($CLEAR, @DEVICE), $own->getUCHandle == $handle,
         $KestrixDispEnginec::KestrixDispEngine_TAG_CLOCK,
         failure('KestrixDispEngine_parse', 'x', 1, 2, 3));
     $KestrixDispEnginec::KestrixDispEngine_ucHandle = 123;
     push @results, eval { $KestrixDispEnginec::KestrixDispEngine_TAG_CLOCK = 1; 1 } // $@;
     return @results;
-})], ["\x0C", !!0, 'clock',
+})], ['text', 1, "\x0C", !!0, 'clock',
     "TypeError in method 'KestrixDispEngine_parse', argument 1 of type 'KestrixDispEngine *'\n",
     "Value is read-only.\n"], 'a thread with an engine of its own';
 is $engine->getUCHandle, 123, 'the current handle is one for all';
@@ -91,7 +76,7 @@ my $thread = threads->create(sub {
 is $thread->join, 'text', 'memory outlives its first owner';
 
 # The module loaded in a thread only, several times.
-my ($output, $status) = perl(<<'SCRIPT');
+is_deeply [perl(<<'SCRIPT')], ['1110', 0], 'booted once in each interpreter';
 use threads;
 for (1 .. 3) {
     print threads->create(sub {
@@ -104,11 +89,9 @@ for (1 .. 3) {
 require KestrixDispEngine;
 print KestrixDispEngine::KestrixDispEngine::getUCHandle();
 SCRIPT
-is $output, '1110', 'booted once in each interpreter';
-is $status, 0, 'which all end well';
 
 # Booted twice in one.
-($output, $status) = perl(<<'SCRIPT');
+is_deeply [perl(<<'SCRIPT')], ['15', 0], 'booted again without harm';
 use KestrixDispEngine;
 XSLoader::load('KestrixDispEngine');
 require DynaLoader;
@@ -118,7 +101,5 @@ print DynaLoader::dl_install_xsub('KestrixDispEngine::again', $symbol)->('Kestri
 $KestrixDispEnginec::KestrixDispEngine_ucHandle = 5;
 print KestrixDispEngine::KestrixDispEngine->getUCHandle;
 SCRIPT
-is $output, '15', 'booted again';
-is $status, 0, 'without harm';
 
 done_testing;

@@ -1,12 +1,8 @@
-# Strings, numbers and variables: what goes through, and what comes back.
-use strict;
-use warnings;
-
+# Strings and numbers: what goes through, and what comes back.
 use FindBin;
 use lib $FindBin::Bin;
 use KestrixTest;
 use Math::BigInt;
-use Test::More;
 
 my $engine = newEngine();
 
@@ -23,19 +19,18 @@ ok !utf8::is_utf8($result), 'without the UTF-8 flag';
 is commands(join "\0", "\xFE\xFF", split //, $CLEAR), "\x0C", 'a document with NULs, in UTF-16';
 
 # Strings in. An e with an accent is 82 in the device's first table, the euro sign 80 in another.
-my $e_acute = commands(text("\xC3\xA9"));
-my $euro    = commands(text("\xE2\x82\xAC"));
-like $e_acute, qr/\x82\z/, 'UTF-8';
+utf8::upgrade(my $with_flag = text("\xC3\xA9"));
+utf8::upgrade(my $as_utf8 = text("\xE9"));
 my $latin1 = qq(<?xml version="1.0" encoding="ISO-8859-1"?>) . text("\xE9");
-my $wide   = text("\x{20AC}");
-my $as_utf8 = text("\xE9");
-utf8::upgrade($as_utf8);
-my $with_flag = text("\xC3\xA9");
-utf8::upgrade($with_flag);
-is commands($latin1),  $e_acute, 'Latin-1';
-is commands($wide),    $euro,    'characters above 255 go in as the UTF-8 that Perl holds';
-is commands($as_utf8), $e_acute, 'and so do those below, with the flag';
-is commands($with_flag), commands(text("\xC3\x83\xC2\xA9")), 'a string is not decoded';
+for (
+    ['UTF-8', "\x82", text("\xC3\xA9")], ['Latin-1', "\x82", $latin1],
+    ['the UTF-8 that Perl holds', "\x82", $as_utf8], ['the same of others', "\x80", text("\x{20AC}")],
+    ['a string that is not decoded', "\x1Bt\x02\xC7\xB8", $with_flag],
+    )
+{
+    my ($what, $end, $document) = @$_;
+    like commands($document), qr/\Q$end\E\z/, $what;
+}
 ok utf8::is_utf8($as_utf8), 'an argument keeps its flag';
 
 call('KestrixDispEngine_parse', $engine, $CLEAR, @DEVICE);
@@ -46,8 +41,12 @@ isnt $engine->getUCHandle, $handle, 'but kept whole';
 
 { package Text; use overload '""' => sub { ${$_[0]} } }
 { package Number; use overload '0+' => sub { ${$_[0]} } }
+{ package Truth; use overload 'bool' => sub { ${$_[0]} } }
+{ package Chain; use overload '""' => sub { $_[0] } }
 my $clear = $CLEAR;
-is commands(bless \$clear, 'Text'), "\x0C", 'an object with a string operator';
+is commands(bless \$clear, $_), "\x0C", "an object with an operator: $_" for qw(Text Number Truth);
+like failure('KestrixDispEngine_parse', $engine, bless([], 'Chain'), @DEVICE),
+    qr/^TypeError .* argument 2 /, 'an object that gives itself';
 call('KestrixDispEngine_parse', $engine, $CLEAR, 5, 'local');
 is $engine->getUCHandle, -200, 'a number is a string, here of no device';
 
@@ -62,9 +61,8 @@ my %calls = (
     KestrixDispEngine_parse             => [$engine, $CLEAR, @DEVICE],
     KestrixDispEngine_hasParser         => [$engine, 'text', $engine->{funcMapBegin}],
     KestrixDispEngine_ucHandleMap_set   => [$engine, $engine->{ucHandleMap}],
-    KestrixDispEngine_RuvoCloseHandle   => [-5],
-    KestrixDispEngine_RuvoSetData       => [-5, KestrixDispEngine::Bytes->new('text'), 4],
-    KestrixDispEngine_RuvoGetOutputData => [-5, undef, KestrixDispEngine::Number->new(0)],
+    KestrixDispEngine_RuvoSetData       => [-5, bytes('text'), 4],
+    KestrixDispEngine_RuvoGetOutputData => [-5, undef, number(0)],
 );
 for my $name (sort keys %calls) {
     my @plain = @{$calls{$name}};
@@ -77,16 +75,6 @@ for my $name (sort keys %calls) {
     is call($name, @tied), $expected, "$name with tied scalars";
     is $Once::fetches, @plain, 'each is read once';
 }
-{   package OnceHash;
-    require Tie::Hash;
-    our @ISA = ('Tie::StdHash');
-    our $fetches = 0;
-    sub FETCH { $fetches++; return $KestrixTest::CLEAR }
-}
-tie my %tied_hash, 'OnceHash';
-is commands($tied_hash{document}), "\x0C", 'an element of a tied hash';
-is $OnceHash::fetches, 1, 'is read once';
-
 "($CLEAR)" =~ /\((.*)\)/;
 is commands($1), "\x0C", '$1';
 my $inside = "x$CLEAR";
@@ -95,8 +83,6 @@ my %hash;
 like failure('KestrixDispEngine_parse', $engine, $hash{missing}, @DEVICE),
     qr/^TypeError .* argument 2 /, 'a missing element is undef';
 ok !exists $hash{missing}, 'and stays missing';
-ok $engine->hasParser($KestrixDispEngine::KestrixDispEngine::TAG_CLOCK, $engine->{funcMapBegin}),
-    "a variable of the module";
 
 # Code that runs while arguments are converted.
 {
@@ -129,8 +115,7 @@ ok $engine->hasParser($KestrixDispEngine::KestrixDispEngine::TAG_CLOCK, $engine-
     use overload '0+' => \&drop, '""' => \&drop;
     my @others;
     sub drop {
-        my ($self) = @_;
-        my ($value, $arguments) = @$self;
+        my ($value, $arguments) = @{$_[0]};
         delete @$arguments[0 .. $#$arguments];
         @others = map { "other $_" } 1 .. 1000;    # where something was freed
         return $value;
@@ -139,13 +124,12 @@ ok $engine->hasParser($KestrixDispEngine::KestrixDispEngine::TAG_CLOCK, $engine-
 {
     my @warnings;
     local $SIG{__WARN__} = sub { push @warnings, @_ };
-    my $map     = $engine->{funcMapBegin};
-    my $address = ${tied %$engine};
+    my $map = $engine->{funcMapBegin};
     my $deleted = newEngine();
 
     # Function, result, arguments in front, what the code gives, package of its pointer, the rest.
     for (
-        ['KestrixDispEngine_hasParser', 1, [], $address, $CLASS, 'text', $map],
+        ['KestrixDispEngine_hasParser', 1, [], ${tied %$engine}, $CLASS, 'text', $map],
         ['KestrixDispEngine_hasParser', 1, [$engine, 'text'], $$map, ref $map],
         ['delete_KestrixDispEngine', undef, [], ${tied %$deleted}, $CLASS],
         ['KestrixDispEngine_parse', "\x0C", [newEngine()], $CLEAR, undef, @DEVICE],
@@ -165,8 +149,8 @@ ok $engine->hasParser($KestrixDispEngine::KestrixDispEngine::TAG_CLOCK, $engine-
 # Numbers.
 for (
     [5, 5], ['5', 5], [3.0, 3], ['3.0', 3], [' 5 ', 5], ['1e2', 100], ['-0', 0], ['007', 7],
-    [32767, 32767], [-32768, -32768], ['-32768', -32768], [-32768.0, -32768], [!!1, 1],
-    [Math::BigInt->new(12), 12], [bless(\(my $seven = 7), 'Number'), 7],
+    [32767, 32767], [32767.0, 32767], [-32768, -32768], ['-32768', -32768], [-32768.0, -32768],
+    [!!1, 1], [Math::BigInt->new(12), 12], [bless(\(my $seven = 7), 'Number'), 7],
     )
 {
     my ($value, $expected) = @$_;
@@ -176,20 +160,17 @@ for (
 my $largest = ~0;
 for (
     [0, 0], ['0', 0], [$largest, $largest], ["$largest", $largest], [2**63, 1 << 63], ['1e3', 1000],
-    ['3.0', 3], [Math::BigInt->new("$largest"), $largest],
+    ['3.0', 3], [0.0, 0], ['0.0', 0], [Math::BigInt->new("$largest"), $largest],
     )
 {
     my ($value, $expected) = @$_;
-    is(KestrixDispEngine::Number->new($value)->value, $expected, "$value as unsigned long");
+    is number($value)->value, $expected, "$value as unsigned long";
 }
 
 # Results.
 is call('KestrixDispEngine_hasParser', $engine, 'x', $engine->{funcMapEnd}), !!0, 'false';
 is call('KestrixDispEngine_hasParser', $engine, 'text', $engine->{funcMapBegin}), !!1, 'true';
-my @results = (
-    call('KestrixDispEngine_ucHandleMap_set', $engine, $engine->{ucHandleMap}),
-    call('delete_KestrixDispEngine', newEngine()),
-);
-is_deeply \@results, [undef, undef], 'no result is undef';
+is_deeply [call('KestrixDispEngine_ucHandleMap_set', $engine, $engine->{ucHandleMap}),
+    call('delete_KestrixDispEngine', newEngine())], [undef, undef], 'no result is undef';
 
 done_testing;

@@ -1,11 +1,7 @@
 # The library without Perl: it loads with every symbol bound at once, and asks for no libperl.
-use strict;
-use warnings;
-
 use FindBin;
 use lib $FindBin::Bin;
 use KestrixTest;
-use Test::More;
 
 my $library = "$BUILD/libkestrixdispengine.so.1.0";
 
