@@ -6,7 +6,7 @@ PRESETS := release asan-ubsan
 FUZZ_SECONDS ?= 60
 FUZZ_TARGETS ?=
 
-.PHONY: all build test test-sanitized fuzz soak memcheck tidy coverage demo pictures bench \
+.PHONY: all build program test test-sanitized fuzz soak memcheck format check-style coverage demo pictures bench \
         install deb test-deb clean
 
 all: build
@@ -30,12 +30,20 @@ fuzz: build-fuzz
 memcheck: build
 	@tests/memcheck.sh build
 
-# The library; clang 14 does not know all of the C++20 in the programs. The exceptions stand in
-# .clang-tidy.
-tidy:
-	@test -e build/fuzz/build.ninja || cmake --preset fuzz
-	@ls engine/*.cpp tags/*.cpp converter/*.cpp converter/*/*.cpp binding/perl/*.cpp | \
-	    xargs -P2 -n4 clang-tidy-14 -p build/fuzz --quiet
+# C and C++ by .clang-format.
+format:
+	@git ls-files '*.cpp' '*.h' '*.c' | xargs clang-format-16 -i
+
+# What CONTRIBUTING.md asks of the code, without changing it. The exceptions stand in .clang-tidy.
+check-style:
+	@git ls-files '*.cpp' '*.h' '*.c' | xargs clang-format-16 --dry-run --Werror
+	@scripts/check-includes
+	@git grep -lE '^#! ?/bin/sh' | xargs shellcheck --severity=warning
+	@shellcheck --shell=bash --severity=warning program/completion.bash
+	@test -e build/clang/build.ninja || cmake --preset clang >build/clang.log || { cat build/clang.log; exit 1; }
+	@cmake --build build/clang --target glyphs
+	@git ls-files '*.cpp' | grep -E '^(converter|engine|tags|binding|program)/' | \
+	    xargs -P2 -n4 clang-tidy-16 -p build/clang --quiet
 
 # Lines and branches that the tests reach; see docs/coverage.md.
 coverage: test-coverage
@@ -47,7 +55,12 @@ coverage: test-coverage
 soak: build
 	@KESTRIX_SOAK=full build/tests/soak_tests
 
-demo: build
+# Without the tests.
+program:
+	@test -e build/build.ninja || cmake --preset release
+	@cmake --build --preset release --target kestrixdispengine kestrix-disp profile
+
+demo: program
 	@cd build/profile && ../kestrix-disp render "$(CURDIR)/examples/demo.xml" --device default --setting local --hex
 
 # The pictures of the examples, in docs/pictures.

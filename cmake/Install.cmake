@@ -15,10 +15,11 @@ install(FILES docs/ovix-display.rnc docs/ovix-display.rng
   DESTINATION ${CMAKE_INSTALL_DATADIR}/kestrix-disp)
 install(DIRECTORY examples DESTINATION ${CMAKE_INSTALL_DATADIR}/kestrix-disp
   FILES_MATCHING PATTERN "*.xml")
+configure_file(docs/kestrix-disp.1 ${CMAKE_BINARY_DIR}/kestrix-disp.1 @ONLY)
 add_custom_command(
   OUTPUT ${CMAKE_BINARY_DIR}/kestrix-disp.1.gz
-  COMMAND gzip -9nc ${CMAKE_CURRENT_SOURCE_DIR}/docs/kestrix-disp.1 > ${CMAKE_BINARY_DIR}/kestrix-disp.1.gz
-  DEPENDS docs/kestrix-disp.1)
+  COMMAND gzip -9nkf ${CMAKE_BINARY_DIR}/kestrix-disp.1
+  DEPENDS ${CMAKE_BINARY_DIR}/kestrix-disp.1)
 add_custom_target(manual ALL DEPENDS ${CMAKE_BINARY_DIR}/kestrix-disp.1.gz)
 
 set(CMAKE_INSTALL_DEFAULT_COMPONENT_NAME development)

@@ -18,7 +18,7 @@ for target in document settings device_info tables convert; do
         "$build/tests/fuzz/fuzz_$target" "$source/tests/fuzz/corpus/$target" > /dev/null
     echo "corpus $target: clean"
 done
-cd "$source/binding"
+cd "$source/binding/perl"
 for test in t/*.t; do
     case $test in
     */memory.t | */threads.t | */without_perl.t) continue ;;

@@ -3,7 +3,7 @@ package KestrixDispEngine;
 use strict;
 use warnings;
 
-our $VERSION = '1.00';
+our $VERSION = '@PROJECT_VERSION@';
 
 require XSLoader;
 XSLoader::load('KestrixDispEngine', $VERSION);

@@ -9,8 +9,8 @@ int main(void)
     unsigned char bytes[16];
     unsigned long length = sizeof bytes;
     unsigned long i;
-    const short handle = RuvoOpenHandle((const unsigned char *)"default", 7,
-                                        (const unsigned char *)"none", 4);
+    const short handle =
+        RuvoOpenHandle((const unsigned char*)"default", 7, (const unsigned char*)"none", 4);
     if (RuvoSetData(handle, text, sizeof text - 1) != RUVO_OK ||
         RuvoGetOutputData(handle, bytes, &length) != RUVO_OK)
         return 1;

@@ -7,6 +7,7 @@ source=$(cd "$(dirname "$0")" && pwd)
 work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT
 stage=$work/stage
+version=$(sed -n 's/^CMAKE_PROJECT_VERSION:STATIC=//p' "$build/CMakeCache.txt")
 
 fail() { echo "$*" >&2; exit 1; }
 expect() { [ "$2" = "$3" ] || fail "$1: expected \"$2\", got \"$3\""; }
@@ -20,7 +21,8 @@ expect "outside the prefix, the profile and Perl's folder" "" \
 
 perl -e 'exit !grep { $_ eq $ARGV[0] } @INC' "$perl_dir" || fail "perl does not search $perl_dir"
 
-cmake -S "$source" -B "$work/cxx" -DCMAKE_BUILD_TYPE=Release -DCMAKE_PREFIX_PATH="$prefix" >"$work/log" &&
+cmake -S "$source" -B "$work/cxx" -DCMAKE_BUILD_TYPE=Release -DCMAKE_PREFIX_PATH="$prefix" \
+    -DKESTRIX_VERSION="$version" >"$work/log" &&
     cmake --build "$work/cxx" >>"$work/log" || { cat "$work/log"; exit 1; }
 
 pc=$(dirname "$(find "$prefix" -name kestrixdispengine.pc)")
@@ -28,7 +30,7 @@ export PKG_CONFIG_PATH="$pc" PKG_CONFIG_SYSROOT_DIR="$stage"
 # shellcheck disable=SC2046
 ${CC:-cc} -std=c11 -Wall -Wextra -Wpedantic -Werror "$source/convert.c" -o "$work/convert" \
     $(pkg-config --cflags --libs kestrixdispengine)
-expect "the version of the package" "1.0" "$(pkg-config --modversion kestrixdispengine)"
+expect "the version of the package" "$version" "$(pkg-config --modversion kestrixdispengine)"
 
 LD_LIBRARY_PATH=$(dirname "$(find "$prefix" -name libkestrixdispengine.so.1)")
 export LD_LIBRARY_PATH

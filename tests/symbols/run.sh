@@ -9,7 +9,9 @@ status=0
 
 # Class constants are left out: the compiler gives them a symbol only where code takes their address.
 # So is the virtual table of TagParser, which whoever derives from it has too.
-nm -D --defined-only -C "$library" | cut -c20- | LC_ALL=C sort -u |
+# Each export has the version that it came with after "@@"; the first one goes without saying.
+nm -D --defined-only -C "$library" | cut -c20- | grep -vx 'KESTRIX_[0-9.]*' |
+    sed -e 's/@@KESTRIX_1\.0$//' -e t -e 's/$/ in no version, or in a later one/' | LC_ALL=C sort -u |
     grep -Ev '^((KestrixDispEngine|[A-Za-z]*TagParser)::[A-Z0-9_]+|vtable for TagParser)$' | sed \
     -e 's/std::map<char const\*, unsigned char\*, [^&]*> > >/AttributeMap/g' \
     -e 's/std::map<char const\*, TagParser\*, [^&]*> > >/ParserMap/g' \

@@ -5,7 +5,8 @@
 //     document  <clear/>         one keyword and its value a line
 //     out       0C
 //
-// A line that begins with "#" is a comment, but the one that begins with "# catches:" begins a case.
+// A line that begins with "#" is a comment, but the one that begins with "# catches:" begins a
+// case.
 #ifndef KESTRIX_TESTS_CASE_FILE_H
 #define KESTRIX_TESTS_CASE_FILE_H
 

@@ -1,15 +1,15 @@
 // Command streams: explained, and carried out on the virtual display.
 #include "Bytes.h"
 #include "CaseFile.h"
-#include "program/stream/Explanation.h"
-#include "program/display/Glyphs.h"
-#include "program/text/HexText.h"
-#include "program/display/PngDrawing.h"
-#include "program/stream/Rendering.h"
 #include "program/commands/StreamInput.h"
+#include "program/display/Glyphs.h"
+#include "program/display/PngDrawing.h"
 #include "program/display/SvgDrawing.h"
 #include "program/display/TerminalDrawing.h"
 #include "program/display/VirtualDisplay.h"
+#include "program/stream/Explanation.h"
+#include "program/stream/Rendering.h"
+#include "program/text/HexText.h"
 
 #include <cairo.h>
 #include <gtest/gtest.h>

@@ -151,7 +151,7 @@ public:
 // Puts a parser at the place of the engine's own, which is the program's then.
 void exchange(TagParser*& place, TagParser* parser)
 {
-    TagParser::operator delete (place, std::destroying_delete_t{});
+    TagParser::operator delete(place, std::destroying_delete_t{});
     place = parser;
 }
 

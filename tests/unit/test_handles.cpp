@@ -3,8 +3,8 @@
 #include "AllocationFailure.h"
 #include "Bytes.h"
 #include "ProfileFixture.h"
-#include "converter/handle/HandleTable.h"
 #include "converter/RuvoConverter.h"
+#include "converter/handle/HandleTable.h"
 
 #include <algorithm>
 #include <climits>

@@ -6,9 +6,9 @@
 #include "ConverterHandle.h"
 #include "ProfileFixture.h"
 #include "ProfileText.h"
-#include "converter/tables/QuickSort.h"
 #include "converter/RuvoConverter.h"
 #include "converter/profile/SettingsFiles.h"
+#include "converter/tables/QuickSort.h"
 #include "program/check/ProfileCheck.h"
 
 #include <algorithm>

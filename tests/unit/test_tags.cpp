@@ -5,9 +5,9 @@
 #include "CaseFile.h"
 #include "ProfileFixture.h"
 #include "engine/KestrixDispEngine.h"
+#include "program/stream/CommandStream.h"
 #include "tags/CursorTagParser.h"
 #include "tags/WindowTagParser.h"
-#include "program/stream/CommandStream.h"
 
 #include <algorithm>
 #include <cstring>
