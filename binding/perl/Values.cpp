@@ -68,8 +68,11 @@ Problem fromText(pTHX_ const char* text, STRLEN length, Integer& value)
 template <class Integer>
 Problem toInteger(pTHX_ SV* sv, Integer& value)
 {
-    if (SvROK(sv) && (sv = overloaded(aTHX_ sv, numer_amg)) == nullptr) {
-        return Problem::wrongType;
+    if (SvROK(sv)) {
+        sv = overloaded(aTHX_ sv, numer_amg);
+        if (sv == nullptr) {
+            return Problem::wrongType;
+        }
     }
     if (SvIOK(sv)) {
         return SvIsUV(sv) ? narrow(SvUVX(sv), value) : narrow(SvIVX(sv), value);
@@ -85,10 +88,10 @@ template Problem toInteger(pTHX_ SV* sv, unsigned long& value);
 
 Problem toBytes(pTHX_ SV* sv, Bytes& value)
 {
-    if (SvROK(sv) && (sv = overloaded(aTHX_ sv, string_amg)) == nullptr) {
-        return Problem::wrongType;
+    if (SvROK(sv)) {
+        sv = overloaded(aTHX_ sv, string_amg);
     }
-    if (!SvOK(sv)) {
+    if (sv == nullptr || !SvOK(sv)) {
         return Problem::wrongType;
     }
     // A copy: the conversion of the next argument may run code that changes this scalar.

@@ -1,5 +1,6 @@
 #include "converter/profile/UnicodeData.h"
 
+#include "base/Ascii.h"
 #include "converter/RuvoConverter.h"
 
 #include <algorithm>
@@ -72,13 +73,12 @@ void Lutm_BrkClassInfSplit(std::string_view text, std::vector<std::string_view>&
     }
 }
 
-// The value of each character as a digit of base 16; 99 for those that are none.
+// hexDigitValue of each character; 99, which is above every base, for those that are no digits.
 constexpr std::array<std::uint8_t, 256> kDigitValues = [] {
     std::array<std::uint8_t, 256> values;
-    values.fill(99);
-    for (unsigned int i = 0; i < 16; ++i) {
-        values[static_cast<unsigned char>("0123456789abcdef"[i])] = static_cast<std::uint8_t>(i);
-        values[static_cast<unsigned char>("0123456789ABCDEF"[i])] = static_cast<std::uint8_t>(i);
+    for (int i = 0; i < 256; ++i) {
+        const int value = hexDigitValue(static_cast<char>(i));
+        values[static_cast<std::size_t>(i)] = static_cast<std::uint8_t>(value < 0 ? 99 : value);
     }
     return values;
 }();
@@ -92,8 +92,7 @@ long digitValue(char c)
 // and, in base 16, "0x" are accepted, as the C library's strtol does.
 long readUnusualNumber(std::string_view text, int base)
 {
-    const auto isSpace = [](char c) { return c == ' ' || (c >= '\t' && c <= '\r'); };
-    while (!text.empty() && isSpace(text[0])) {
+    while (!text.empty() && isAsciiSpace(text[0])) {
         text.remove_prefix(1);
     }
     const bool negative = text.starts_with('-');

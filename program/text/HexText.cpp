@@ -1,5 +1,7 @@
 #include "program/text/HexText.h"
 
+#include "base/Ascii.h"
+
 #include <algorithm>
 #include <charconv>
 #include <cstdio>
@@ -25,14 +27,8 @@ char shownByte(char c)
 
 std::optional<unsigned> digit(char c)
 {
-    if (c >= '0' && c <= '9') {
-        return c - '0';
-    }
-    const char lower = static_cast<char>(c | 0x20);
-    if (lower >= 'a' && lower <= 'f') {
-        return lower - 'a' + 10;
-    }
-    return std::nullopt;
+    const int value = hexDigitValue(c);
+    return value < 0 ? std::nullopt : std::optional(static_cast<unsigned>(value));
 }
 
 // Appends the bytes of a text of pairs of digits. False when it holds anything but these and
