@@ -1,6 +1,5 @@
 // The document's XML reader, kept to what takes time in proportion to the document's length.
-#ifndef KESTRIX_ENGINE_DOCUMENT_SOURCE_H
-#define KESTRIX_ENGINE_DOCUMENT_SOURCE_H
+#pragma once
 
 #include "engine/MarkupLimits.h"
 
@@ -50,5 +49,3 @@ private:
     int m_namespaces = 0;                         // in scope
     DocumentEnd m_end = DocumentEnd::wellFormed;  // as far as is known
 };
-
-#endif

@@ -1,6 +1,5 @@
 // Reading of one display document: which parser is called when, with what.
-#ifndef KESTRIX_ENGINE_DOCUMENT_WALK_H
-#define KESTRIX_ENGINE_DOCUMENT_WALK_H
+#pragma once
 
 #include "engine/KestrixDispEngine.h"
 
@@ -25,5 +24,3 @@ void storeAttributes(xmlTextReader* reader, AttributeMap& attributes);
 // May throw what parsers throw, and std::bad_alloc.
 void walkDocument(const std::string& data, const ParserMap& beginParsers,
                   const ParserMap& endParsers, OutputVector& out);
-
-#endif

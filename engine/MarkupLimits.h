@@ -3,8 +3,7 @@
 // The reader compares each attribute of a tag with all others, looks through an unfinished tag
 // again at each ">" in its values, and compares the declarations of a document type with each
 // other. So its time grows with the square of the sizes that are limited here.
-#ifndef KESTRIX_ENGINE_MARKUP_LIMITS_H
-#define KESTRIX_ENGINE_MARKUP_LIMITS_H
+#pragma once
 
 #include <cstddef>
 #include <string>
@@ -37,5 +36,3 @@ struct ReadablePart {
 //
 // Throws std::bad_alloc.
 ReadablePart readablePart(const std::string& data);
-
-#endif

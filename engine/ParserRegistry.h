@@ -3,8 +3,7 @@
 // One parser may stand in the maps of several engines, and one handle too, after the maps of one
 // engine have been assigned to another. They then belong to these engines together: a parser is
 // deleted, a handle closed, when the last live engine that holds it dies or gives it up.
-#ifndef KESTRIX_ENGINE_PARSER_REGISTRY_H
-#define KESTRIX_ENGINE_PARSER_REGISTRY_H
+#pragma once
 
 #include "engine/KestrixDispEngine.h"
 
@@ -38,5 +37,3 @@ void replaceHandles(std::map<const std::string, short>& map,
 
 // Whether the element's text is collected and its parser called at the end tag.
 bool collectsText(const char* name);
-
-#endif

@@ -1,6 +1,5 @@
 // Conversion of a document's text to display bytes, for every element that shows text.
-#ifndef KESTRIX_TAGS_CONVERTED_TEXT_H
-#define KESTRIX_TAGS_CONVERTED_TEXT_H
+#pragma once
 
 #include "engine/TagParser.h"
 
@@ -17,5 +16,3 @@
 // Nothing of the text stays on the handle, shown or not. Throws std::bad_alloc, and then has handed
 // nothing to the converter.
 std::size_t appendConvertedText(unsigned char* text, OutputVector& out);
-
-#endif

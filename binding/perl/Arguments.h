@@ -6,8 +6,7 @@
 //   check    whether it is valid: after its conversion, and again right before the call, for Perl
 //            code may have run meanwhile
 //   pass     the value as the operation takes it
-#ifndef KESTRIX_BINDING_ARGUMENTS_H
-#define KESTRIX_BINDING_ARGUMENTS_H
+#pragma once
 
 #include "binding/perl/Pointers.h"
 #include "binding/perl/Values.h"
@@ -130,5 +129,3 @@ template <>
 struct Argument<HandleMap> : MapArgument<HandleMap> {
     static constexpr const char* kType = Wrapped<HandleMap>::kType;
 };
-
-#endif

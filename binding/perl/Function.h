@@ -1,6 +1,5 @@
 // One wrapper for every function that scripts can call, and the rows of the function tables.
-#ifndef KESTRIX_BINDING_FUNCTION_H
-#define KESTRIX_BINDING_FUNCTION_H
+#pragma once
 
 #include "binding/perl/Arguments.h"
 #include "binding/perl/Results.h"
@@ -105,5 +104,3 @@ private:
         }
     }
 };
-
-#endif

@@ -1,12 +1,9 @@
 // Memory that scripts make for the converter's functions: wrapped pointers that own what they point
 // to, in the classes KestrixDispEngine::Bytes (derived from the wrapped unsigned char *) and
 // KestrixDispEngine::Number (from the wrapped unsigned long *).
-#ifndef KESTRIX_BINDING_MEMORY_H
-#define KESTRIX_BINDING_MEMORY_H
+#pragma once
 
 #include "binding/perl/PerlInterface.h"
 
 // Makes the functions of both classes.
 void installMemory(pTHX);
-
-#endif

@@ -1,6 +1,5 @@
 // What can go wrong in a call, as plain data, and how it is told to the script.
-#ifndef KESTRIX_BINDING_OUTCOME_H
-#define KESTRIX_BINDING_OUTCOME_H
+#pragma once
 
 #include "binding/perl/PerlInterface.h"
 
@@ -31,5 +30,3 @@ const char* kindOf(Problem problem);
 // function    its name without package
 // parameters  their names, separated by commas
 [[noreturn]] void raise(pTHX_ const char* function, const char* parameters, const Outcome& outcome);
-
-#endif

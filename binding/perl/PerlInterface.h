@@ -4,8 +4,7 @@
 // croak, and any Perl code that Perl runs for us (FETCH of a tied scalar, an overloaded operator),
 // may leave by longjmp. No object with a destructor may be alive then: what is kept across a call
 // into Perl is plain data.
-#ifndef KESTRIX_BINDING_PERL_INTERFACE_H
-#define KESTRIX_BINDING_PERL_INTERFACE_H
+#pragma once
 
 #include "engine/KestrixDispEngine.h"
 #include "engine/ParserRegistry.h"
@@ -33,5 +32,3 @@
 #include <XSUB.h>
 
 using HandleMap = std::map<const std::string, short>;
-
-#endif

@@ -1,8 +1,7 @@
 // Wrapped pointers: a reference to a scalar that holds the address, blessed into the package that
 // names the pointer's type. Undef is the null pointer. An engine is a hash, blessed into the class
 // and tied to such a reference, its inner pointer.
-#ifndef KESTRIX_BINDING_POINTERS_H
-#define KESTRIX_BINDING_POINTERS_H
+#pragma once
 
 #include "binding/perl/Outcome.h"
 
@@ -83,5 +82,3 @@ SV* wrapOwned(pTHX_ KestrixDispEngine* engine);
 // Ends that: every entry for the engine goes, and inner, which may be a copy of the pointer in
 // OWNER, becomes null.
 void disown(pTHX_ const KestrixDispEngine* engine, SV* inner);
-
-#endif

@@ -1,6 +1,5 @@
 // From the engine's results to mortal or immortal Perl scalars.
-#ifndef KESTRIX_BINDING_RESULTS_H
-#define KESTRIX_BINDING_RESULTS_H
+#pragma once
 
 #include "binding/perl/Pointers.h"
 
@@ -39,5 +38,3 @@ inline SV* toPerl(pTHX_ std::unique_ptr<KestrixDispEngine> engine)
 {
     return wrapOwned(aTHX_ engine.release());
 }
-
-#endif

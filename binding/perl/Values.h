@@ -2,8 +2,7 @@
 // such operators is neither number nor string.
 //
 // The scalar's get-magic has run. What is converted is unchanged unless the result is none.
-#ifndef KESTRIX_BINDING_VALUES_H
-#define KESTRIX_BINDING_VALUES_H
+#pragma once
 
 #include "binding/perl/Outcome.h"
 
@@ -25,5 +24,3 @@ struct Bytes {
 //
 // returns  none or wrongType
 Problem toBytes(pTHX_ SV* sv, Bytes& value);
-
-#endif

@@ -1,7 +1,6 @@
 // The rows that the default display's profile is made from: its code pages and the candidates for
 // its internal character sets. Adding one is one line here.
-#ifndef KESTRIX_TOOLS_MAKE_PROFILE_ROWS_H
-#define KESTRIX_TOOLS_MAKE_PROFILE_ROWS_H
+#pragma once
 
 #include <algorithm>
 #include <functional>
@@ -101,5 +100,3 @@ static_assert(std::ranges::all_of(kNationalSets, [](const NationalSetRow& row) {
     return row.commandParam != kDefaultSetParam &&
            row.characters.size() == std::size(kNationalBytes);
 }));
-
-#endif

@@ -1,7 +1,6 @@
 // What the fuzz targets share. A target is a program that is given one input after the other and
 // ends abnormally at the first one for which a law does not hold: a failed EXPECT throws.
-#ifndef KESTRIX_TESTS_FUZZ_TARGET_H
-#define KESTRIX_TESTS_FUZZ_TARGET_H
+#pragma once
 
 #include <cstddef>
 #include <cstdint>
@@ -44,5 +43,3 @@ void checkProfile(const std::u32string& text, std::size_t blockSize);
 
 // The default of Profile.
 inline constexpr std::size_t smallDisplayBlockSize = 4096;
-
-#endif

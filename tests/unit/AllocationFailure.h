@@ -1,6 +1,5 @@
 // Allocations that fail on demand. The whole test program's operator new is replaced for it.
-#ifndef KESTRIX_TESTS_ALLOCATION_FAILURE_H
-#define KESTRIX_TESTS_ALLOCATION_FAILURE_H
+#pragma once
 
 #include <cstddef>
 
@@ -20,5 +19,3 @@ public:
 // What operator new gave and has not got back: allocations, and their bytes.
 long liveAllocations();
 std::size_t liveBytes();
-
-#endif

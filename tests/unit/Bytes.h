@@ -1,6 +1,5 @@
 // Byte strings in test rows: written in hex, compared with a message that shows the difference.
-#ifndef KESTRIX_TESTS_BYTES_H
-#define KESTRIX_TESTS_BYTES_H
+#pragma once
 
 #include <string>
 #include <string_view>
@@ -18,5 +17,3 @@ std::string toHex(std::string_view bytes);
 
 // For EXPECT_TRUE. A failure shows both strings and the first byte that differs.
 testing::AssertionResult sameBytes(std::string_view expected, std::string_view actual);
-
-#endif

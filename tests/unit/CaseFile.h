@@ -7,8 +7,7 @@
 //
 // A line that begins with "#" is a comment, but the one that begins with "# catches:" begins a
 // case.
-#ifndef KESTRIX_TESTS_CASE_FILE_H
-#define KESTRIX_TESTS_CASE_FILE_H
+#pragma once
 
 #include <string>
 #include <string_view>
@@ -33,5 +32,3 @@ std::vector<Case> readCases(const std::string& fileName);
 // Text of a case with what a line cannot hold: "{E4 00}" is these bytes, "{A*300}" 300 times A.
 // Throws std::invalid_argument.
 std::string expandText(std::string_view text);
-
-#endif

@@ -1,7 +1,6 @@
 // An open converter handle whose retrievals check themselves (by EXPECT), and simple second
 // routines to compare the converter's with.
-#ifndef KESTRIX_TESTS_CONVERTER_HANDLE_H
-#define KESTRIX_TESTS_CONVERTER_HANDLE_H
+#pragma once
 
 #include <cstddef>
 #include <string>
@@ -44,5 +43,3 @@ std::string mergedSlowly(const RawStreams& raw, std::size_t blockSize);
 std::string utf8(const std::u32string& text);
 std::string utf16BigEndian(const std::u32string& text);
 std::string utf16LittleEndian(const std::u32string& text);
-
-#endif

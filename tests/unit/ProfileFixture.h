@@ -1,6 +1,5 @@
 // Converter profiles made on disk for tests.
-#ifndef KESTRIX_TESTS_PROFILE_FIXTURE_H
-#define KESTRIX_TESTS_PROFILE_FIXTURE_H
+#pragma once
 
 #include <cstddef>
 #include <filesystem>
@@ -86,5 +85,3 @@ protected:
 private:
     TemporaryDirectory directory_;
 };
-
-#endif

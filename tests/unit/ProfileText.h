@@ -1,6 +1,5 @@
 // Profiles as the files in tests/cases write them: see profile_files.txt.
-#ifndef KESTRIX_TESTS_PROFILE_TEXT_H
-#define KESTRIX_TESTS_PROFILE_TEXT_H
+#pragma once
 
 #include "CaseFile.h"
 
@@ -41,5 +40,3 @@ private:
     std::map<std::string, Lines> m_names;
     std::map<std::string, Lines> m_files;
 };
-
-#endif
