@@ -8,7 +8,7 @@
 
 namespace {
 
-// The converter converts no more of one text than this many bytes,
+// The converter reads at most this many bytes of one text,
 constexpr std::size_t kLongestInput = 0x800000;
 // and gives at most one character for each: its code, a table switch and two switches of the
 // internal character set, of three bytes each.
@@ -33,11 +33,12 @@ std::size_t appendConvertedText(unsigned char* text, OutputVector& out)
     makeRoom(out, std::min(length, kLongestInput) * kLongestOutputPerByte);
 
     const short status = KestrixDispEngine::RuvoSetData(handle, text, length);
-    const bool rejected = status < 0;
-    // Of a text that it has looked at the converter may hold a part, for any other reason nothing.
-    if (rejected && status > RUVO_ODD_LENGTH) {
-        return 0;
+    if (status == RUVO_INVALID_HANDLE || status == RUVO_INVALID_ARGUMENT) {
+        return 0;  // the converter has not looked at the text
     }
+    // A document shows a text whole or not at all, so a warning counts as an error here. Whatever
+    // the converter has buffered of such a text is read out and dropped.
+    const bool shown = status >= 0;
 
     unsigned long announced = 0;
     KestrixDispEngine::RuvoGetOutputData(handle, nullptr, &announced);
@@ -48,7 +49,7 @@ std::size_t appendConvertedText(unsigned char* text, OutputVector& out)
     out.resize(start + announced);
     unsigned long delivered = announced;
     KestrixDispEngine::RuvoGetOutputData(handle, out.data() + start, &delivered);
-    const std::size_t kept = rejected ? 0 : std::min(delivered, announced);
+    const std::size_t kept = shown ? std::min(delivered, announced) : 0;
     out.resize(start + kept);
     return kept;
 }

@@ -80,4 +80,21 @@ TEST_F(EngineMemory, AParseThatFailsGivesWholeCommandsAndLeavesNoText)
         EXPECT_TRUE(allowed.contains(result)) << toHex(result);
 }
 
+// catches: the beginning of a text left on the handle where the converter stopped for memory
+TEST_F(EngineMemory, ATextThatStopsHalfwayLeavesNothingOfIt)
+{
+    smallDisplay().write(".");
+    KestrixDispEngine engine;
+    const std::string text = repeated("\xC3\xA4"
+                                      "a",
+                                      5000);  // a switch at each character
+    engine.parse("<any/>", "DEVICE", noSetting);
+    failEachAllocation([&] { engine.parse("<text>" + text + "</text>", "DEVICE", noSetting); },
+                       [&] {
+                           unsigned long buffered = 0;
+                           RuvoGetOutputData(KestrixDispEngine::getUCHandle(), nullptr, &buffered);
+                           EXPECT_EQ(0u, buffered);
+                       });
+}
+
 }  // namespace
