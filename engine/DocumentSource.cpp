@@ -5,9 +5,8 @@
 
 namespace {
 
-// Counts the default values that a document type declares. The reader keeps a list of all
-// references to an ID, in which it looks for each new one; nothing here asks for it, so that
-// attributes declared as references become plain ones.
+// Counts the default values that a document type declares, and declares references to IDs as plain
+// text: the reader searches a list of all references for each new one, and nothing here uses it.
 int settleDeclarations(xmlNode* type)
 {
     int defaults = 0;
@@ -35,8 +34,8 @@ int countNamespaces(const xmlNode* element)
     return count;
 }
 
-// A new reader takes over the thread's defaults, which are the host's, whatever its options say.
-// With some of them documents would have files read. While this lives there are none of these.
+// A new reader copies the thread's defaults, which the host may have set, whatever its options say.
+// Some of these make libxml2 open files that a document names; all are off while this object lives.
 class PlainDefaults {
 public:
     PlainDefaults()
@@ -77,7 +76,7 @@ int DocumentSource::read()
     if (result != 1) {
         return end(result < 0 && m_end == DocumentEnd::wellFormed ? DocumentEnd::damaged : m_end);
     }
-    // Not by way of the document: who asks for it has to free it.
+    // The node leads to the document. xmlTextReaderCurrentDoc would make us its owner.
     xmlNode* const node = xmlTextReaderCurrentNode(reader());
     if (std::exchange(m_atStart, false)) {
         xmlDictSetLimit(node->doc->dict, kLargestDictionary);

@@ -1,4 +1,5 @@
-// The document's XML reader, kept to what takes time in proportion to the document's length.
+// The XML reader of a document. It ends the document where reading on would take more time than in
+// proportion to the document's length.
 #pragma once
 
 #include "engine/MarkupLimits.h"

@@ -164,7 +164,7 @@ private:
         return State::skipping;
     }
 
-    // Of a text node, a section or white space the node's content is all there is.
+    // A text node, a CDATA section or white space has all its text in the node itself.
     void appendContent()
     {
         const xmlNode* const node = xmlTextReaderCurrentNode(m_reader);
@@ -174,8 +174,8 @@ private:
         }
     }
 
-    // Hands the attributes to the parser of that name, if there is one. They are its own to change,
-    // and gone when it has had them.
+    // Calls the parser of that name, if there is one, with the attributes. It may change them; they
+    // are removed after the call.
     void call(const ParserMap& parsers, const xmlChar* name)
     {
         if (TagParser* const parser = parserFor(asText(name), parsers)) {
@@ -206,7 +206,7 @@ void storeAttributes(xmlTextReader* reader, AttributeMap& attributes)
     const xmlNode* const element = xmlTextReaderCurrentNode(reader);
     const xmlAttr* attribute = element == nullptr ? nullptr : element->properties;
     for (; attribute != nullptr; attribute = attribute->next) {
-        // Mostly they come in order.
+        // The hint is right when the attributes are in alphabetical order.
         attributes.insert_or_assign(attributes.end(), asText(attribute->name),
                                     attribute->children == nullptr ? nullptr
                                                                    : attribute->children->content);

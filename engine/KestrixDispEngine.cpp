@@ -12,7 +12,7 @@ short KestrixDispEngine::ucHandle = 0;
 
 namespace {
 
-// The output of a document is mostly shorter than the document, in bytes.
+// Bytes reserved for the output, which is mostly shorter than the document.
 constexpr std::size_t kLeastRoomAtStart = 512;
 constexpr std::size_t kMostRoomAtStart = 64 * 1024;
 
@@ -76,8 +76,8 @@ std::string KestrixDispEngine::parse(std::string data, std::string devInfo,
         walkDocument(data, funcMapBegin, funcMapEnd, out);
         return std::string(reinterpret_cast<const char*>(out.data()), out.size());
     } catch (...) {
-        // Out of memory. No converted text is left on the handle: its converter helper takes the
-        // room for the result before it hands a text in.
+        // Memory is exhausted: the result is empty. The handle holds no converted text, because
+        // appendConvertedText allocates the room for it before it calls the converter.
         return {};
     }
 }

@@ -47,7 +47,7 @@ public:
     static constexpr char TAG_CLOCK[] = "clock";
     static constexpr char TAG_COMMAND[] = "command";
 
-    static constexpr char LANG_DEFAULT[] = "en";  // in force at the start of every document
+    static constexpr char LANG_DEFAULT[] = "en";  // the language at the start of every document
     static constexpr int LANG_BUF_LEN = 32;       // bytes of the language buffer, with terminator
     static constexpr int TAG_BUF_LEN = 32;        // for callers that keep element names
 
@@ -75,8 +75,8 @@ public:
     //          INT_MAX. Of a malformed document the bytes up to the error. Where memory runs out
     //          the result may be empty, end early, or lack a text; commands are whole all the same
     //
-    // Every document starts in the language "en". Nothing of one parse shows in another
-    // but the code table in force, which the converter keeps.
+    // Every document starts in the language "en". One thing outlives a document: the handle's
+    // current code table, which the next text on the handle need not select again.
     std::string parse(std::string data, std::string devInfo, std::string setting) noexcept;
 
     // Whether funcMap holds key, by content. False for null.

@@ -1,9 +1,13 @@
-// Tags cannot be found in a document's bytes: in several encodings the bytes of "<" and of quotes
-// occur inside other characters. So the document is decoded as the reader does it, by the same
-// functions. In UTF-8 a well-formed tag ends before the next "<", and 4097 attributes take more
-// than 20 KB. So nearly all tags are passed over by looking for the next "<"; only those with none
-// for 20 KB are looked through. Where a document is not well-formed, the reader stops before
-// anything that could be mistaken here.
+// How the limits are found without slowing down ordinary documents:
+//
+// 1. Tags cannot be found in the raw bytes, because in several encodings the bytes of "<" and of
+//    quotes occur inside other characters: in ISO-2022-JP 3C 21 is a kanji, not "<!". So the
+//    document is decoded to UTF-8 first, by the same libxml2 functions that the reader uses.
+// 2. In UTF-8 a well-formed tag has no "<" after its first byte, and 4097 attributes take more than
+//    20 KB. So the scan jumps from "<" to "<" and looks into a tag only if the next "<" is more
+//    than 20 KB away.
+// 3. A document that is not well-formed may be cut at the wrong place by this. That changes
+//    nothing: the reader stops before that place.
 #include "engine/MarkupLimits.h"
 
 #include <algorithm>
@@ -44,7 +48,7 @@ Context contextFor(std::string_view text)
     return context;
 }
 
-// The reader says what is wrong with a document; this look at it does not.
+// Silences libxml2 while it lives: the reader reports what is wrong with a document, once.
 class Silence {
 public:
     Silence()
@@ -173,9 +177,9 @@ xmlEntity* countParameterEntity(void* context, const xmlChar* name)
     return entity;
 }
 
-// The size of a document type with all that its parameter entities stand for. They may refer to
-// each other, so that a few hundred bytes stand for gigabytes; then the size is any above the
-// limit.
+// The size of a document type with its parameter entities replaced at each reference. Entities may
+// refer to each other, so that a few hundred bytes become gigabytes; above the limit the result is
+// only known to be above it.
 std::size_t expandedSize(std::string_view type)
 {
     std::size_t size = type.size();
@@ -249,8 +253,9 @@ Excess firstExcess(std::string_view text)
     return {DocumentEnd::wellFormed, text.size()};
 }
 
-// How much of the document decodes to no more than so many bytes. Up to a step less: the excess of
-// a tag is far from its beginning, and nothing stands before a document type.
+// The length of the document's beginning that decodes to at most decodedLength bytes, or up to a
+// step less. That is exact enough: a tag exceeds a limit far from its own beginning, and a document
+// type is preceded by nothing that is shown.
 std::size_t encodedLength(std::string_view data, std::size_t decodedLength)
 {
     constexpr std::size_t step = 1024;

@@ -1,8 +1,8 @@
 // The list of elements, the making of their parsers, and who owns parsers and converter handles.
 //
-// One parser may stand in the maps of several engines, and one handle too, after the maps of one
-// engine have been assigned to another. They then belong to these engines together: a parser is
-// deleted, a handle closed, when the last live engine that holds it dies or gives it up.
+// After the maps of one engine have been assigned to another, both engines hold the same parsers
+// and handles. These then belong to both: a parser is deleted, a handle closed, when the last live
+// engine that holds it dies or gives it up.
 #pragma once
 
 #include "engine/KestrixDispEngine.h"

@@ -34,7 +34,7 @@ struct compare {
 // Attribute name -> value: NUL-terminated UTF-8, or null for an attribute with no value at all.
 // Owns neither; both stay valid for one subParse call. The collected text of "text", "marquee" and
 // "command" is the value of TagParser::CONTENT. A map of the same type, with the one entry "lang",
-// is the document's state: it points at the writable 32-byte buffer of the language in force.
+// is the document's state: it points at the writable 32-byte buffer of the document's language.
 using AttributeMap = std::map<const char*, unsigned char*, compare>;
 
 // The command bytes of a document. Parsers only append at the end.
@@ -121,9 +121,9 @@ public:
     static void littleEndianUShort(unsigned char* dst, unsigned short value);
     static void littleEndianUInt(unsigned char* dst, unsigned int value);
 
-    // Makes lang the language in force where it crosses the border between Japanese and all other
-    // languages, and appends the switch: 1B 74 00, then 1B 52 08 (to Japanese) or 1B 52 00 (back).
-    // On the same side of the border nothing is appended and the language stays as it is.
+    // Makes lang the document's language if one of the two is Japanese and the other is not, and
+    // appends the switch: 1B 74 00, then 1B 52 08 (to Japanese) or 1B 52 00 (back). Otherwise
+    // nothing is appended and the language stays as it is.
     //
     // lang   NUL-terminated; stored as "ja" or cut to 31 bytes
     // state  holds "lang" with a writable buffer of 32 bytes
@@ -152,7 +152,7 @@ public:
     //          the room together with its terminator, or cannot be converted, or is null
     static int utf8tosjis(char* str, unsigned int count);
 
-    // One heap for all parsers, and, from C++20 on, a delete that needs no virtual destructor.
+    // All parsers come from the library's heap. From C++20 on, delete needs no virtual destructor.
     static void* operator new(std::size_t size);
     static void operator delete(void* memory) noexcept;  // for a constructor that throws
 #ifdef __cpp_lib_destroying_delete
@@ -169,8 +169,8 @@ protected:
     // Whether a value is exactly text.
     static bool equals(const unsigned char* value, const char* text);
 
-    // Decimal number in front of a value, read as by strtol: blanks and a sign in front accepted,
-    // anything behind ignored, 0 without digits. Saturates at the limits of 32 bits.
+    // The decimal number that a value begins with, read as by strtol: leading white space and a
+    // sign are accepted, the rest is ignored, no digits are 0. Saturates at the limits of 32 bits.
     static std::int32_t decimal(const unsigned char* value);
 
     // The only two ways a number narrows on its way into a command.

@@ -1,7 +1,7 @@
 // <text>: shows a text.
 //
 //   lang     language of the text; switches the display's character set   no switch
-//   x, y     position in front of the text, low 8 bits each, both needed   no positioning
+//   x, y     position of the text, low 8 bits each, both needed            no positioning
 //   reverse  "true" or "1": reverse display; anything else: off            off
 //   content  the characters to show, white space included                  nothing shown
 //

@@ -374,7 +374,7 @@ The methods call functions of the package C<KestrixDispEnginec>, which can be ca
     KestrixDispEngine_RuvoSetData(sHandle, pucData, ulDataLength)
     KestrixDispEngine_RuvoGetOutputData(sHandle, pucPrintData, pulLength)
 
-The variables are there too, with C<KestrixDispEngine_> in front of their names.
+The variables are there too, with C<KestrixDispEngine_> before their names.
 
 An engine is a hash tied to its inner pointer, C<tied %$engine>, which every function takes as well.
 After C<delete_KestrixDispEngine> both are TypeErrors. A pointer is a reference to a scalar with the

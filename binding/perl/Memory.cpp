@@ -4,8 +4,8 @@
 
 namespace {
 
-// The memory, behind its header. It belongs to the scalar that holds its address; a new thread's
-// copy of that scalar owns it too.
+// The memory, which follows its header. It belongs to the scalar that holds its address; a new
+// thread's copy of that scalar owns it too.
 struct alignas(std::max_align_t) Block {
     std::atomic<std::size_t> owners{1};
     std::size_t length = 0;

@@ -19,7 +19,7 @@ struct Outcome {
     const char* type = nullptr;  // of that argument
 };
 
-// The kind named in front of every message.
+// The kind of failure, with which every message begins.
 const char* kindOf(Problem problem);
 
 // Dies with exactly the message, which ends in a line feed. Takes the scalar over.

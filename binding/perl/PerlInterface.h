@@ -1,5 +1,5 @@
-// The one way to Perl's headers, behind everything else that the binding includes: they define
-// macros with ordinary names, and standard headers do not compile after them.
+// Perl's headers, included here only. This header must come after all others: Perl defines macros
+// with ordinary names, and standard headers do not compile after them.
 //
 // croak, and any Perl code that Perl runs for us (FETCH of a tied scalar, an overloaded operator),
 // may leave by longjmp. No object with a destructor may be alive then: what is kept across a call

@@ -8,7 +8,7 @@ SV* overloaded(pTHX_ SV* sv, int operation)
     if (!SvAMAGIC(sv)) {
         return nullptr;
     }
-    // Each of these stands in for the others. Perl dies if there is none.
+    // Perl uses each of these for the others where they are missing. Perl dies if there is none.
     constexpr std::string_view conversions[] = {"(\"\"", "(0+", "(bool"};
     for (const std::string_view name : conversions) {
         if (gv_fetchmeth_pvn(SvSTASH(SvRV(sv)), name.data(), name.size(), 0, 0) != nullptr) {

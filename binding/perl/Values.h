@@ -14,7 +14,7 @@
 template <class Integer>
 Problem toInteger(pTHX_ SV* sv, Integer& value);
 
-// The bytes of a string as Perl holds them, whatever its UTF-8 flag, and a NUL behind them.
+// The bytes of a string as Perl holds them, whatever its UTF-8 flag, followed by a NUL.
 struct Bytes {
     const char* start = nullptr;
     STRLEN length = 0;

@@ -21,7 +21,7 @@ template <std::size_t size>
 void store(pTHX_ SV* sv, const char (&value)[size])
 {
     sv_setpvn(sv, value, size - 1);
-    SvUTF8_off(sv);  // left behind by an assignment that failed
+    SvUTF8_off(sv);  // set by an assignment that failed
 }
 
 template <const auto& member>
