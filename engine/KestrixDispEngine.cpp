@@ -62,10 +62,8 @@ KestrixDispEngine::~KestrixDispEngine()
     closeHandles(ucHandleMap);
 }
 
-// NOLINTBEGIN(performance-unnecessary-value-param): the signature is fixed
 std::string KestrixDispEngine::parse(std::string data, std::string devInfo,
                                      std::string setting) noexcept
-// NOLINTEND(performance-unnecessary-value-param)
 {
     try {
         if (!selectHandle(ucHandleMap, devInfo, setting) || data.size() > INT_MAX) {

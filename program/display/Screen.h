@@ -74,6 +74,7 @@ struct Screen {
 
     const Cell& cell(int column, int line) const
     {
-        return cells[static_cast<std::size_t>(line * size.columns + column)];
+        const int index = line * size.columns + column;
+        return cells[static_cast<std::size_t>(index)];
     }
 };
