@@ -42,56 +42,65 @@ bool FixedSection::open(std::string_view line)
 {
     const bool isHeader = line.starts_with(m_header);
     if (isHeader) {
-        m_seen = true;
-        m_broken = false;
+        m_state = State::reading;
         m_lastLine = m_file.lineNumber();
     }
     return isHeader;
 }
 
-bool FixedSection::read(std::string_view line)
+FixedSection::Reading FixedSection::read(std::string_view line)
 {
     m_lastLine = m_file.lineNumber();
     const bool hasBracket = holdsBracket(line);
-    if (m_broken) {
-        if (!hasBracket && !m_section.check(line)) {
-            m_file.fault([&] { return noKeyOf(m_header, line); });
+    if (m_state == State::checking) {
+        if (hasBracket) {
+            m_state = State::ended;
+            return Reading::endedBefore;
         }
-        return !hasBracket;
+        checkLine(line);
+        return Reading::goesOn;
     }
     const KeyValueSection::Line result = m_section.read(line);
     if (result == KeyValueSection::Line::stored) {
-        return true;
+        return Reading::goesOn;
     }
     if (result == KeyValueSection::Line::noKey && !hasBracket) {
-        m_error = true;
+        m_invalid = true;
         m_file.fault([&] { return noKeyOf(m_header, line); });
     }
-    m_broken = (m_file.listener() != nullptr) && !hasBracket;
-    return m_broken;
+    m_state = hasBracket ? State::ended : stateAfterFault();
+    return m_state == State::checking ? Reading::goesOn : Reading::endsHere;
 }
 
 void FixedSection::noteUnreadHeader(std::string_view line)
 {
-    if (!m_seen && m_lastLine == 0 && line.starts_with(m_header)) {
+    if (m_state == State::unseen && line.starts_with(m_header)) {
+        m_state = State::missed;
         m_lastLine = m_file.lineNumber();
     }
 }
 
 void FixedSection::requireComplete()
 {
-    m_error = m_error || !m_section.complete();
+    m_invalid = m_invalid || !m_section.complete();
     tellMissingKeys();
 }
 
 bool FixedSection::finish()
 {
-    if (m_seen) {
-        tellMissingKeys();
-    } else {
-        m_file.faultAt(m_lastLine, [&] { return notFound(m_header, m_lastLine > 0); });
+    if (!seen()) {
+        m_file.faultAt(m_lastLine, [&] { return notFound(m_header, m_state == State::missed); });
+        return false;
     }
-    return m_seen && !m_error && m_section.complete();
+    tellMissingKeys();
+    return !m_invalid && m_section.complete();
+}
+
+void FixedSection::checkLine(std::string_view line)
+{
+    if (!m_section.check(line)) {
+        m_file.fault([&] { return noKeyOf(m_header, line); });
+    }
 }
 
 void FixedSection::tellMissingKeys()
@@ -114,35 +123,34 @@ bool NumberedSections::open(std::string_view line, bool mayStart)
     if (line.starts_with(m_prefix + "]")) {
         fault([&] { return m_prefix + "] has no number"; });
     }
-    if (!mayStart || m_over || !line.starts_with(header())) {
+    if (!mayStart || over() || !line.starts_with(header())) {
         return false;
     }
-    m_seen = true;
+    m_state = State::reading;
     return true;
 }
 
 bool NumberedSections::read(std::string_view line, int count)
 {
     m_lastLine = m_file.lineNumber();
-    bool goesOn = false;
     switch (m_section.read(line)) {
     case KeyValueSection::Line::stored:
-        return true;
+        break;
     case KeyValueSection::Line::rejected:
         m_invalid = true;
-        goesOn = (m_file.listener() != nullptr);
+        m_state = stateAfterFault();
         break;
     case KeyValueSection::Line::noKey:
-        goesOn = readHeader(line, count);
+        m_state = endSection(line, count == 0 ? int{kMaxTables} : count);
         break;
     }
-    m_over = !goesOn;
-    return goesOn;
+    return !over();
 }
 
 void NumberedSections::noteUnreadHeader(std::string_view line)
 {
-    if (!m_seen && m_lastLine == 0 && line.starts_with(m_prefix)) {
+    if (m_state == State::unseen && line.starts_with(m_prefix)) {
+        m_state = State::missed;
         m_lastLine = m_file.lineNumber();
     }
 }
@@ -151,13 +159,14 @@ void NumberedSections::end()
 {
     requireKeys();
     ++m_number;
+    m_state = State::over;
 }
 
 bool NumberedSections::finish(int count, bool due)
 {
-    if (!m_seen && due) {
-        m_file.faultAt(m_lastLine, [&] { return notFound(header(), m_lastLine > 0); });
-    } else if (m_seen && m_number <= count && m_wrongNumber == 0) {
+    if (!seen() && due) {
+        m_file.faultAt(m_lastLine, [&] { return notFound(header(), m_state == State::missed); });
+    } else if (seen() && m_number <= count && m_wrongNumber == 0) {
         m_file.faultAt(m_lastLine, [&] {
             return header() + " is due here at the latest, as " + quoted(m_countKey) + " is " +
                    std::to_string(count);
@@ -190,40 +199,39 @@ bool NumberedSections::requireKeys()
     return false;
 }
 
-bool NumberedSections::readHeader(std::string_view line, int count)
+// A line without a key: ends the section that is read, and may be the header of the next one.
+NumberedSections::State NumberedSections::endSection(std::string_view line, int count)
 {
-    if (count == 0) {  // [Common] lacks it
-        count = kMaxTables;
-    }
     if (!holdsBracket(line) && (!m_section.complete() || m_number < count)) {
         fault([&] { return noKeyOf(header(), line); });
-        return m_file.listener() != nullptr;
+        return stateAfterFault();
     }
-    if (!requireKeys() && (m_file.listener() == nullptr)) {
-        return false;
+    if (!requireKeys() && stateAfterFault() == State::over) {
+        return State::over;
     }
     ++m_number;
-    if (m_number > count) {
-        return false;
-    }
+    return m_number > count ? State::over : startSection(line);
+}
+
+// Starts the section that is due. After a wrong number the next headers may count on from it.
+NumberedSections::State NumberedSections::startSection(std::string_view line)
+{
+    State next = State::reading;
     if (!line.starts_with(header())) {
         if (!line.starts_with(m_prefix)) {
-            return false;
+            return State::over;
         }
-        // Behind a wrong number the sections may count on from it.
         const int number = numberIn(line);
-        if (m_wrongNumber == 0 || number != m_wrongNumber + 1) {
-            fault([&] { return quoted(line) + " stands where " + header() + " is due"; });
-            if (m_file.listener() == nullptr) {
-                return false;
-            }
-            m_wrongNumber = number;
-        } else {
+        if (m_wrongNumber != 0 && number == m_wrongNumber + 1) {
             m_number = number;
+        } else {
+            fault([&] { return quoted(line) + " stands where " + header() + " is due"; });
+            m_wrongNumber = number;
+            next = stateAfterFault();
         }
     }
     m_section.start(static_cast<std::size_t>(m_number) - 1);
-    return true;
+    return next;
 }
 
 // The number in a header of the part; 0 when there is none that can be.

@@ -11,6 +11,25 @@
 namespace ruvo {
 
 // A section with a fixed header: [Settings], [LOG] or [Common].
+//
+// State     Event                              Action                            Next state
+// --------  ---------------------------------  --------------------------------  ----------
+// unseen    a line that nothing reads and      keep its number for the message   missed
+//           that is the header
+// unseen,   the header where it may be         -                                 reading
+// missed,
+// ended
+// reading   a key with a good value            store the value                   reading
+//           a key with a bad value, no "["     fault, the key counts as unset    checking *
+//           a key with a bad value and "["     fault, the key counts as unset    ended
+//           no key and no "["                  fault, the section is invalid     checking *
+//           no key but "["                     -                                 ended
+// checking  no "["                             a fault if a rule is broken       checking
+//           "["                                -                                 ended
+// any       end of file                        fault if the header never came    the same
+//                                              or keys are missing
+//
+// * ended without a listener: the open stops at the first fault of the section.
 class FixedSection {
 public:
     FixedSection(std::string header, std::span<const SectionKey> keys, SectionTarget target,
@@ -19,14 +38,16 @@ public:
     // Opens the section when the line is its header.
     bool open(std::string_view line);
 
-    // Reads a line inside the section. False when the line ends it. For a listener the lines behind
-    // a fault that has ended it are checked on, up to one with "[".
-    bool read(std::string_view line);
+    enum class Reading {
+        goesOn,
+        endsHere,     // the line ends the section
+        endedBefore,  // a fault had ended it; the lines up to this one have only been checked
+    };
 
-    // The line that read refused has not ended the section: a fault in front of it has.
-    bool endedBefore() const { return m_broken; }
+    // Reads a line inside the section.
+    Reading read(std::string_view line);
 
-    // Takes notice of a line in no section.
+    // If the line, which no section reads, is the header, remembers its number for the message.
     void noteUnreadHeader(std::string_view line);
 
     // Every key must be set where the section ends: a later section of the same name cannot help.
@@ -35,25 +56,49 @@ public:
     // The file has ended. Returns whether the section is valid.
     bool finish();
 
-    bool seen() const { return m_seen; }
+    bool seen() const { return m_state != State::unseen && m_state != State::missed; }
 
 private:
+    enum class State { unseen, missed, reading, checking, ended };
+
+    State stateAfterFault() const
+    {
+        return m_file.listener() != nullptr ? State::checking : State::ended;
+    }
+    void checkLine(std::string_view line);
     void tellMissingKeys();
 
     std::string m_header;
     KeyValueSection m_section;
     const ReportingFile& m_file;
-    std::size_t m_lastLine = 0;  // in the section, or the one that ended it
-    bool m_seen = false;
-    bool m_error = false;
-    bool m_broken = false;  // ended by a fault, checked on
+    State m_state = State::unseen;
+    std::size_t m_lastLine = 0;  // the last line of the section, the one that ended or missed it
+    bool m_invalid = false;      // by a fault that no later section of the name makes up for
 };
 
-// A part made of sections [<name>1], [<name>2] and so on: the tables or the character sets.
+// A part of a file made of sections [<name>1], [<name>2] and so on: the tables or the sets.
 //
-//   waiting --[<name>1]--> reading --a line that is no next section--> over
+// State    Event                              Action                              Next state
+// -------  ---------------------------------  ----------------------------------  ----------
+// unseen   a line that nothing reads and      keep its number for the message     missed
+//          that is a header of the part
+// unseen,  [<name>1] where the part may       -                                   reading
+// missed   begin
+// reading  a key with a good value            store the value                     reading
+//          a key with a bad value             fault                               reading *
+//          no key, no "[", and keys or        fault                               reading *
+//          sections are left to come
+//          the header that is due             fault * for missing keys, number+1  reading
+//          another header of the part, no     fault for missing keys and for the  reading *
+//          section's turn                     number
+//          the header that continues a        fault * for missing keys, number    reading
+//          wrong number                       is the header's
+//          another line, or no section left   fault for missing keys, number+1    over
+//          end of file                        fault for missing keys, number+1    over
+// others   [<name>] in no other section       fault                               the same
 //
-// A fault ends the part too. For a listener the part goes on: the file is invalid whatever comes.
+// * over without a listener. Every fault makes the part invalid. It is invalid, too, when the file
+// ends before the number has passed the last section.
 class NumberedSections {
 public:
     // countKey is the key that tells how many sections there are.
@@ -61,30 +106,34 @@ public:
                      std::span<const SectionKey> keys, SectionTarget target,
                      const ReportingFile& file);
 
-    // Tests a line outside all sections. True when it opens the part, which it can only when the
-    // part before it has been read.
+    // Tests a line outside all sections. True when it opens the part, which it can only where the
+    // part may start: after the end of the part before it.
     bool open(std::string_view line, bool mayStart);
 
-    // Reads a line inside the part, which is to have `count` sections. False when the line ends
-    // the part.
+    // Reads a line inside the part, which is to have `count` sections; 0 when [Common] does not
+    // tell. False when the line ends the part.
     bool read(std::string_view line, int count);
 
-    // Takes notice of a line in no section.
+    // If the line, which no section reads, is a header of the part, remembers its number for the
+    // message.
     void noteUnreadHeader(std::string_view line);
 
     // The file ends inside the part.
     void end();
 
-    // The file has ended. Returns whether the part is valid. `due`: it was its turn.
+    // The file has ended. Returns whether the part is valid. `due`: the part before this one has
+    // been seen, so that a fault tells when this one is missing.
     bool finish(int count, bool due);
 
-    bool seen() const { return m_seen; }
-    bool over() const { return m_over; }
+    bool seen() const { return m_state == State::reading || over(); }
+    bool over() const { return m_state == State::over; }
 
-    // The sections that are to be, for a message.
+    // The headers that the part is to have, for a message.
     std::string range(int count) const;
 
 private:
+    enum class State { unseen, missed, reading, over };
+
     std::string header() const { return m_prefix + std::to_string(m_number) + "]"; }
 
     template <class MakeWords>
@@ -94,19 +143,23 @@ private:
         m_file.fault(makeWords);
     }
 
+    State stateAfterFault() const
+    {
+        return m_file.listener() != nullptr ? State::reading : State::over;
+    }
+    State endSection(std::string_view line, int count);
+    State startSection(std::string_view line);
     bool requireKeys();
-    bool readHeader(std::string_view line, int count);
     int numberIn(std::string_view line) const;
 
     std::string m_prefix;
     const char* m_countKey;
     KeyValueSection m_section;
     const ReportingFile& m_file;
-    std::size_t m_lastLine = 0;  // in the part, or the one that ended it
-    int m_number = 1;            // of the section that is read or looked for
-    int m_wrongNumber = 0;       // of the last header out of order
-    bool m_seen = false;
-    bool m_over = false;
+    State m_state = State::unseen;
+    std::size_t m_lastLine = 0;  // the last line of the part, the one that ended or missed it
+    int m_number = 1;            // of the section that is read or due
+    int m_wrongNumber = 0;       // of the last header out of order; 0 without one
     bool m_invalid = false;
 };
 

@@ -100,6 +100,195 @@ constexpr SectionKey kICSKeys[] = {
             nameInEntry<&DeviceInfo::astICS, &ICSEntry::szICSFileName>),
 };
 
+// HalvoSet.txt, line by line.
+//
+// The line that ends [Settings] may be the header of [LOG]; the line that ends [LOG] is dropped. A
+// line after a fault that has ended a section may be either header.
+class SettingsFileLines {
+public:
+    SettingsFileLines(HandleSettings& settings, const ReportingFile& file)
+        : m_settings("[Settings]", kSettingsKeys, {settings, nullptr, 0}, file),
+          m_log("[LOG]", kLogKeys, {settings, nullptr, 0}, file),
+          m_unread(file)
+    {
+    }
+
+    void read(std::string_view line)
+    {
+        m_state = next(line);
+        if (m_state == State::outside) {
+            tellUnread(line);
+        } else {
+            m_unread.endRow();
+        }
+    }
+
+    // The file has ended. Returns whether it is valid.
+    bool finish()
+    {
+        const bool settingsValid = m_settings.finish();
+        const bool logValid = m_log.finish();
+        return settingsValid && logValid;
+    }
+
+private:
+    enum class State { outside, settings, log };
+    using Reading = FixedSection::Reading;
+
+    State next(std::string_view line)
+    {
+        switch (m_state) {
+        case State::outside:
+            return openAny(line);
+        case State::settings:
+            switch (m_settings.read(line)) {
+            case Reading::goesOn:
+                return State::settings;
+            case Reading::endsHere:
+                return openLog(line);
+            case Reading::endedBefore:
+                return openAny(line);
+            }
+            break;
+        case State::log:
+            switch (m_log.read(line)) {
+            case Reading::goesOn:
+                return State::log;
+            case Reading::endsHere:
+                return State::outside;
+            case Reading::endedBefore:
+                return openAny(line);
+            }
+            break;
+        }
+        return State::outside;
+    }
+
+    State openAny(std::string_view line)
+    {
+        return m_settings.open(line) ? State::settings : openLog(line);
+    }
+
+    State openLog(std::string_view line) { return m_log.open(line) ? State::log : State::outside; }
+
+    void tellUnread(std::string_view line)
+    {
+        m_settings.noteUnreadHeader(line);
+        m_log.noteUnreadHeader(line);
+        m_unread.tell(line, [] { return "[Settings], [LOG]"; });
+    }
+
+    FixedSection m_settings;
+    FixedSection m_log;
+    UnreadLines m_unread;
+    State m_state = State::outside;
+};
+
+// The device information file, line by line.
+//
+// Its parts are [Common], the tables and the character sets. The line that ends a part may be the
+// first header of the next part; any other header in its place is dropped.
+class DeviceInfoFileLines {
+public:
+    DeviceInfoFileLines(HandleSettings& settings, DeviceInfo& deviceInfo, const ReportingFile& file)
+        : m_tableCount(settings.sMappingTableNumber),
+          m_setCount(deviceInfo.sInternalCharacterSetNumber),
+          m_common("[Common]", kCommonKeys, {settings, &deviceInfo, 0}, file),
+          m_tables("Table", "MappingTableNumber", kTableKeys, {settings, &deviceInfo, 0}, file),
+          m_sets("ICS", "InternalCharacterSetNumber", kICSKeys, {settings, &deviceInfo, 0}, file),
+          m_unread(file)
+    {
+    }
+
+    void read(std::string_view line)
+    {
+        m_state = next(line);
+        if (m_state == State::outside) {
+            tellUnread(line);
+        } else {
+            m_unread.endRow();
+        }
+    }
+
+    // The file has ended. Returns whether it is valid.
+    bool finish()
+    {
+        if (m_state == State::tables) {
+            m_tables.end();
+        } else if (m_state == State::sets) {
+            m_sets.end();
+        }
+        const bool commonValid = m_common.finish();
+        const bool tablesValid = m_tables.finish(m_tableCount, m_common.seen());
+        const bool setsValid = m_sets.finish(m_setCount, m_tables.seen());
+        return commonValid && tablesValid && setsValid;
+    }
+
+private:
+    enum class State { outside, common, tables, sets };
+
+    State next(std::string_view line)
+    {
+        switch (m_state) {
+        case State::outside:
+            // After the tables a [Common] is out of order, a line like any other.
+            return !m_tables.over() && m_common.open(line) ? State::common : openTables(line);
+        case State::common:
+            if (m_common.read(line) == FixedSection::Reading::goesOn) {
+                return State::common;
+            }
+            m_common.requireComplete();
+            m_commonRead = true;
+            return openTables(line);
+        case State::tables:
+            return m_tables.read(line, m_tableCount) ? State::tables : openSets(line, true);
+        case State::sets:
+            return m_sets.read(line, m_setCount) ? State::sets : State::outside;
+        }
+        return State::outside;
+    }
+
+    State openTables(std::string_view line)
+    {
+        return m_tables.open(line, m_commonRead) ? State::tables : openSets(line, m_tables.over());
+    }
+
+    State openSets(std::string_view line, bool mayStart)
+    {
+        return m_sets.open(line, mayStart) ? State::sets : State::outside;
+    }
+
+    void tellUnread(std::string_view line)
+    {
+        m_common.noteUnreadHeader(line);
+        m_tables.noteUnreadHeader(line);
+        m_sets.noteUnreadHeader(line);
+        m_unread.tell(line, [this] {
+            return "[Common], " + m_tables.range(m_tableCount) + ", " + m_sets.range(m_setCount);
+        });
+    }
+
+    const std::int16_t& m_tableCount;  // 0 before [Common] tells them
+    const std::int16_t& m_setCount;
+    FixedSection m_common;
+    NumberedSections m_tables;
+    NumberedSections m_sets;
+    UnreadLines m_unread;
+    State m_state = State::outside;
+    bool m_commonRead = false;
+};
+
+// Gives every content line of an open file to `lines`. Returns whether the file is valid.
+template <class Lines>
+bool readLines(ReportingFile& file, Lines lines)
+{
+    std::string_view line;
+    while (file.next(kComment, line)) {
+        lines.read(line);
+    }
+    return lines.finish();
+}
+
 }  // namespace
 
 int Lutm_ModuleFileFullPath(const std::string& root, const std::string& id, std::string& modulePath)
@@ -136,54 +325,8 @@ short readSettingsFile(const std::string& modulePath, HandleSettings& settings,
             file.open(modulePath + "HalvoSet.txt", RUVO_SETTINGS_MISSING, RUVO_SETTINGS_INVALID)) {
         return status;
     }
-
-    const SectionTarget target{settings, nullptr, 0};
-    FixedSection settingsSection("[Settings]", kSettingsKeys, target, file);
-    FixedSection logSection("[LOG]", kLogKeys, target, file);
-    UnreadLines unread(file);
-
-    // The line that ends [Settings] may be the header of [LOG]; the one that ends [LOG] is dropped.
-    enum class State { outside, settings, log };
-    State state = State::outside;
-    const auto openAny = [&](std::string_view line) {
-        if (settingsSection.open(line)) {
-            return State::settings;
-        }
-        return logSection.open(line) ? State::log : State::outside;
-    };
-    std::string_view line;
-    while (file.next(kComment, line)) {
-        switch (state) {
-        case State::outside:
-            state = openAny(line);
-            break;
-        case State::settings:
-            if (settingsSection.read(line)) {
-                break;
-            }
-            if (settingsSection.endedBefore()) {
-                state = openAny(line);
-            } else {
-                state = logSection.open(line) ? State::log : State::outside;
-            }
-            break;
-        case State::log:
-            if (!logSection.read(line)) {
-                state = logSection.endedBefore() ? openAny(line) : State::outside;
-            }
-            break;
-        }
-        if (state == State::outside) {
-            settingsSection.noteUnreadHeader(line);
-            logSection.noteUnreadHeader(line);
-            unread.tell(line, [] { return "[Settings], [LOG]"; });
-        } else {
-            unread.endRow();
-        }
-    }
-    const bool settingsValid = settingsSection.finish();
-    const bool logValid = logSection.finish();
-    return settingsValid && logValid ? short{RUVO_OK} : short{RUVO_SETTINGS_INVALID};
+    const bool valid = readLines(file, SettingsFileLines(settings, file));
+    return valid ? short{RUVO_OK} : short{RUVO_SETTINGS_INVALID};
 }
 
 short readDeviceInfoFile(const std::string& name, HandleSettings& settings, DeviceInfo& deviceInfo,
@@ -194,73 +337,8 @@ short readDeviceInfoFile(const std::string& name, HandleSettings& settings, Devi
                                        RUVO_DEVICE_INFO_INVALID)) {
         return status;
     }
-
-    const SectionTarget target{settings, &deviceInfo, 0};
-    FixedSection common("[Common]", kCommonKeys, target, file);
-    NumberedSections tables("Table", "MappingTableNumber", kTableKeys, target, file);
-    NumberedSections sets("ICS", "InternalCharacterSetNumber", kICSKeys, target, file);
-    UnreadLines unread(file);
-
-    // The line that ends a part may be the first header of the next part, in the order [Common],
-    // tables, character sets; any other header in its place is dropped.
-    enum class State { outside, common, tables, sets };
-    State state = State::outside;
-    bool commonRead = false;
-    const auto openNext = [&](std::string_view line) {
-        if (tables.open(line, commonRead)) {
-            return State::tables;
-        }
-        return sets.open(line, tables.over()) ? State::sets : State::outside;
-    };
-    const auto order = [&] {
-        return "[Common], " + tables.range(settings.sMappingTableNumber) + ", " +
-               sets.range(deviceInfo.sInternalCharacterSetNumber);
-    };
-    std::string_view line;
-    while (file.next(kComment, line)) {
-        switch (state) {
-        case State::outside:
-            // Behind the tables a [Common] is out of order, a line like any other.
-            state = !tables.over() && common.open(line) ? State::common : openNext(line);
-            break;
-        case State::common:
-            if (!common.read(line)) {
-                common.requireComplete();
-                commonRead = true;
-                state = openNext(line);
-            }
-            break;
-        case State::tables:
-            if (!tables.read(line, settings.sMappingTableNumber)) {
-                state = sets.open(line, true) ? State::sets : State::outside;
-            }
-            break;
-        case State::sets:
-            if (!sets.read(line, deviceInfo.sInternalCharacterSetNumber)) {
-                state = State::outside;
-            }
-            break;
-        }
-        if (state == State::outside) {
-            common.noteUnreadHeader(line);
-            tables.noteUnreadHeader(line);
-            sets.noteUnreadHeader(line);
-            unread.tell(line, order);
-        } else {
-            unread.endRow();
-        }
-    }
-    if (state == State::tables) {
-        tables.end();
-    } else if (state == State::sets) {
-        sets.end();
-    }
-
-    const bool commonValid = common.finish();
-    const bool tablesValid = tables.finish(settings.sMappingTableNumber, common.seen());
-    const bool setsValid = sets.finish(deviceInfo.sInternalCharacterSetNumber, tables.seen());
-    return commonValid && tablesValid && setsValid ? short{RUVO_OK}
-                                                   : short{RUVO_DEVICE_INFO_INVALID};
+    const bool valid = readLines(file, DeviceInfoFileLines(settings, deviceInfo, file));
+    return valid ? short{RUVO_OK} : short{RUVO_DEVICE_INFO_INVALID};
 }
 
 }  // namespace ruvo
