@@ -1,10 +1,11 @@
 // make-profile: writes the complete device profile of the default display into one directory.
 //
-// The translation tables come from ICU's converters, the internal character sets from the national
-// characters that none of those tables holds, and the profile's UnicodeData.txt from the file that
-// the Unicode Character Database publishes under that name.
+// The translation tables come from ICU's converters. The internal character sets hold the national
+// characters that are in none of those tables. UnicodeData.txt comes from the file of that name of
+// the Unicode Character Database.
 
 #include "program/make-profile/make_profile_rows.h"
+#include "program/text/CharacterText.h"
 
 #include <unicode/uchar.h>
 #include <unicode/ucnv.h>
@@ -48,18 +49,9 @@ struct Options {
     fs::path unicodeData;
     fs::path out;
     std::string path = ".";  // the current directory of the program that opens the profile
-    // The profile has no such directory, so nothing is logged until somebody creates it.
+    // make-profile does not create this directory, and without it nothing is logged.
     std::string logPath = "log";
 };
-
-// Empty for what has no name: control characters, private use and unassigned code points.
-std::string characterName(char32_t character)
-{
-    char name[128];
-    UErrorCode status = U_ZERO_ERROR;
-    u_charName(static_cast<UChar32>(character), U_UNICODE_CHAR_NAME, name, sizeof name, &status);
-    return U_SUCCESS(status) ? name : "";
-}
 
 Table readTable(const CodePageRow& row)
 {
@@ -73,23 +65,23 @@ Table readTable(const CodePageRow& row)
     }
 
     Table table;
-    // A byte that acts on the display must not come out of text: the control bytes below 0x20 stay
-    // unmapped, and so do the bytes above, such as 7F, whose character is a control character.
+    // No text may send a control code to the display. So the bytes below 0x20 stay unmapped, and so
+    // do those that ICU maps to a control character, such as 0x7F.
     for (unsigned byte = 0x20; byte < table.size(); ++byte) {
         const char in = static_cast<char>(byte);
-        UChar out[2];  // a character of two units would not be one of a display
+        UChar out[2];  // longer results are ignored: a byte has one character, of one unit
         UErrorCode result = U_ZERO_ERROR;
         const int32_t length =
             ucnv_toUChars(converter.getAlias(), out, std::size(out), &in, 1, &result);
-        if ((U_SUCCESS(result) != 0) && length == 1 && !characterName(out[0]).empty()) {
+        if ((U_SUCCESS(result) != 0) && length == 1 && hasName(out[0])) {
             table[byte] = out[0];
         }
     }
     return table;
 }
 
-// A character of an internal set is never looked up in the tables and costs two switches, so a set
-// keeps only what no table holds. Adds the sets' characters to `held`.
+// The converter takes a character of a set always from the set, which costs two switches. So a set
+// gets only characters that are not in `held` yet. Adds them to `held`.
 std::vector<NationalSet> nationalSets(Characters& held)
 {
     std::vector<NationalSet> sets;
@@ -153,13 +145,13 @@ std::optional<char32_t> codePoint(std::string_view digits)
     return value;
 }
 
-// Whether a character's decomposition field belongs into the profile: as a pair of letter and mark
-// that composes to it, or as the spacing form of a mark (a formatting tag, U+0020 and the mark).
+// Whether the profile keeps the decomposition field of a character. Two forms are of use: a letter
+// and a mark, and the spacing form of a mark, which shows it on its own (a tag in "<>", U+0020 and
+// the mark; such as U+00B4 for U+0301).
 //
-// Composition takes the first row that begins like the text, a row of one component begins like
-// every text with that character, and a result that the display lacks is not taken back. So a row
-// is kept only when it leads to a character which the display holds; where there is none, the
-// letter keeps its own byte in front of whatever its mark becomes.
+// The display must hold the character, too. The converter takes the first row that fits the text
+// and does not take it back if the display lacks the result. Without that row the letter still goes
+// out by itself, followed by what becomes of the mark.
 bool keepsDecomposition(char32_t composed, const std::string& field, const Characters& held)
 {
     constexpr std::string_view kSpace = "0020";
@@ -176,7 +168,7 @@ bool keepsDecomposition(char32_t composed, const std::string& field, const Chara
     return (U_GET_GC_MASK(mark) & U_GC_M_MASK) != 0;
 }
 
-// Every line of the source; the decomposition field is emptied where it is not kept.
+// Reads every line of the source, and empties the decomposition fields that are not kept.
 UnicodeData readUnicodeData(const fs::path& source, const Characters& held)
 {
     constexpr int kDecompositionField = 5;
@@ -186,7 +178,7 @@ UnicodeData readUnicodeData(const fs::path& source, const Characters& held)
     int number = 0;
     for (std::string line; std::getline(in, line);) {
         ++number;
-        if (line.ends_with('\r')) {  // such as in the file of a profile
+        if (line.ends_with('\r')) {  // as in a file that make-profile wrote
             line.pop_back();
         }
         std::size_t begin = 0;
@@ -215,7 +207,7 @@ UnicodeData readUnicodeData(const fs::path& source, const Characters& held)
 std::string settingsText(const Options& options)
 {
     return "[Settings]\n"
-           "EncodeTypeDefault=3\n"      // UTF-8, which the markup engine passes
+           "EncodeTypeDefault=3\n"      // UTF-8, in which the engine hands texts over
            "MissingCharacterCode=63\n"  // a question mark
            "DeviceInfoPath=" +
            options.path +
@@ -258,8 +250,8 @@ std::string deviceText(const std::vector<NationalSet>& sets, int decompositions)
     return text.str();
 }
 
-// Ends every line in CR LF, which the readers of a profile expect. Writes under another name
-// first, so that nobody meets half a file.
+// Writes the text with CR LF at the end of each line, as the readers of a profile expect. Writes
+// under another name first, so that no reader finds half a file.
 void writeFile(const fs::path& file, const std::string& text)
 {
     const fs::path temporary = file.string() + ".tmp";
@@ -303,12 +295,13 @@ void makeProfile(const Options& options)
     }
     writeFile(options.out / "UnicodeData.txt", unicodeData.text);
     writeFile(options.out / "default", deviceText(sets, unicodeData.decompositions));
-    // Last, because without it the rest is no profile yet.
+    // The last file, as a folder without it is no profile.
     writeFile(options.out / "HalvoSet.txt", settingsText(options));
 }
 
-// A path becomes a value of HalvoSet.txt: one line, at most 200 characters, and without the keys
-// that are looked for in that line before "DeviceInfoPath".
+// Throws if a path cannot be a value of HalvoSet.txt, which is one line of at most 200 characters.
+// The reader finds keys anywhere in a line, so the path must not hold one that it looks for
+// earlier.
 void checkPath(std::string_view option, const std::string& path)
 {
     const bool fits = !path.empty() && path.size() <= 200 &&

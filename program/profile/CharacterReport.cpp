@@ -15,14 +15,14 @@
 namespace {
 
 struct Character {
-    std::optional<char32_t> codePoint;  // nothing for bytes that are no UTF-8
+    std::optional<char32_t> codePoint;  // nothing for malformed UTF-8
     std::string_view bytes;
 };
 
-// A base character with the marks behind it, or what else stands alone.
+// A character and the marks that follow it, or a character, mark or malformed byte on its own.
 using Cluster = std::vector<Character>;
 
-// How a character went out.
+// The byte of a character, the table selected for it, and the set if it came from one.
 struct SentCode {
     std::uint8_t byte = 0;
     std::uint8_t table = 0;
@@ -58,12 +58,13 @@ std::vector<Cluster> clusters(std::string_view text)
     return result;
 }
 
-// A switch in front of the character at a position.
+// A switch of table or set, sent before the character at the position.
 struct Switch {
     std::size_t position;
     std::uint8_t parameter;
 };
 
+// Reads the records of RuvoGetRawData: a position of four bytes, the lowest first, and a parameter.
 std::vector<Switch> switches(const std::vector<unsigned char>& records)
 {
     constexpr std::size_t kRecordSize = 5;
@@ -78,7 +79,7 @@ std::vector<Switch> switches(const std::vector<unsigned char>& records)
     return result;
 }
 
-// Converts a few characters and says how each of the display's characters goes out.
+// Converts a cluster. Returns a code for each character that is sent, which may be fewer.
 std::vector<SentCode> send(short handle, const Cluster& cluster)
 {
     std::string text;
@@ -106,7 +107,7 @@ std::vector<SentCode> send(short handle, const Cluster& cluster)
                 code.table = tableSwitch.parameter;
             }
         }
-        // Each character of a set has a switch of its own into the set, and one back behind it.
+        // Set switches come in pairs: into the set before a character, and back after it.
         const std::vector<Switch> setSwitches = switches(setRecords);
         for (std::size_t k = 0; k < setSwitches.size(); k += 2) {
             if (setSwitches[k].position == i) {
@@ -137,7 +138,7 @@ public:
             codePoints.append(plus) += codePointText(*character.codePoint);
             names.append(plus) += characterName(*character.codePoint);
             if (shown.empty() && isMark(character)) {
-                shown += "\u25CC";  // a dotted circle carries the mark
+                shown += "\u25CC";  // a dotted circle, to carry the mark
             }
             appendCharacter(shown, *character.codePoint);
         }
@@ -165,19 +166,15 @@ private:
                             (code.set ? m_tables.setHas(*code.set, code.byte, *sent)
                                       : m_tables.tableHas(code.table, code.byte, *sent));
         if (itself) {
-            return where + (shown == sent ? "" : ", where it is also " + named(*shown));
+            return where +
+                   (shown == sent ? "" : ", where it is also " + describedCharacter(*shown));
         }
         const bool missing = !code.set && code.byte == m_tables.missingCharacter();
         if (missing || !shown) {
             return "missing character, " + where;
         }
-        return (cluster.size() > 1 ? "composed to " : "spacing form ") + named(*shown) + ", " +
-               where;
-    }
-
-    static std::string named(char32_t character)
-    {
-        return codePointText(character) + " " + characterName(character);
+        return (cluster.size() > 1 ? "composed to " : "spacing form ") +
+               describedCharacter(*shown) + ", " + where;
     }
 
     const ProfileTables& m_tables;
@@ -192,7 +189,7 @@ std::string reportCharacters(std::string_view text, short handle, const ProfileT
     RuvoSetEncodeType(handle, RUVO_UTF8);
     for (const Cluster& cluster : clusters(text)) {
         const std::vector<SentCode> sent = send(handle, cluster);
-        // Marks that do not compose go out each by itself.
+        // If nothing was composed, each character has a line of its own.
         if (sent.size() == cluster.size() && cluster.size() > 1) {
             for (std::size_t i = 0; i < sent.size(); ++i) {
                 report += reporter.line({cluster[i]}, {sent[i]});

@@ -41,3 +41,13 @@ std::string characterName(char32_t character)
     u_charName(static_cast<UChar32>(character), U_EXTENDED_CHAR_NAME, name, sizeof name, &status);
     return U_SUCCESS(status) ? name : "";
 }
+
+bool hasName(char32_t character)
+{
+    return !characterName(character).starts_with('<');
+}
+
+std::string describedCharacter(char32_t character)
+{
+    return codePointText(character) + " " + characterName(character);
+}

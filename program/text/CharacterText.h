@@ -1,17 +1,23 @@
-// Characters as UTF-8 text that is safe to print.
+// Characters as UTF-8 text that is safe to print, and their names.
 #pragma once
 
 #include <string>
 
-// Appends a character. Control and format characters, which would act on a terminal, and code
-// points that are no characters become U+FFFD.
+// Appends a character. What is not printable becomes U+FFFD: control and format characters, which
+// would act on a terminal, and code points that are no characters.
 void appendCharacter(std::string& text, char32_t character);
 
-// A file's name or its text, control characters as "?".
+// A text in UTF-8, such as the name of a file, with "?" for each control character of ASCII.
 std::string printable(std::string text);
 
 // "U+0041".
 std::string codePointText(char32_t character);
 
-// "LATIN SMALL LETTER A", or the like of "<control-000A>" for a code point without a name.
+// "LATIN SMALL LETTER A"; for a code point without a name its kind and number, "<control-000A>".
 std::string characterName(char32_t character);
+
+// False for control characters, private use and unassigned code points.
+bool hasName(char32_t character);
+
+// "U+0041 LATIN CAPITAL LETTER A".
+std::string describedCharacter(char32_t character);
