@@ -1,4 +1,4 @@
-// kestrix-disp: the command line program around the library.
+// kestrix-disp: the command line program of the library.
 #include "program/commands/Commands.h"
 
 #include <CLI/CLI.hpp>
@@ -36,7 +36,7 @@ int run(int argc, char** argv)
     } catch (const CLI::ParseError& error) {
         if (const auto unknown = program.remaining(); !unknown.empty() && noneParsed(commands)) {
             std::cerr << "kestrix-disp: there is no command \"" << unknown.front()
-                      << "\"; run with --help for those there are\n";
+                      << "\"; --help lists the commands\n";
             return kUsage;
         }
         const int status = program.exit(error);

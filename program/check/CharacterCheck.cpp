@@ -25,7 +25,8 @@ std::string byteName(std::uint8_t byte)
     return text;
 }
 
-// One warning a file for all its entries with the same flaw, at the first of them.
+// Gathers the entries with one flaw. Gives one finding for each file, at the first such line, which
+// says how many lines of the file are alike.
 class EntryWarnings {
 public:
     void add(const ruvo::ProfilePlace& place, const std::string& words)
@@ -50,7 +51,7 @@ public:
 private:
     struct Group {
         std::set<std::size_t> lines;
-        std::string words;  // of the first one
+        std::string words;  // of the entry that was added first
     };
 
     std::map<std::string, Group> m_groups;
@@ -131,9 +132,9 @@ void CharacterCheck::checkSets()
                          name + " has no line in UnicodeData.txt, so it is never shown");
             continue;
         }
-        const ruvo::CharMapping inForce = m_tables.unicodeTable.icsMapping(info);
+        const ruvo::CharMapping used = m_tables.unicodeTable.icsMapping(info);
         const auto table = ofTables.find(entry.ulCodePoint);
-        if (inForce.ucCode != entry.ucCode || inForce.ucTableParam != entry.ucParam) {
+        if (used.ucCode != entry.ucCode || used.ucTableParam != entry.ucParam) {
             unused.add(placed.place, name + " is never shown with the byte " +
                                          byteName(entry.ucCode) +
                                          " of this set: the sets have it twice");
@@ -149,7 +150,7 @@ void CharacterCheck::checkSets()
 
 void CharacterCheck::checkBytes(TableFileKind kind)
 {
-    constexpr std::uint32_t firstC1 = 0x80;  // the second block of control characters
+    constexpr std::uint32_t firstC1 = 0x80;  // C1: the control characters U+0080 to U+009F
     constexpr std::uint32_t lastC1 = 0x9F;
     EntryWarnings commands;
     EntryWarnings exchanged;
@@ -182,11 +183,12 @@ void CharacterCheck::checkBytes(TableFileKind kind)
     }
     commands.tell(m_list);
     exchanged.tell(m_list);
-    twice.tell(m_list, Finding::Kind::note);  // so that look-alikes share a byte, perhaps
+    twice.tell(m_list, Finding::Kind::note);  // it may be meant: look-alikes share a byte
 }
 
-// Rows whose character is shown, or composes on to one that is, are in order. Of the others those
-// count that a text can lead to: a base alone, or with marks behind it.
+// A decomposition is of use if the display has its character, or if that composes with more marks
+// to a character that the display has. Warns of the others, unless no text composes to them: that
+// needs a row of one component, or of a character and a mark.
 void CharacterCheck::checkDecompositions(const DatabaseLines& lines)
 {
     const ruvo::DecompositionTable& decompositions = m_tables.decompTable;

@@ -1,5 +1,6 @@
-// Checks what the characters of a profile mean to each other. That is legal whatever it is, and so
-// gives warnings only.
+// Checks how the files of a profile fit together: characters that are never shown, bytes with two
+// meanings, decompositions that lead nowhere. All of that is legal, so it gives warnings and notes,
+// but no errors.
 #pragma once
 
 #include "converter/profile/HandleSettings.h"
@@ -11,23 +12,26 @@
 #include <map>
 #include <set>
 
-// The line of each code point in UnicodeData.txt; of one that is listed again the last.
+// Code point to line number in UnicodeData.txt; the last line of a code point listed twice.
 using DatabaseLines = std::map<std::uint32_t, std::size_t>;
 
-// Checks the lines of UnicodeData.txt. False when there is no such file.
+// Warns of lines of UnicodeData.txt that have no code point or are out of order, and fills `lines`.
+// Returns false if the file cannot be opened.
 bool checkDatabase(const ruvo::HandleSettings& settings, FindingList& list, DatabaseLines& lines);
 
 class CharacterCheck {
 public:
-    // Of a profile whose files have been read, with the entries that are in the list. All of it
-    // must stay.
+    // All three must outlive the check. `settings` and `tables` are those of a profile that has
+    // been read; `list` holds the entries of its files and gets the findings.
     CharacterCheck(const ruvo::HandleSettings& settings, const ruvo::CharacterTables& tables,
                    FindingList& list);
 
-    // The lines of the tables and sets.
+    // Checks the lines of the tables and sets.
     void checkEntries();
+    // `lines` are those that checkDatabase gives.
     void checkDecompositions(const DatabaseLines& lines);
 
+    // The number of characters that the display can show.
     std::size_t shownCharacters() const { return m_shown.size(); }
 
 private:

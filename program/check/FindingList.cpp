@@ -6,8 +6,8 @@
 
 namespace {
 
-// Findings of one kind in one file that are kept; the others are counted. A table has no more than
-// 256 lines that could be at fault, but a file of another kind in its place has any number.
+// So many findings of one kind are kept for each file; the rest are counted. A table has at most
+// 256 lines, but when another file is named in its place, any number of lines can be wrong.
 constexpr std::size_t kMaxFindings = 300;
 
 }  // namespace
@@ -95,7 +95,7 @@ void FindingList::add(Finding::Kind kind, const ruvo::ProfilePlace& place, const
 {
     m_files.emplace(place.path, m_files.size());
     Count& count = m_counts[{place.path, kind}];
-    // A file that serves several tables is read again.
+    // A file that serves several tables is read several times, but its findings count once.
     const bool told = count.findings < kMaxFindings
                           ? !m_kept.emplace(place.path, place.line, words).second
                           : place.line <= count.lastLine;

@@ -1,4 +1,4 @@
-// Collects what the readers of a profile tell.
+// Collects the findings and the values that the readers of a profile report.
 #pragma once
 
 #include "program/check/ProfileCheck.h"
@@ -14,7 +14,7 @@
 #include <utility>
 #include <vector>
 
-// Without needless "." and "..".
+// The path without superfluous "." and "..".
 std::string shownPath(const std::string& path);
 
 // A line of a table or set file.
@@ -33,8 +33,8 @@ public:
     void entryRead(const ruvo::ProfilePlace& place, ruvo::TableFileKind kind,
                    const ruvo::MapEntry& entry) override;
 
-    // A file without lines is told of at the place that names it: if several do, at each as the
-    // file is read for it, in this order.
+    // Remembers the place that names a file. A finding about the file as a whole is given at that
+    // place. If several places name the file, each read of it takes the next one, in this order.
     void nameFile(const std::string& path, const ruvo::ProfilePlace& place)
     {
         if (place.line > 0) {
@@ -45,10 +45,10 @@ public:
     void add(Finding::Kind kind, const ruvo::ProfilePlace& place, const std::string& words,
              short status = 0);
 
-    // The faults told so far are warnings: the file is valid all the same.
+    // Makes warnings of all errors so far: a later section made the file valid all the same.
     void lowerFaultsToWarnings();
 
-    // Where a key's value stands, of table or set `index`.
+    // Where a key's value was read; `index` is that of the table or set. Without one, line 0 of "".
     const ruvo::ProfilePlace& placeOf(std::string_view key, std::size_t index = 0) const;
 
     const std::vector<PlacedEntry>& entries(ruvo::TableFileKind kind) const
@@ -56,7 +56,7 @@ public:
         return kind == ruvo::TableFileKind::translation ? m_tableEntries : m_setEntries;
     }
 
-    // The findings, sorted.
+    // Gives the findings away, sorted by file, in the order of reading, and by line.
     std::vector<Finding> take();
 
 private:
@@ -68,7 +68,7 @@ private:
     std::vector<Finding> m_findings;
     std::map<std::string, std::deque<ruvo::ProfilePlace>> m_namedAt;
     std::set<std::tuple<std::string, std::size_t, std::string>> m_kept;  // path, line, words
-    std::map<std::string, std::size_t> m_files;  // number of each path in the order of reading
+    std::map<std::string, std::size_t> m_files;  // path to its place in the order of reading
     std::map<std::pair<std::string, Finding::Kind>, Count> m_counts;
     std::map<std::pair<std::string, std::size_t>, ruvo::ProfilePlace> m_values;
     std::vector<PlacedEntry> m_tableEntries;

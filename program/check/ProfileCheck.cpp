@@ -44,7 +44,7 @@ private:
 
     std::string m_directory;  // with "/" at its end
     std::string m_device;
-    std::string m_hostDirectory;  // where relative paths start: m_directory, or empty
+    std::string m_hostDirectory;  // "" or m_directory: relative paths start here
     FindingList m_list;
     ruvo::HandleSettings m_settings;
     ruvo::DeviceInfo m_deviceInfo;
@@ -87,10 +87,11 @@ CheckedProfile Checker::check()
     return m_result;
 }
 
-// What the characters mean to each other is known with a valid device information only.
+// Reads the tables, the sets and UnicodeData.txt. How they fit together is checked only if the
+// device information is valid.
 void Checker::checkCharacterFiles(bool deviceIsValid)
 {
-    // Room for all decompositions, to count them.
+    // The reader keeps no more rows than announced. To count them, announce more than there can be.
     const std::uint32_t announced = m_settings.ulDecompositionClassNumber;
     m_settings.ulDecompositionClassNumber = ruvo::kMaxCodePoint + 1;
     take(ruvo::readCharacterFiles(m_settings, m_deviceInfo, m_tables, &m_list));
@@ -109,13 +110,13 @@ void Checker::checkCharacterFiles(bool deviceIsValid)
     m_result.sets = static_cast<std::size_t>(m_deviceInfo.sInternalCharacterSetNumber);
     CharacterCheck check(m_settings, m_tables, m_list);
     check.checkEntries();
-    if (m_result.status == RUVO_OK) {  // a file at fault may have the characters
+    if (m_result.status == RUVO_OK) {  // else a file that was not read may have the characters
         check.checkDecompositions(lines);
     }
     m_result.characters = check.shownCharacters();
 }
 
-// The first fault decides the open.
+// An open gives the status of the first error, so later ones do not count.
 void Checker::take(short status)
 {
     if (m_result.status == RUVO_OK) {
@@ -182,7 +183,7 @@ void Checker::checkDeviceInfo()
                     "as a target it stands for one of them");
 }
 
-// Of tables that have a key's value in common.
+// Reports each table that has the same value of a key as an earlier one.
 template <class Value>
 void Checker::tellEqualTables(const std::string& key, Value ruvo::TableEntry::*value,
                               const std::string& what, Finding::Kind kind,
@@ -211,7 +212,8 @@ void Checker::nameFiles()
     }
 }
 
-// Of an invalid device information the files whose names are known.
+// Keeps the tables and sets of an invalid device information whose file names were read, so that
+// these files can be checked.
 void Checker::keepNamedFiles()
 {
     const auto tables =

@@ -27,11 +27,12 @@ std::string compilerLine(const Finding& finding);
 struct CheckedProfile {
     std::vector<Finding> findings;  // in the order of reading, of one file by line
     short status = 0;               // what an open gives, 0 for a handle
-    std::size_t tables = 0;
+    std::size_t tables = 0;         // these three are 0 if the device information is invalid
     std::size_t sets = 0;
     std::size_t characters = 0;
 };
 
-// Reads the profile in the folder of HalvoSet.txt for a device. A relative "DeviceInfoPath" starts
-// at the current directory as in an open, but at `directory` when only there is such a device.
+// Reads the profile of a device; `directory` is the folder of HalvoSet.txt. A relative
+// "DeviceInfoPath" starts at the current directory, as in an open, or at `directory` if the current
+// directory has no such device.
 CheckedProfile checkProfile(const std::string& directory, const std::string& device);

@@ -47,7 +47,7 @@ int check(const Options& options)
     return profile.status == RUVO_OK ? kDone : kWrongInput;
 }
 
-// An open drops other bytes of the name and refuses a longer one.
+// An open drops unprintable bytes of a name and refuses a longer name. "" for a good name.
 std::string deviceNameFault(const std::string& name)
 {
     const bool good = !name.empty() && name.size() <= 127 && std::ranges::all_of(name, [](char c) {
@@ -63,9 +63,9 @@ Command checkCommand(CLI::App& program)
     const auto options = std::make_shared<Options>();
     CLI::App* const arguments = program.add_subcommand(
         "check",
-        "Tells every fault of a device profile, and what in it is surely not meant, as "
-        "\"FILE:LINE: error: RULE (status CODE)\" or \"FILE:LINE: warning: ...\", and what "
-        "an open of it gives. Exit status 1 when it does not open");
+        "Reports every fault of a device profile, and what is legal but hardly meant, as "
+        "\"FILE:LINE: error: RULE (status CODE)\" or \"FILE:LINE: warning: ...\", and whether "
+        "the profile opens. The exit status is 1 if it does not");
     arguments->add_option("PROFILE-DIR", options->directory, "The folder that holds HalvoSet.txt")
         ->required()
         ->check([](const std::string& path) { return path.empty() ? "is empty" : ""; });

@@ -1,5 +1,5 @@
-// The commands of kestrix-disp. A new one is a file of its own, a line here and a line in
-// kestrix_disp.cpp.
+// The commands of kestrix-disp. A new one needs a file of its own, a line here and a line in
+// main.cpp.
 #pragma once
 
 #include <functional>
@@ -14,13 +14,13 @@ inline constexpr int kWrongInput = 1;
 inline constexpr int kUsage = 2;
 
 struct Command {
-    CLI::App* arguments;  // of the program, which owns it
-    // Carries the command out once its arguments have been read. Returns an exit status. An
-    // exception is wrong input, its text the message.
+    CLI::App* arguments;  // owned by the program's CLI::App
+    // Carries the command out; call it after the arguments have been parsed. Returns the exit
+    // status. A std::exception means kWrongInput, and its text is the message for the user.
     std::function<int()> run;
 };
 
-// Each adds its subcommand to the program.
+// Each adds its subcommand, with its options, to the program.
 Command renderCommand(CLI::App& program);
 Command explainCommand(CLI::App& program);
 Command previewCommand(CLI::App& program);

@@ -28,7 +28,7 @@ std::string readFile(const std::string& file)
                input != nullptr ? std::fread(block, 1, sizeof block, input) : 0) {
         bytes.append(block, count);
     }
-    // A folder opens, and fails when it is read.
+    // A folder can be opened, but not read.
     if ((input == nullptr) || std::ferror(input)) {
         throw std::runtime_error("cannot read " + file + ": " +
                                  std::generic_category().message(errno));

@@ -1,4 +1,4 @@
-// The files that commands read and write. "-" is the standard input or output. Failures are
+// Reading and writing whole files. "-" means the standard input or output. Failures throw
 // std::runtime_error with a message that names the file.
 #pragma once
 

@@ -17,7 +17,7 @@
 
 namespace {
 
-constexpr int kMaxSize = 255;  // what a command can address
+constexpr int kMaxSize = 255;  // a position in a command is one byte
 
 struct Options {
     StreamInput input;
@@ -40,13 +40,13 @@ std::string localTime()
                : "00:00";
 }
 
-// A range that does not describe itself in the help.
+// A range check without the text that CLI11 would add to the help.
 CLI::Validator within(int least, int most)
 {
     return CLI::Range(least, most).description("");
 }
 
-// "" for a time of the form HH:MM, and else what is wrong.
+// "" for a time of the form HH:MM, else a message.
 std::string checkTime(const std::string& time)
 {
     const auto number = [&](std::size_t at) { return (time[at] - '0') * 10 + time[at + 1] - '0'; };
@@ -106,11 +106,13 @@ Command previewCommand(CLI::App& program)
         ->type_name("N")
         ->capture_default_str();
     arguments
-        ->add_option("--clock", options->time, "Time that the clock shows; else the local time")
+        ->add_option("--clock", options->time,
+                     "Time that the clock shows; the local time if not given")
         ->check(checkTime)
         ->type_name("HH:MM");
-    arguments->add_flag("--sgr", options->sgr,
-                        "Show reverse by control sequences where the output is no terminal too");
+    arguments->add_flag(
+        "--sgr", options->sgr,
+        "Mark reverse and cursor by control sequences even if the output is no terminal");
     arguments
         ->add_option("--svg", options->svg, "Write an SVG picture, with marquee and blink moving")
         ->type_name("FILE");

@@ -13,14 +13,16 @@
 
 namespace {
 
-// Or what ends a line of a text file.
+// True for a character byte, TAB, CR or LF.
 bool isPrintable(char c)
 {
     return isText(static_cast<std::uint8_t>(c)) || c == '\n' || c == '\r' || c == '\t';
 }
 
-// XML begins with "<" and markup behind blanks and a byte order mark, and has no other control
-// codes. Two-byte encodings are known by the mark, or by "<" in two bytes.
+// A document begins with markup, after a byte order mark and white space, if any; unless it begins
+// with "<?xml", it must not hold control codes. One in UTF-16 begins with its byte order mark or
+// with
+// "<" in two bytes.
 bool isDocument(std::string_view bytes)
 {
     if (bytes.starts_with("\xFF\xFE") || bytes.starts_with("\xFE\xFF")) {
@@ -51,9 +53,10 @@ bool isDocument(std::string_view bytes)
 void StreamInput::addTo(CLI::App& arguments)
 {
     arguments
-        .add_option("FILE", file,
-                    "A command stream, raw or in hexadecimal, or a document; \"-\" or none is the "
-                    "standard input")
+        .add_option(
+            "FILE", file,
+            "A command stream, raw or in hexadecimal, or a document; \"-\", or no FILE, is the "
+            "standard input")
         ->type_name("");
     CLI::Option* const documentFlag =
         arguments.add_flag("--document", document, "FILE is a document, whatever it looks like");

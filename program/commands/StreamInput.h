@@ -1,4 +1,4 @@
-// The input of the commands that take a command stream, or a document to make one from.
+// The input of the commands that take a command stream, or a document that is rendered to one.
 #pragma once
 
 #include "program/profile/ProfileTables.h"
@@ -10,17 +10,18 @@
 struct StreamInput {
     std::string file = "-";
     ProfileOptions profile;
-    bool document = false;  // At most one of these is set; without one, the input tells.
+    bool document = false;  // At most one of these is set; without one, the input decides.
     bool hex = false;
     bool raw = false;
 
-    // FILE, the flags, and the profile's options.
+    // Adds FILE, the flags and the options that choose the profile.
     void addTo(CLI::App& arguments);
 
     // Reads the file, and renders it if it is a document. Throws std::runtime_error.
     CommandBytes readStream() const;
 
-    // The profile's tables, or those of no profile with a note on the standard error.
+    // The profile's tables. If the profile cannot be read, says so on the standard error and
+    // returns those of no profile, which know ASCII only.
     ProfileTables readTables() const;
 };
 

@@ -1,4 +1,4 @@
-// The dot matrices of characters: those of GNU Unifont, built in.
+// The dot matrices of characters, from GNU Unifont; they are built into the program.
 #pragma once
 
 #include <array>
@@ -7,10 +7,10 @@
 inline constexpr int kGlyphColumns = 8;
 inline constexpr int kGlyphRows = 16;
 
-// A byte a row from the top, its highest bit on the left.
+// One byte for each row, from the top; the highest bit is the leftmost dot.
 using DotMatrix = std::array<std::uint8_t, kGlyphRows>;
 
-// A hollow box for a character that is not one cell wide, or that the font lacks.
+// The glyph of a character; a hollow box if the font lacks it or has it two cells wide.
 const DotMatrix& glyph(char32_t character);
 
 constexpr bool isLit(const DotMatrix& dots, int column, int row)

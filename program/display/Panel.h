@@ -1,5 +1,5 @@
-// The looks of a drawn display: sizes, colours, and which dots are lit. Both kinds of pictures are
-// drawn from here. The unit of length is the pitch of the dots.
+// How a drawn display looks: sizes, colours, and which dots are lit. SVG and PNG share it. The unit
+// of length is the distance between the centres of two dots.
 #pragma once
 
 #include "program/display/Glyphs.h"
@@ -7,7 +7,8 @@
 
 namespace panel {
 
-// Between cells, and from the cells to the edge of the glass and on to the edge of the bezel.
+// The gaps between cells; then the distance from the cells to the edge of the glass, and from there
+// to the edge of the bezel.
 inline constexpr int kColumnGap = 1;
 inline constexpr int kLineGap = 3;
 inline constexpr int kGlassMargin = 6;
@@ -18,7 +19,7 @@ inline constexpr int kColumnPitch = kGlyphColumns + kColumnGap;
 inline constexpr int kLinePitch = kGlyphRows + kLineGap;
 
 inline constexpr double kDotSize = 0.9;
-inline constexpr double kGlowRadius = 1.2;  // standard deviation of the blur
+inline constexpr double kGlowRadius = 1.2;  // standard deviation of the Gaussian blur
 inline constexpr double kGlowStrength = 0.55;
 inline constexpr double kBezelCorner = 4.5;
 inline constexpr double kGlassCorner = 2;
@@ -34,7 +35,7 @@ inline constexpr Colour kGlassBottom{0x02, 0x08, 0x09};
 inline constexpr Colour kUnlit{0x0c, 0x20, 0x21};
 inline constexpr Colour kLit{0x6c, 0xff, 0xe2};
 
-// Of the lit dots, in percent of brightness.
+// The opacity of lit dots, 0 to 1, at a brightness in percent.
 constexpr double litOpacity(int brightness)
 {
     return 0.25 + 0.75 * brightness / 100;
@@ -60,7 +61,7 @@ constexpr int top(int line)
     return kBorder + line * kLinePitch;
 }
 
-// A cell's lit dots. The cursor changes the lowest row.
+// A cell's lit dots, after reverse. A cursor inverts the lowest row.
 inline DotMatrix litDots(const Cell& cell, bool cursor)
 {
     DotMatrix dots = glyph(cell.character);

@@ -16,7 +16,7 @@
 
 namespace {
 
-// Pixels a dot, unless the picture would have more pixels than this.
+// A dot is kPixels wide and high, or less, so that the picture has at most kMaxPixels.
 constexpr int kPixels = 6;
 constexpr std::int64_t kMaxPixels = 24'000'000;
 
@@ -69,7 +69,7 @@ void fillRoundRectangle(cairo_t* context, double inset, Size size, double corner
     cairo_fill(context);
 }
 
-// A cell's dots as a mask.
+// A mask of one cell's dots; `scale` is pixels for each dot.
 Surface dotMask(const DotMatrix& dots, int scale)
 {
     Surface mask = makeSurface(CAIRO_FORMAT_A8, kGlyphColumns * scale, kGlyphRows * scale);
@@ -106,7 +106,8 @@ private:
     std::map<DotMatrix, Surface> m_masks;
 };
 
-// A running mean over 2 * radius + 1 bytes of a line whose bytes are `stride` apart.
+// Replaces each byte of a line by the mean of the 2 * radius + 1 bytes around it. The bytes are
+// `stride` apart; `copy` is scratch room for `length` bytes.
 void blurLine(std::uint8_t* line, int length, std::ptrdiff_t stride, int radius,
               std::vector<std::uint8_t>& copy)
 {
@@ -127,7 +128,7 @@ void blurLine(std::uint8_t* line, int length, std::ptrdiff_t stride, int radius,
     }
 }
 
-// Three running means come close to a Gaussian blur. `deviation` in pixels.
+// Approximates a Gaussian blur by three running means. `deviation` is in pixels.
 void blur(const Surface& surface, double deviation)
 {
     constexpr int kPasses = 3;
@@ -149,7 +150,7 @@ void blur(const Surface& surface, double deviation)
     cairo_surface_mark_dirty(surface.get());
 }
 
-// The lit dots of the whole display as a mask.
+// A mask of the lit dots of the whole display.
 Surface litMask(const Screen& screen, int scale, MaskCache& masks)
 {
     Surface lit = makeSurface(CAIRO_FORMAT_A8, panel::width(screen.size) * scale,
@@ -197,7 +198,7 @@ cairo_status_t append(void* text, const unsigned char* bytes, unsigned length)
     try {
         static_cast<std::string*>(text)->append(reinterpret_cast<const char*>(bytes), length);
         return CAIRO_STATUS_SUCCESS;
-    } catch (const std::exception&) {  // which must not pass through the library
+    } catch (const std::exception&) {  // an exception must not pass through cairo
         return CAIRO_STATUS_NO_MEMORY;
     }
 }

@@ -1,5 +1,5 @@
-// What a display shows: made by VirtualDisplay, drawn by the drawings, which know nothing else.
-// Columns and lines count from 0 here.
+// What a display shows. VirtualDisplay makes it, and the drawings draw it without knowing anything
+// else. Columns and lines count from 0 here.
 #pragma once
 
 #include <cstddef>
@@ -47,9 +47,9 @@ struct Area {
 };
 
 struct Marquee {
-    Area area;  // one line
-    bool places = false;
-    int stepWait = 0;  // milliseconds
+    Area area;            // one line
+    bool places = false;  // true: format 2, places characters from the left; false: format 1, walks
+    int stepWait = 0;     // milliseconds, as is runWait
     int runWait = 0;
     int runs = 0;  // 0: for ever
     std::vector<Cell> text;
@@ -58,19 +58,19 @@ struct Marquee {
 struct DefinedWindow {
     unsigned number = 0;
     Area area;
-    std::string_view mode;  // "scrolls up"
+    std::string_view mode;  // in words, such as "scrolls up"
     bool selected = false;
 };
 
 struct Screen {
     Size size;
-    std::vector<Cell> cells;  // line by line, the clock and the front of the marquee among them
+    std::vector<Cell> cells;  // line by line, with the clock and the start of the marquee's text
     int brightness = 100;     // percent
-    int blink = 0;            // milliseconds on, and as many off; 0 does not blink
-    std::optional<Position> cursor;  // where one is shown
+    int blink = 0;            // milliseconds lit, and as many dark; 0: does not blink
+    std::optional<Position> cursor;  // nothing if no cursor is shown
     std::optional<Marquee> marquee;
     bool clock = false;
-    std::vector<DefinedWindow> windows;  // without the whole display
+    std::vector<DefinedWindow> windows;  // all but window 0, the whole display
 
     const Cell& cell(int column, int line) const
     {

@@ -10,9 +10,9 @@
 
 namespace {
 
-// Characters of a marquee that the picture shows, so that it stays small.
+// At most so many characters of a marquee are drawn, so that the picture stays small.
 constexpr std::size_t kMaxMarquee = 400;
-// A step without a wait, in milliseconds: no picture moves faster.
+// In milliseconds; a shorter wait between steps is drawn as this one.
 constexpr int kShortestStep = 20;
 
 std::string number(double value)
@@ -35,7 +35,7 @@ std::string colour(panel::Colour colour)
     return text;
 }
 
-// name="value", with a blank in front.
+// ' name="value"', with the leading blank.
 std::string attribute(std::string_view name, const std::string& value)
 {
     return " " + std::string(name) + "=\"" + value + "\"";
@@ -57,7 +57,7 @@ std::string escaped(std::string_view text)
         case '<':
             result += "&lt;";
             break;
-        case '>':  // "]]>" must not stand in a text
+        case '>':  // XML allows no "]]>" in a text
             result += "&gt;";
             break;
         default:
@@ -82,7 +82,7 @@ std::string rectangle(double inset, Size size, double corner, std::string_view r
            std::string(rest) + "/>\n";
 }
 
-// The lit dots of a cell as strokes of no length, whose round ends are the dots.
+// An SVG path of a cell's lit dots: strokes of length 0, whose round ends are the dots.
 std::string dotPath(const DotMatrix& dots)
 {
     std::string path;
@@ -101,11 +101,11 @@ std::string dotPath(const DotMatrix& dots)
     return path;
 }
 
-// Each pattern of dots that the picture needs, once.
+// The dot patterns of a picture. Each is defined once, and shown by reference.
 class Patterns {
 public:
-    // An element that shows a pattern with its cell's corner at x, y; empty for a dark one.
-    // `rest`: more attributes and the content.
+    // An element that shows a pattern with its cell's top left corner at x, y; "" if no dot is lit.
+    // `attributes` and `content` are added to the element as they are.
     std::string use(const DotMatrix& dots, int x, int y, const std::string& attributes = "",
                     const std::string& content = "")
     {
@@ -128,7 +128,7 @@ private:
     std::string m_definitions;
 };
 
-// All dots of all cells, from one row of them.
+// All dots of all cells, unlit. One line of cells is defined, and repeated for each line.
 std::string unlitDots(Size size)
 {
     DotMatrix all;
@@ -145,14 +145,16 @@ std::string unlitDots(Size size)
     return text + "</g>\n";
 }
 
-// The times of an animation: what is shown changes at each of them.
+// A discrete animation: a list of times, and the value that an attribute gets at each.
 class Animation {
 public:
+    // `milliseconds` is the length of one run; 0 runs: for ever.
     Animation(std::string attributes, double milliseconds, int runs)
         : m_attributes(std::move(attributes)), m_length(milliseconds), m_runs(runs)
     {
     }
 
+    // Sets the value from this time on. Times must ascend, from 0; those past the run are dropped.
     void at(double milliseconds, const std::string& value)
     {
         if (milliseconds >= m_length && !m_values.empty()) {
@@ -191,8 +193,8 @@ struct MarqueeTimes {
     }
 };
 
-// The text moves one cell a step, from where its first character comes in at the right edge until
-// its last one has gone. Without animation it stands with its front at the left edge.
+// Format 1: the text moves left by one cell a step. It begins with its first character in the last
+// column, and ends when its last character has left. A viewer without animation shows its start.
 std::string walkingText(const Marquee& marquee, Patterns& patterns)
 {
     const MarqueeTimes times(marquee);
@@ -211,7 +213,8 @@ std::string walkingText(const Marquee& marquee, Patterns& patterns)
     return text + "</g>\n";
 }
 
-// A character a step, from the left; a full line is cleared for the next character.
+// Format 2: one character appears at each step, from the left; a full line is cleared for the next
+// one. A viewer without animation shows the first line.
 std::string placedText(const Marquee& marquee, Patterns& patterns)
 {
     const MarqueeTimes times(marquee);
@@ -235,11 +238,11 @@ std::string placedText(const Marquee& marquee, Patterns& patterns)
     return text;
 }
 
-// The marquee's line is a picture of its own, which cuts off what is outside.
+// The marquee's line as a nested <svg>, which clips what moves out of it.
 std::string marqueeLine(const Marquee& marquee, Patterns& patterns)
 {
     const auto& [at, size] = marquee.area;
-    // Dots are strokes around a cell's corners: half a dot more on each side.
+    // A cell's position is the centre of its first dot, so the line begins half a dot before it.
     return "<svg" + attribute("x", panel::left(at.column) - 0.5) +
            attribute("y", panel::top(at.line) - 0.5) +
            attribute("width", size.columns * panel::kColumnPitch - panel::kColumnGap) +
@@ -293,7 +296,7 @@ std::string description(const Screen& screen)
 
 std::string drawSvg(const Screen& screen)
 {
-    constexpr int kPixels = 4;  // for a dot, where the picture is shown in its own size
+    constexpr int kPixels = 4;  // of a dot, if the picture is shown in its own size
     const Size size = screen.size;
     const int width = panel::width(size);
     const int height = panel::height(size);

@@ -8,9 +8,9 @@ namespace {
 
 constexpr char kReverseOn[] = "\x1B[7m";
 constexpr char kUnderlineOn[] = "\x1B[4m";
-constexpr char kDirect[] = "\x1B[0m";
+constexpr char kPlain[] = "\x1B[0m";
 
-// A combining mark stands on a blank of its own, so that it takes a column.
+// A combining mark takes a column of its own here, so it is put on a blank.
 void appendCell(std::string& text, const Cell& cell)
 {
     if (U_GET_GC_MASK(static_cast<UChar32>(cell.character)) & U_GC_M_MASK) {
@@ -47,13 +47,13 @@ std::string highlightedLine(const Screen& screen, int line)
         }
         appendCell(text, cell);
         if (cell.reverse || cursor) {
-            text += kDirect;
+            text += kPlain;
         }
     }
     return text;
 }
 
-// "  reverse 1-11, cursor 12"; empty for a line without either.
+// "  reverse 1-11, cursor 12"; "" for a line with neither.
 std::string lineRemarks(const Screen& screen, int line, int origin)
 {
     std::string text;

@@ -6,14 +6,14 @@
 #include <string>
 
 enum class Highlight {
-    none,  // beside the lines in words
-    sgr,   // reverse and cursor by control sequences
+    none,  // reverse and cursor are named in words beside their line
+    sgr,   // reverse and cursor are shown by control sequences
 };
 
-// A frame with the display's lines. Columns and lines are named from `origin` on. Below it, what is
-// not as it is after power-on.
+// A frame with the display's lines; below it a line for each setting that differs from power-on,
+// each window and the marquee. Columns and lines are numbered from `origin` on. The text is UTF-8.
 std::string drawText(const Screen& screen, Highlight highlight, int origin);
 
-// The characters of one line, or of a marquee.
+// The characters of one line, or of a whole marquee, in UTF-8.
 std::string lineText(const Screen& screen, int line);
 std::string marqueeText(const Marquee& marquee);

@@ -7,7 +7,7 @@ namespace {
 constexpr char32_t kUndecoded = 0xFFFD;
 constexpr unsigned kWholeDisplay = 0;
 
-// The meaning of a parameter whose values have names; nothing for a value without one.
+// The number that a parameter's value means by kParameterValues; nothing if the value is not there.
 std::optional<int> namedValue(const StreamItem& command, std::size_t index)
 {
     const ParameterValue* const row =
@@ -16,7 +16,7 @@ std::optional<int> namedValue(const StreamItem& command, std::size_t index)
     return row != nullptr ? std::optional(row->number) : std::nullopt;
 }
 
-// Stores what a parameter means. False for a value without a meaning.
+// Stores what the first parameter of a command means. False if its value means nothing.
 template <class Field>
 bool store(Field& field, const StreamItem& command)
 {
@@ -86,7 +86,7 @@ void VirtualDisplay::run(ByteSpan bytes)
     }
 }
 
-// False for a command without effect.
+// Returns false if the command has no effect.
 bool VirtualDisplay::carryOut(const StreamItem& command)
 {
     switch (command.command->action) {
@@ -175,6 +175,9 @@ void VirtualDisplay::show(const Cell& shown)
     advance(window);
 }
 
+// Moves the cursor past the character just shown. At the end of a line it wraps to the start of the
+// next line, and from the last line to the first. If the window is to scroll there instead, it
+// stays past the end of the line, and show() scrolls when the next character comes.
 void VirtualDisplay::advance(Window& window) const
 {
     const Size size = window.area.size;
@@ -189,7 +192,7 @@ void VirtualDisplay::advance(Window& window) const
     cursor = {0, lastLine ? 0 : cursor.line + 1};
 }
 
-// Makes room for a character at the cursor, behind the end of its line.
+// Makes room for the next character; the cursor is past the end of its line.
 void VirtualDisplay::scroll(Window& window)
 {
     const auto [at, size] = window.area;
@@ -248,7 +251,8 @@ bool VirtualDisplay::destroy(unsigned number)
 bool VirtualDisplay::startMarquee(const StreamItem& command)
 {
     const std::optional<int> format = namedValue(command, 0);
-    const std::vector<Cell> text = decode(command.text());  // its switches count in any case
+    const std::vector<Cell> text =
+        decode(command.text());  // its switches stay even if no marquee starts
     if (!format || text.empty()) {
         return false;
     }

@@ -1,5 +1,4 @@
-// A display that carries a command stream out. How it behaves is described in
-// docs/display-model.md.
+// A display that carries out command streams, as docs/display-model.md describes.
 #pragma once
 
 #include "program/display/Screen.h"
@@ -12,18 +11,18 @@
 
 class VirtualDisplay {
 public:
-    // size: 1..255 each. origin: 0 or 1, the number of the first column and line in commands.
-    // `tables` must stay.
+    // A display after power-on. Size: 1 to 255 columns and lines. `origin`: 0 or 1, the number of
+    // the first column and line in commands. `tables` must outlive the display.
     VirtualDisplay(const ProfileTables& tables, Size size, int origin);
 
-    // Carries out a stream that begins and ends between commands.
+    // Carries out a stream of whole commands; one that its end cuts off is ignored.
     void run(ByteSpan bytes);
 
-    // What is shown; `time`, five characters, where the clock is.
+    // What the display shows. `time` is what the clock shows: HH:MM.
     Screen screen(std::string_view time) const;
 
-    // Offsets of the items that had no effect: unknown and cut commands, and those that name a
-    // value or a place that the display does not have.
+    // Offsets, in bytes, of what had no effect: unknown bytes, a cut command, and commands that
+    // name a value, a position or a window that the display does not have.
     const std::vector<std::size_t>& ignored() const { return m_ignored; }
 
 private:
@@ -32,7 +31,7 @@ private:
     struct Window {
         Area area;
         Mode mode = Mode::overwrite;
-        Position cursor;  // in the window; behind its last column while a scroll is due
+        Position cursor;  // in the window; past its last column while a scroll is due
     };
 
     void powerOn();
@@ -49,7 +48,7 @@ private:
     bool applySwitch(const StreamItem& item);
 
     Window& selected() { return m_windows.at(m_selected); }
-    // The cells of a line from a place on, to change them.
+    // The cells from a position on, to change them within its line.
     std::vector<Cell>::iterator cells(Position from)
     {
         m_touched[static_cast<std::size_t>(from.line)] = true;
@@ -61,9 +60,9 @@ private:
     int m_origin;
     std::vector<std::size_t> m_ignored;
 
-    // All that a reset sets back.
+    // A reset sets all of these back.
     std::vector<Cell> m_cells;
-    std::vector<bool> m_touched;  // by line: may hold more than blanks, so a clear has work to do
+    std::vector<bool> m_touched;           // by line: has been written to, so a clear must blank it
     std::map<unsigned, Window> m_windows;  // by number; 0 is the whole display
     unsigned m_selected = 0;
     CodeState m_codes;

@@ -1,4 +1,4 @@
-# Makes the rows of Glyphs.cpp from the lines of unifont.hex that are one cell wide: 8 x 16 dots.
+# Makes the rows of Glyphs.cpp from unifont.hex, for the glyphs that are one cell wide: 8 x 16 dots.
 BEGIN { FS = ":" }
 length($2) == 32 {
     rows = ""

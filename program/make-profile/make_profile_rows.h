@@ -1,5 +1,5 @@
-// The rows that the default display's profile is made from: its code pages and the candidates for
-// its internal character sets. Adding one is one line here.
+// The code pages of the default display, and the candidates for its internal character sets. A new
+// one is one line here.
 #pragma once
 
 #include <algorithm>
@@ -14,24 +14,23 @@ struct CodePageRow {
     int commandParam;  // n of the display's ESC t n
 };
 
-// The display starts in table 0. A character which the table in force lacks is taken from the table
+// The display starts in table 0. A character that is not in the current table goes out in the table
 // with the smallest parameter that has it.
 inline constexpr CodePageRow kCodePages[] = {
     {"ibm-437", "ibm437.txt", 437, 0},
-    // Of the Shift_JIS converter the single bytes alone: JIS X 0201 katakana over ASCII, so that
-    // the display stays in this table for digits and blanks. 5C is the backslash and 7E the tilde
-    // here, as in every table under ESC R 0.
+    // The single bytes of Shift_JIS: half-width katakana (JIS X 0201) above ASCII, so digits and
+    // blanks among katakana need no switch. 5C is the backslash and 7E the tilde, as in all tables.
     {"ibm-943_P15A-2003", "jisx0201.txt", 897, 1},
     {"ibm-850", "ibm850.txt", 850, 2},
     {"ibm-857", "ibm857.txt", 857, 13},
     {"ibm-737", "ibm737.txt", 737, 14},
     {"windows-1252", "windows1252.txt", 1252, 16},
-    {"ibm-866", "ibm866.txt", 866, 17},
+    {"ibm-866", "ibm866.txt", 866, 17},  // Cyrillic
     {"ibm-852", "ibm852.txt", 852, 18},
     {"ibm-858", "ibm858.txt", 858, 19},
 };
 
-// Where ISO 646 lets a country put its own characters; a row lists a country's in this order.
+// The bytes at which ISO 646 allows national characters. A row lists its characters in this order.
 inline constexpr unsigned char kNationalBytes[] = {0x23, 0x24, 0x40, 0x5B, 0x5C, 0x5D,
                                                    0x5E, 0x60, 0x7B, 0x7C, 0x7D, 0x7E};
 
@@ -45,8 +44,8 @@ struct NationalSetRow {
 // ESC R 0 is plain ASCII, the lower half of every table.
 inline constexpr int kDefaultSetParam = 0;
 
-// A character that several countries have goes to the first of them: Japan, which owns the
-// overline in the set that Japanese text is shown with, stands in front.
+// A character of several countries goes into the set of the first. Japan is first, so that the
+// overline is in set 8, to which a document's lang="ja" switches.
 inline constexpr NationalSetRow kNationalSets[] = {
     {"Japan", "japan.txt", 8, U"#$@[¥]^`{|}‾"},
     {"France", "france.txt", 1, U"£$à°ç§^µéùè¨"},
@@ -75,7 +74,8 @@ constexpr bool allDistinct(const Rows& rows, Field field)
     return true;
 }
 
-// The reader of the device information file finds its keys anywhere in a line.
+// The reader of the device information file finds keys anywhere in a line, so a file name must not
+// hold one.
 template <typename Rows>
 constexpr bool fileNamesHoldNoKey(const Rows& rows)
 {

@@ -12,9 +12,10 @@ void ProfileOptions::addTo(CLI::App& arguments)
         ->type_name("NAME")
         ->capture_default_str();
     arguments
-        .add_option("--setting", setting,
-                    "ID file that names the profile's folder; without such a file the profile of "
-                    "the current folder is used")
+        .add_option(
+            "--setting", setting,
+            "ID file that names the profile's folder; if there is no such file, the profile "
+            "of the current folder is used")
         ->type_name("ID")
         ->capture_default_str();
 }

@@ -8,16 +8,16 @@ class App;
 }
 
 struct ProfileOptions {
-    std::string device = "default";
-    std::string setting = "DEFAULT";
+    std::string device = "default";   // the device information file
+    std::string setting = "DEFAULT";  // the ID file
 
-    // --device and --setting.
+    // Adds --device and --setting.
     void addTo(CLI::App& arguments);
 };
 
-// The folder of HalvoSet.txt that the ID file names, with "/" at its end; without one it is the
-// current folder, "".
+// The folder of HalvoSet.txt that the ID file names, with "/" at its end; "", the current folder,
+// if it names none.
 std::string profileFolder(const ProfileOptions& profile);
 
-// The message for a profile that cannot be opened, with a status of enum RuvoStatus.
+// The message for a profile that cannot be opened; `status` is one of enum RuvoStatus.
 std::string openFailure(const ProfileOptions& profile, short status);

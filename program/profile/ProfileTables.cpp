@@ -19,7 +19,7 @@ void check(short status, const ProfileOptions& profile)
     }
 }
 
-// Of several files with one parameter the first name counts.
+// Adds the entries of a file. If several files have the same parameter, it keeps the first name.
 template <class File>
 void enter(const std::vector<ruvo::MapEntry>& entries, const std::string& name,
            std::map<unsigned, File>& files)

@@ -1,4 +1,4 @@
-// A device profile read backwards: from the display's bytes to characters.
+// A device profile for the way back: from the display's bytes to characters.
 #pragma once
 
 #include <array>
@@ -10,7 +10,7 @@
 
 struct ProfileOptions;
 
-// The switches in force.
+// The selected code table and character set, by command parameter.
 struct CodeState {
     std::uint8_t table = 0;
     std::uint8_t set = 0;
@@ -18,25 +18,26 @@ struct CodeState {
 
 class ProfileTables {
 public:
-    // Of no profile: the printable ASCII characters are themselves in every table.
+    // No profile: every table has printable ASCII at its own codes, and nothing else.
     ProfileTables();
 
-    // Finds and reads the profile as the library does. Throws std::runtime_error.
+    // Finds and reads the profile as the library does. Throws std::runtime_error, with a message
+    // for the user, if it cannot be read.
     explicit ProfileTables(const ProfileOptions& profile);
 
-    // The switches after power-on and after a reset.
+    // The selections after power-on and after a reset.
     CodeState powerOn() const { return {0, m_defaultSet}; }
 
-    // The character that the display shows for a byte: that of the set, where the set has one, or
-    // that of the table; of several at one byte the first. Nothing where the profile knows none.
+    // The character that the display shows for a byte: that of the set, else that of the table. If
+    // a file has several at the byte, the first. Nothing if neither file has one.
     std::optional<char32_t> character(CodeState state, std::uint8_t byte) const;
 
-    // Whether a table, or a set, has the character at the byte. It may have others there, too.
+    // Whether a table, or a set, has the character at the byte. It may have others there as well.
     bool tableHas(unsigned table, std::uint8_t byte, char32_t character) const;
     bool setHas(unsigned set, std::uint8_t byte, char32_t character) const;
 
-    // "17 (code page 866)", "8 (japan.txt)", "0 (default)"; the number alone where the profile has
-    // no such table or set.
+    // "17 (code page 866)", "8 (japan.txt)", "0 (default)"; the number alone if the profile has no
+    // such table or set.
     std::string tableName(unsigned table) const;
     std::string setName(unsigned set) const;
 
@@ -50,7 +51,7 @@ private:
 
     using CodeFiles = std::map<unsigned, CodeFile>;  // by command parameter
 
-    // What stands at a byte of a file.
+    // The characters that a file has at a byte, in the order of its lines.
     static const std::vector<char32_t>& charactersOf(const CodeFiles& files, unsigned parameter,
                                                      std::uint8_t byte);
 

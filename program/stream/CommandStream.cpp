@@ -7,8 +7,8 @@ unsigned littleEndian16(ByteSpan bytes)
     return bytes[0] | unsigned{bytes[1]} << 8;
 }
 
-// Bytes of the command at the front of `bytes`, its text included; more than there are when the
-// stream ends inside it. 0 when it is not this command.
+// The size in bytes of this command, with its text, if `bytes` begin with it; 0 if they do not. If
+// the stream ends inside the command, the size is larger than `bytes`.
 std::size_t commandSize(const DisplayCommand& command, ByteSpan bytes)
 {
     for (std::size_t i = 0; i < command.prefixSize() && i < bytes.size(); ++i) {
@@ -63,7 +63,7 @@ bool StreamReader::knows(const DisplayCommand& command) const
            command.action == Action::characterSet;
 }
 
-// Reads the command that begins at the position, whole or cut. False when none does.
+// Reads the command, whole or cut, that begins at the position. False if none begins there.
 bool StreamReader::readCommand(StreamItem& item) const
 {
     const ByteSpan rest = m_bytes.subspan(m_position);
@@ -73,7 +73,7 @@ bool StreamReader::readCommand(StreamItem& item) const
             continue;
         }
         const bool whole = size <= rest.size();
-        // Behind its first byte alone a command could still be another one.
+        // After its first byte alone it is not known which command was cut.
         item = {whole ? StreamItem::Kind::command : StreamItem::Kind::cut, m_position,
                 rest.first(whole ? size : rest.size()),
                 rest.size() < command.prefixSize() ? nullptr : &command};
@@ -91,13 +91,13 @@ bool StreamReader::next(StreamItem& item)
         m_position += item.bytes.size();
         return true;
     }
-    StreamItem behind;
+    StreamItem following;
     const std::size_t start = m_position;
     const bool text = isText(m_bytes[start]);
     do {
         ++m_position;
     } while (m_position < m_bytes.size() && isText(m_bytes[m_position]) == text &&
-             (text || !readCommand(behind)));
+             (text || !readCommand(following)));
     item = {text ? StreamItem::Kind::text : StreamItem::Kind::unknown, start,
             m_bytes.subspan(start, m_position - start), nullptr};
     return true;

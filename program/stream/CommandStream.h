@@ -1,4 +1,4 @@
-// Cuts a command stream into commands, texts and what is neither.
+// Cuts a command stream into commands, texts and unknown bytes.
 #pragma once
 
 #include "program/stream/DisplayCommands.h"
@@ -13,21 +13,21 @@ using ByteSpan = std::span<const std::uint8_t>;
 struct StreamItem {
     enum class Kind {
         command,
-        text,     // bytes from 20 on
+        text,     // character bytes: 0x20 to 0xFF
         unknown,  // control bytes that begin no command
-        cut,      // the stream ends inside a command
+        cut,      // a command that the end of the stream cuts off
     };
 
     Kind kind = Kind::unknown;
-    std::size_t offset = 0;
-    ByteSpan bytes;
-    // Of a command, and of a cut one unless it ends behind its first byte.
+    std::size_t offset = 0;  // in the stream, in bytes
+    ByteSpan bytes;          // a part of the stream, which must outlive the item
+    // Null for text and unknown bytes, and if only the first byte of a command is left of it.
     const DisplayCommand* command = nullptr;
 
-    // A parameter by its place in the command's row; of Parameter::text the length. Nothing where
-    // the stream ends in front of its end.
+    // The value of a parameter by its index in the command's row; for Parameter::text, the length
+    // of the text. Nothing if the parameter is cut off. `command` must not be null, here and below.
     std::optional<unsigned> parameter(std::size_t index) const;
-    // The text of a command that has one; of a cut one, what there is.
+    // The text of a command that has one; of a cut command, what is left of it.
     ByteSpan text() const;
 };
 
@@ -35,13 +35,14 @@ class StreamReader {
 public:
     enum class Commands { all, switches };
 
-    // `switches`: the text of a marquee, in which table and set switches are the only commands.
+    // `bytes` must outlive the reader. Commands::switches is for the text of a marquee, in which
+    // only the switches of table and set are commands.
     explicit StreamReader(ByteSpan bytes, Commands commands = Commands::all)
         : m_bytes(bytes), m_commands(commands)
     {
     }
 
-    // Gives the next item. The items follow each other without gap or overlap. False at the end.
+    // Reads the next item; false at the end. Items follow each other without gap or overlap.
     bool next(StreamItem& item);
 
 private:

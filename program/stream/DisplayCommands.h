@@ -1,6 +1,5 @@
-// The commands of the display, as explain and preview know them: one row each. What the elements of
-// a document produce is among them, and so are the switches that the converter puts between
-// characters.
+// The commands of the display that explain and preview know: one row each. Among them are all that
+// the converter and the elements of a document send, but for the bytes of the element "command".
 #pragma once
 
 #include "engine/TagParser.h"
@@ -29,7 +28,7 @@ enum class Action {
     marquee,
 };
 
-// What stands behind a command's prefix.
+// The parts of a command after its prefix.
 enum class Parameter : std::uint8_t {
     none,
     number,      // a byte
@@ -38,9 +37,9 @@ enum class Parameter : std::uint8_t {
     blinkSteps,  // a byte; 0 is off
     table,       // a byte
     set,         // a byte
-    digitZero,   // always 30
-    text,        // two bytes, low byte first: a length; so many bytes of text with switches
-    // Bytes whose values have names; see kParameterValues.
+    digitZero,   // always 0x30
+    text,        // two bytes, low byte first: a length; then that many bytes of text with switches
+    // A byte each, whose values have names in kParameterValues.
     corner,
     cursor,
     reverse,
@@ -51,14 +50,14 @@ enum class Parameter : std::uint8_t {
 
 struct DisplayCommand {
     Action action;
-    std::array<std::uint8_t, 2> prefix;  // the second byte is 0 where the first is the command
+    std::array<std::uint8_t, 2> prefix;  // the second byte is 0 if the prefix is one byte
     std::array<Parameter, 6> parameters;
-    std::string_view words;  // each {} is a parameter
+    std::string_view words;  // each {} stands for a parameter, in their order
 
     constexpr std::size_t prefixSize() const { return prefix[1] == 0 ? 1 : 2; }
 };
 
-// Bytes that are characters, and no control codes. All commands begin with one of these.
+// Whether a byte is a character. The others are control codes; every command begins with one.
 constexpr bool isText(std::uint8_t byte)
 {
     return byte >= 0x20;
@@ -95,7 +94,7 @@ inline constexpr DisplayCommand kDisplayCommands[] = {
      "marquee, {}, {} a step, {} between runs, {}: {}"},
 };
 
-// Bytes in front of the text of Parameter::text, or of all else.
+// The size of a parameter in bytes; for Parameter::text, that of the length before the text.
 constexpr std::size_t parameterSize(Parameter parameter)
 {
     switch (parameter) {
@@ -109,7 +108,8 @@ constexpr std::size_t parameterSize(Parameter parameter)
     }
 }
 
-// The values of parameters that have names. `number` is the value's meaning as a number.
+// A value that has a name. `number` is what VirtualDisplay makes of it: a percentage, a corner
+// (counted from the top left, line by line), a window's mode, or 0 and 1 for false and true.
 struct ParameterValue {
     Parameter parameter;
     std::uint8_t value;
@@ -147,5 +147,5 @@ constexpr const ParameterValue* findValue(Parameter parameter, std::uint8_t valu
     return nullptr;
 }
 
-// Blink counts in steps of so many milliseconds.
+// The unit of the blink parameter, in milliseconds.
 inline constexpr int kBlinkStep = 50;

@@ -25,7 +25,7 @@ class Explainer {
 public:
     explicit Explainer(const ProfileTables& tables) : m_tables(tables), m_state(tables.powerOn()) {}
 
-    // Says what an item does, and carries its switches out.
+    // Says what an item does. Remembers the table and set that it selects, for the texts after it.
     std::string words(const StreamItem& item)
     {
         switch (item.kind) {
@@ -56,7 +56,7 @@ private:
         }
     }
 
-    // The characters of text bytes; those without one in hex.
+    // The characters of text bytes; a byte without a character becomes "<hex>".
     std::string characters(ByteSpan bytes) const
     {
         std::string text;
@@ -72,7 +72,7 @@ private:
 
     std::string quoted(ByteSpan bytes) const { return "\"" + characters(bytes) + "\""; }
 
-    // The text of a marquee. Its switches stay in force behind it.
+    // The text of a marquee. The tables and sets that it selects stay selected after it.
     std::string textWithSwitches(ByteSpan bytes)
     {
         std::string text;
@@ -87,7 +87,7 @@ private:
         return "\"" + text + "\"";
     }
 
-    // The command's words with its parameters; "..." for those that a cut command lacks.
+    // The command's words with its parameters; "..." for each that is cut off.
     std::string commandWords(const StreamItem& item)
     {
         constexpr std::string_view kPlace = "{}";
@@ -150,7 +150,7 @@ private:
 void explainStream(ByteSpan bytes, const ProfileTables& tables,
                    const std::function<void(std::string_view)>& write)
 {
-    constexpr std::size_t pieceSize = 64 * 1024;  // about
+    constexpr std::size_t pieceSize = 64 * 1024;  // bytes; a piece may be longer by one line
     std::string text;
     char line[64];
     StreamReader reader(bytes);

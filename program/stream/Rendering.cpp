@@ -14,7 +14,7 @@
 
 namespace {
 
-// What the XML reader says goes to a function while this lives.
+// Sends the messages of the XML library to a function while this lives.
 class XmlListener {
 public:
     explicit XmlListener(void (*hear)(void*, xmlErrorPtr))
@@ -39,8 +39,8 @@ std::string moreThan(const std::string& what, std::size_t limit, const std::stri
     return what + " more than " + std::to_string(limit) + " " + unit;
 }
 
-// Why the library, which keeps it to itself, carries out a part of a document only; "" if it
-// carries out all of it.
+// Why the library carries out only a part of the document, which it does not tell; "" if it carries
+// out all of it. Reads the document a second time. Throws std::bad_alloc.
 std::string whyCutShort(const std::string& document)
 {
     const XmlListener silence([](void*, xmlErrorPtr) {});

@@ -1,16 +1,16 @@
-// The rendering of a document with a profile.
+// Renders documents with the library.
 #pragma once
 
 #include "program/profile/ProfileOptions.h"
 
 #include <string>
 
-// Display commands.
 struct CommandBytes {
     std::string bytes;
-    bool whole = true;  // or those of the part of a document before its damage
+    bool whole = true;  // false: of the part of a document before its damage only
 };
 
-// The display commands of a document. Tells on the standard error what the XML reader finds wrong.
-// Throws std::runtime_error when the profile cannot be opened.
+// Renders a document. Writes the XML reader's messages, and why it ends early if it does, to the
+// standard error. Throws std::runtime_error if the profile cannot be opened, or if the document has
+// more than INT_MAX bytes.
 CommandBytes renderDocument(const std::string& document, const ProfileOptions& profile);

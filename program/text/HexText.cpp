@@ -19,7 +19,7 @@ bool isBlank(char c)
     return c == ' ' || c == '\t' || c == '\r';
 }
 
-// As a dump shows a byte.
+// How a dump shows a byte as a character.
 char shownByte(char c)
 {
     return c >= 0x20 && c < 0x7F ? c : '.';
@@ -31,7 +31,7 @@ std::optional<unsigned> digit(char c)
     return value < 0 ? std::nullopt : std::optional(static_cast<unsigned>(value));
 }
 
-// Appends the bytes of a text of pairs of digits. False when it holds anything but these and
+// Appends the bytes that pairs of digits name. False if the text holds anything but pairs and
 // blanks.
 bool readPairs(std::string_view text, std::string& bytes)
 {
@@ -62,13 +62,15 @@ std::string_view trimmed(std::string_view line)
     return line;
 }
 
-// A dump as hexdump -C, od -t x1 and xxd write it. Its lines are an offset in one radix, bytes and,
-// perhaps, the bytes as characters; "*" for lines that are like the one before; at the end,
-// perhaps, an offset alone. Each offset is the number of the bytes in front of its line.
+// Reads a dump as hexdump -C, od -t x1 and xxd write it, line by line. A line is an offset, which
+// is the number of bytes before it; the bytes; and perhaps the bytes as characters. "*" stands for
+// lines that are the same as the line before. The last line may be an offset alone.
 class DumpReader {
 public:
+    // `radix` is that of the offsets. Appends to `bytes`, which must be empty.
     DumpReader(int radix, std::string& bytes) : m_radix(radix), m_bytes(bytes) {}
 
+    // False if the line, which has no blanks at its ends, is not one of such a dump.
     bool read(std::string_view line)
     {
         if (line == "*") {
@@ -77,9 +79,10 @@ public:
         }
         std::size_t offset = 0;
         const char* const end = line.data() + line.size();
-        const auto [behind, error] = std::from_chars(line.data(), end, offset, m_radix);
-        line.remove_prefix(static_cast<std::size_t>(behind - line.data()));
-        const bool colon = line.starts_with(':');  // xxd, which does not frame the characters
+        const auto [next, error] = std::from_chars(line.data(), end, offset, m_radix);
+        line.remove_prefix(static_cast<std::size_t>(next - line.data()));
+        const bool colon =
+            line.starts_with(':');  // of xxd, which has no frame around the characters
         line.remove_prefix(colon ? 1 : 0);
         if (error != std::errc() || (!line.empty() && !isBlank(line.front()))) {
             return false;
@@ -98,20 +101,20 @@ public:
         return !colon || showsLine(trimmed(line.substr(digits.size())));
     }
 
-    // Whether all lines that "*" stands for are known.
+    // False if the dump ends after "*": how many lines it stands for is not known.
     bool isWhole() const { return !m_repeats; }
 
 private:
-    // Digits of several bytes in one would be a number in the byte order of a machine, and od sets
-    // decimal numbers apart by more than a blank. hexdump -C has two blanks in the middle.
+    // Whether the line begins with a pair of digits by itself. Groups of more digits are numbers in
+    // the byte order of some machine, and two digits before several blanks a decimal number of od.
     static bool holdsPairs(std::string_view digits)
     {
         return digits.size() <= 2 ||
                (isBlank(digits[2]) && (digits.size() <= 3 || !isBlank(digits[3])));
     }
 
-    // Whether xxd shows the last line's bytes with these characters: it has other formats that look
-    // alike.
+    // Whether these are the characters of the last line's bytes. If they are not, the digits were
+    // not bytes in hexadecimal: xxd has other formats that look the same.
     bool showsLine(std::string_view characters) const
     {
         std::string shown;
@@ -121,10 +124,12 @@ private:
         return characters.empty() || trimmed(shown) == characters;
     }
 
-    // Appends the last line's bytes again and again.
+    // Repeats the last line's bytes up to the offset of the line after "*".
     bool repeatUpTo(std::size_t offset)
     {
-        constexpr std::size_t mostBytes = 64 * 1024 * 1024;  // no device gets that many
+        constexpr std::size_t mostBytes =
+            64 * 1024 *
+            1024;  // more than any display is sent; a wrong offset could claim terabytes
         const std::string row = m_bytes.substr(m_lineStart);
         if (row.empty() || offset > mostBytes) {
             return false;
@@ -142,7 +147,8 @@ private:
     bool m_repeats = false;       // a "*" has been read
 };
 
-// The number of the first line that readLine does not read, or 0.
+// The number of the first line for which readLine is false, or 0. Lines are trimmed; empty ones are
+// skipped.
 template <class ReadLine>
 std::size_t findUnreadLine(std::string_view text, ReadLine readLine)
 {
@@ -163,7 +169,7 @@ std::size_t lastLine(std::string_view text)
            (text.ends_with('\n') ? 0 : 1);
 }
 
-// The number of digits of the offset that begins a dump; 0 for a text that does not.
+// The number of digits of the offset, all zeros, that a dump begins with; 0 if the text is no dump.
 std::size_t offsetDigits(std::string_view text)
 {
     constexpr std::size_t leastDigits = 6;
@@ -178,7 +184,7 @@ std::size_t offsetDigits(std::string_view text)
     return isOffset ? digits : 0;
 }
 
-// These give the number of the first line that cannot be read, or 0.
+// These two return the number of the first line that cannot be read, or 0.
 
 std::size_t readDump(std::string_view text, int radix, std::string& bytes)
 {
@@ -190,7 +196,7 @@ std::size_t readDump(std::string_view text, int radix, std::string& bytes)
 
 std::size_t readHexText(std::string_view text, std::string& bytes)
 {
-    constexpr std::size_t odDigits = 7;  // of od's octal and decimal offsets; all others are hex
+    constexpr std::size_t odDigits = 7;  // an octal or decimal offset of od; others are hex
     const std::size_t digits = offsetDigits(text);
     if (digits == 0) {
         return findUnreadLine(text, [&](std::string_view line) { return readPairs(line, bytes); });

@@ -4,13 +4,13 @@
 #include <string>
 #include <string_view>
 
-// Sixteen bytes a line: offset, bytes, and the printable ones as characters.
+// A dump with sixteen bytes on a line: offset, bytes, and the printable ones as characters.
 std::string hexDump(std::string_view bytes);
 
-// Whether bytes are a text of the kind that bytesOfHexText reads.
+// Whether bytesOfHexText reads the text, and at least one byte from it.
 bool isHexText(std::string_view text);
 
-// The bytes of a dump, such as hexDump, hexdump -C, od -t x1 and xxd write it, or of a text of
-// pairs of digits, with blanks between pairs or without. Throws std::runtime_error that names the
-// line where the text is neither.
+// The bytes that a text names: a dump of hexDump, hexdump -C, od -t x1 or xxd, or pairs of digits
+// with or without blanks between them. If it is neither, throws std::runtime_error with the line
+// number.
 std::string bytesOfHexText(std::string_view text);

@@ -1,4 +1,4 @@
-// What the converter's status codes mean, for people.
+// What the converter's status codes mean, in words for messages.
 #pragma once
 
 #include "converter/RuvoConverter.h"
