@@ -22,19 +22,19 @@ build-%:
 test-%: build-%
 	@ctest --preset $*
 
-# Each target for FUZZ_SECONDS; needs the packages of "scripts/setup --all".
+# Runs each fuzz target for FUZZ_SECONDS; needs the packages of "scripts/setup --all".
 fuzz: build-fuzz
 	@tests/fuzz/run.sh build/fuzz $(FUZZ_SECONDS) $(FUZZ_TARGETS)
 
-# The tests under valgrind, for some minutes.
+# Runs the tests under valgrind; takes some minutes.
 memcheck: build
 	@tests/memcheck.sh build
 
-# C and C++ by .clang-format.
+# Formats C and C++ as .clang-format says.
 format:
 	@git ls-files '*.cpp' '*.h' '*.c' | xargs clang-format-16 -i
 
-# What CONTRIBUTING.md asks of the code, without changing it. The exceptions stand in .clang-tidy.
+# Checks the code against the rules of CONTRIBUTING.md; changes nothing. .clang-tidy has the exceptions.
 check-style:
 	@git ls-files '*.cpp' '*.h' '*.c' | xargs clang-format-16 --dry-run --Werror
 	@scripts/check-includes
@@ -45,17 +45,17 @@ check-style:
 	@git ls-files '*.cpp' | grep -E '^(base|converter|engine|tags|binding|program)/' | \
 	    xargs -P2 -n4 clang-tidy-16 -p build/clang --quiet
 
-# Lines and branches that the tests reach; see docs/coverage.md.
+# Measures the lines and branches that the tests reach; see docs/coverage.md.
 coverage: test-coverage
 	@gcovr --root . --object-directory build/coverage --exclude-throw-branches \
 	    --filter '(engine|tags|converter|binding)/' --html-details build/coverage/coverage.html \
 	    --txt --sort-uncovered --print-summary
 
-# Minutes of what "make test" does for seconds.
+# Runs the soak tests for minutes; "make test" runs them for seconds.
 soak: build
 	@KESTRIX_SOAK=full build/tests/soak_tests
 
-# Without the tests.
+# Builds without the tests.
 program:
 	@test -e build/build.ninja || cmake --preset release
 	@cmake --build --preset release --target kestrixdispengine kestrix-disp profile
@@ -63,7 +63,7 @@ program:
 demo: program
 	@cd build/profile && ../kestrix-disp render "$(CURDIR)/examples/demo.xml" --device default --setting local --hex
 
-# The pictures of the examples, in docs/pictures.
+# Draws the pictures of the examples, in docs/pictures.
 pictures: build
 	@scripts/pictures build
 
@@ -79,7 +79,7 @@ deb: build-deb
 	@rm -f build/*.deb
 	@cpack --preset deb
 
-# On a fresh Debian system; as root, with debootstrap.
+# Tries the packages on a fresh Debian system; run as root, with debootstrap.
 test-deb: deb
 	@tests/deb/run.sh build
 

@@ -1,4 +1,4 @@
-# What `make install` puts where. The components are the Debian packages of Packages.cmake.
+# Where `make install` puts what. Each component is a Debian package of Packages.cmake.
 
 set(KESTRIX_HEADER_DIR ${CMAKE_INSTALL_INCLUDEDIR}/kestrixdispengine)
 set(KESTRIX_PACKAGE_DIR ${CMAKE_INSTALL_LIBDIR}/cmake/KestrixDispEngine)
@@ -38,7 +38,7 @@ install(FILES
   ${CMAKE_BINARY_DIR}/cmake/KestrixDispEngineConfigVersion.cmake
   DESTINATION ${KESTRIX_PACKAGE_DIR})
 
-# The prefix may be given at install time only, so the file is written then.
+# The prefix may be given as late as at install time, so the file is written then.
 install(CODE "
   set(prefix \"\${CMAKE_INSTALL_PREFIX}\")
   set(libdir \"${CMAKE_INSTALL_LIBDIR}\")
@@ -50,6 +50,6 @@ install(FILES ${CMAKE_BINARY_DIR}/cmake/kestrixdispengine.pc
   DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
 
 set(CMAKE_INSTALL_DEFAULT_COMPONENT_NAME profile)
-# The default profile stands where the library looks for it, whatever the prefix.
+# The default profile goes where the library looks for it, whatever the prefix is.
 install(DIRECTORY ${CMAKE_BINARY_DIR}/profile-installed/ DESTINATION ${KESTRIX_MODULE_ROOT}/default)
 install(FILES ${CMAKE_BINARY_DIR}/profile-id/DEFAULT.txt DESTINATION ${KESTRIX_MODULE_ROOT})

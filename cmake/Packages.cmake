@@ -3,14 +3,14 @@
 set(CPACK_PACKAGE_NAME kestrixdispengine)
 set(CPACK_PACKAGE_CONTACT "Kestrix display engine maintainers <maintainers@kestrix.invalid>")
 set(CPACK_PACKAGING_INSTALL_PREFIX /usr)
-set(CPACK_SET_DESTDIR ON) # Perl's folder and the profile's are absolute
+set(CPACK_SET_DESTDIR ON) # the folders of Perl and of the profile are absolute
 set(CPACK_STRIP_FILES ON)
 set(CPACK_DEB_COMPONENT_INSTALL ON)
 set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
 set(CPACK_DEBIAN_PACKAGE_RELEASE 1)
 set(CPACK_DEBIAN_PACKAGE_CONTROL_STRICT_PERMISSION ON)
 
-# Dependencies on other libraries are found by dpkg-shlibdeps.
+# dpkg-shlibdeps finds the dependencies on other libraries.
 set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)
 set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS_PRIVATE_DIRS ${CMAKE_BINARY_DIR})
 set(CPACK_DEBIAN_PACKAGE_GENERATE_SHLIBS ON)
@@ -35,7 +35,7 @@ macro(kestrix_package component name section summary text)
     set(CPACK_DEBIAN_${key}_PACKAGE_ARCHITECTURE all)
   endif()
 
-  # What a Debian package has to bring along.
+  # A Debian package must contain its changelog and copyright.
   set(package_name ${name})
   set(folder ${CMAKE_BINARY_DIR}/cmake/deb/${name})
   configure_file(cmake/deb/changelog.in ${folder}/changelog @ONLY)
@@ -74,10 +74,10 @@ and says which characters a profile has. With a schema of the documents, and
 examples."
   DEPENDS "libkestrixdispengine1 ${same_version}"
   RECOMMENDS kestrix-profile-default)
-# The library looks for ID files in /usr/local/KALDO/HalvoCvt and nowhere else, so there they are.
+# In /usr/local, as the library looks for ID files in /usr/local/KALDO/HalvoCvt only.
 kestrix_package(profile kestrix-profile-default misc
   "default device profile of the Kestrix display engine"
-  "Code tables and character sets of a display with nine code pages. It stands
+  "Code tables and character sets of a display with nine code pages. They are
 in /usr/local/KALDO/HalvoCvt, the one place where the library looks."
   ALL CONTROL ${CMAKE_CURRENT_SOURCE_DIR}/cmake/deb/conffiles)
 install(FILES /usr/share/doc/unicode-data/copyright RENAME UnicodeData.copyright

@@ -1,15 +1,15 @@
 #!/bin/sh
 # Runs the unit tests, the corpus and the Perl tests under valgrind: memcheck.sh BUILD.
 #
-# Left out for the time they take: texts of megabytes. The Perl tests of memory and of threads
-# measure the process, which is valgrind's here. Perl does not free all at its end, so leaks are
-# looked for in the C++ programs only.
+# Leaves out texts of megabytes, which take too long, and the Perl tests that measure the memory and
+# threads of the process, which here are valgrind's. Looks for leaks in the C++ programs only, as Perl
+# does not free everything when it ends.
 set -eu
 build=$(realpath "$1")
 source=$(realpath "$(dirname "$0")/..")
 memcheck="valgrind -q --error-exitcode=9 --suppressions=$source/tests/memcheck.supp"
 
-# The unit tests count and fail allocations in an operator new of their own.
+# The unit tests have their own operator new, which valgrind must not replace.
 $memcheck --leak-check=full --errors-for-leak-kinds=definite \
     --soname-synonyms=somalloc=nouserintercepts "$build/tests/unit_tests" --gtest_brief=1 \
     --gtest_filter='-*InputAtTheLimits:*LargeDocuments*:*LawsForRandomTexts:*EveryBeginning*'

@@ -1,7 +1,7 @@
 #!/usr/bin/perl
-# Carries out a page of the documentation in a temporary folder: runs its "sh" blocks, and the
-# commands behind "$ " in its "console" blocks, whose output must be what stands below them. The
-# folder is like a clone after `make`, as far as the pages need it.
+# Carries out a page of the documentation: runs its "sh" blocks, and the commands after "$ " in its
+# "console" blocks, whose output must be what the page shows below them. Works in a temporary folder,
+# which is like a clone after `make` as far as the pages need it.
 #
 #   tests/pages.pl build PAGE            check
 #   tests/pages.pl build PAGE --update   write the outputs into the page
@@ -16,7 +16,7 @@ my $clone = abs_path(dirname(__FILE__) . '/..');
 open my $in, '<', $page or die "$page: $!";
 my @parts = split /^(```(?:sh|console)\n.*?^```\n)/ms, join '', <$in>;
 
-# One shell carries out all, so that folders and functions stay.
+# One shell runs all blocks, so that they share folder and functions.
 my $work = tempdir(CLEANUP => 1);
 mkdir "$work/in";
 mkdir "$work/in/build";

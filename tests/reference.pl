@@ -1,7 +1,7 @@
 #!/usr/bin/perl
-# Compares the reference in README.md with the code: its tables of elements, functions and status
-# codes with the headers and the program's texts; and its C++, C and Perl, put into programs, must
-# give what the program gives. The schema of display documents must have the same elements.
+# Compares README.md with the code: its tables of elements, functions and status codes with the headers
+# and the program's texts. Puts its C++, C and Perl into programs, whose output must be that of
+# kestrix-disp. The schema of display documents must have the same elements as the README.
 #
 #   tests/reference.pl BUILD
 use strict;
@@ -28,7 +28,7 @@ sub same {
 
 my $readme = text('README.md');
 
-# The rows of the table with this word at the top left, as lists of cells.
+# The rows of the table whose first heading is this word, as lists of cells.
 sub rows {
     my ($body) = $readme =~ /^\| $_[0] \|.*\n\|[-|]+\n((?:\|.*\n)+)/m or die "README.md has no table: $_[0]";
     return map { [/\|([^|]*)(?=\|)/g] } split /\n/, $body;
@@ -66,7 +66,7 @@ my $work = tempdir(CLEANUP => 1);
 my $root = abs_path('.');
 my %snippet = $readme =~ /^```(cpp|c|perl)\n(.*?)^```/msg;
 
-# A snippet's includes, and the rest of it within a main function.
+# A program of a snippet: its includes, and the rest of it in a main function.
 sub program {
     my ($language, $before, $after) = @_;
     my ($includes, $rest) = $snippet{$language} =~ /^((?:#include[^\n]*\n)*)(.*)/s;
@@ -79,7 +79,7 @@ sub program {
         or die "does not compile: the $language of README.md\n";
 }
 
-# The escapes are those of C++, Perl and printf.
+# The escapes in the document mean the same in C++, Perl and printf.
 my $document = '<a><clear/><text>caf\303\251 \342\202\254</text></a>';
 program('cpp', qq(#include <cstdio>\nint main()\n{\nconst std::string document = "$document";\n),
     "std::fwrite(bytes.data(), 1, bytes.size(), stdout);\n}\n");

@@ -42,7 +42,7 @@ expect "the Perl module" "0c" "$(perl -I "$stage$perl_dir" -MKestrixDispEngine -
 expect "the installed program" "0c" "$(echo '<any><clear/></any>' |
     "$prefix/bin/kestrix-disp" render - --device default --setting none | od -An -tx1 | tr -d ' ')"
 
-# The ID file of the default profile leads to it by the rule of its form: without the last two bytes.
+# The ID file of the default profile names its folder; the value loses its last two bytes (CR LF).
 id=$stage/usr/local/KALDO/HalvoCvt/DEFAULT.txt
 module=$(head -c -2 "$id" | sed -n 's/^ModulePath=//p')
 [ -f "$stage$module/HalvoSet.txt" ] || fail "DEFAULT.txt names $module, where no HalvoSet.txt is installed"

@@ -28,7 +28,7 @@ for example in "$root"/usr/share/kestrix-disp/examples/*.xml; do
         grep -q " validates$" || fail "not accepted by the installed schema: $example"
 done
 
-# Built outside on what is installed inside, to do without a compiler there.
+# Builds a program here with what is installed there, as that system needs no compiler then.
 pc=$(dirname "$(find "$root/usr/lib" -name kestrixdispengine.pc)")
 # shellcheck disable=SC2046
 ${CC:-cc} "$source/tests/consumer/convert.c" -o "$root/usr/bin/convert" \

@@ -1,6 +1,6 @@
 #!/bin/sh
-# Renders the examples with the default profile of a build, which has a byte for every character, and
-# looks for their pictures in the examples' README.md.
+# Renders the examples with the default profile of a build, which must have a byte for every character,
+# and looks for their pictures in the examples' README.md.
 set -eu
 examples=$(cd "$(dirname "$0")/../../examples" && pwd)
 cd "$1/profile"

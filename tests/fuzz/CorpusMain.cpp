@@ -17,7 +17,7 @@ int main(int argc, char** argv)
     LLVMFuzzerInitialize(&argc, &argv);
     for (const fs::path& input : inputs) {
         std::cout << input.filename()
-                  << std::endl;  // the last one is at fault where the program ends
+                  << std::endl;  // if the program ends abnormally, the last one printed is at fault
         std::ifstream file(input, std::ios::binary);
         const std::string text(std::istreambuf_iterator<char>(file), {});
         LLVMFuzzerTestOneInput(reinterpret_cast<const std::uint8_t*>(text.data()), text.size());

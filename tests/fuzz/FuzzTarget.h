@@ -1,5 +1,5 @@
-// What the fuzz targets share. A target is a program that is given one input after the other and
-// ends abnormally at the first one for which a law does not hold: a failed EXPECT throws.
+// What the fuzz targets share. A target is a program that gets one input after the other. It ends
+// abnormally at the first input for which an EXPECT fails, as that throws.
 #pragma once
 
 #include <cstddef>
@@ -7,18 +7,18 @@
 #include <string>
 #include <string_view>
 
-// Called once, in front of the inputs: prepares a target, and then calls writeProfile.
+// Prepares a target and calls writeProfile. Called once, before the first input.
 extern "C" int LLVMFuzzerInitialize(int* argc, char*** argv);
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size);
 
-// Each target's own: writes files that all of its inputs need. The current directory is a temporary
-// one and holds the profile smallDisplay().
+// Each target has its own: writes the files that all of its inputs need. The current directory is a
+// temporary one with the profile smallDisplay().
 void writeProfile();
 
 void writeFile(const std::string& name, std::string_view text);
 
-// Takes an input apart from its front. Behind its end there are zeros and empty strings.
+// Takes an input apart from its start. After its end it gives zeros and empty strings.
 class InputReader {
 public:
     InputReader(const std::uint8_t* data, std::size_t size)
@@ -36,9 +36,9 @@ private:
     std::string_view rest_;
 };
 
-// Opens the profile of the current directory. The status is a handle or one that a profile can
-// cause; if it opens, the text gives the same bytes from both of its encodings, and the raw streams
-// merge to the output.
+// Opens the profile of the current directory. The status must be a handle or one that a profile can
+// cause. If it opens, the text must give the same bytes in UTF-8 and UTF-16, and the raw streams
+// must merge to the output.
 void checkProfile(const std::u32string& text, std::size_t blockSize);
 
 // The default of Profile.

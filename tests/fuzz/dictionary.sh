@@ -1,5 +1,5 @@
 #!/bin/sh
-# Writes the strings that stand in source files as a fuzzer's dictionary: dictionary.sh OUT SOURCE...
+# Writes the string literals of source files as a fuzzer's dictionary: dictionary.sh OUT SOURCE...
 set -eu
 out=$1
 shift

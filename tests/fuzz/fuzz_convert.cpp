@@ -1,5 +1,5 @@
-// The input is a sequence of calls. They go to two handles: what one gives merged the other gives
-// raw, and where one is given a text in UTF-8 the other is given it in UTF-16.
+// The input is a sequence of calls to two handles. One gets texts in UTF-8 and gives merged output,
+// the other gets the same texts in UTF-16 and gives raw output.
 
 #include "../unit/Bytes.h"
 #include "../unit/ConverterHandle.h"
@@ -18,7 +18,7 @@ struct Pair {
     ConverterHandle first;
     ConverterHandle second;
     std::size_t blockSize = 0;
-    short type = RUVO_UTF8;  // of both, but while a text goes in
+    short type = RUVO_UTF8;  // of both handles, except while a text is handed in
 
     void feed(std::string firstText, std::string secondText) const
     {
@@ -44,7 +44,7 @@ void feedBytes(Pair& pair, InputReader& input)
     pair.feed(text, text);
 }
 
-// One byte a character: ASCII, those of the profile, any by its number.
+// One byte for each character: ASCII, those of the profile, or any code point by its number.
 void feedText(Pair& pair, InputReader& input)
 {
     static constexpr std::u32string_view listed =
@@ -100,7 +100,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
 {
     InputReader input(data, size);
     Pair& pair = *pairs[input.byte() % pairs.size()];
-    // Table 0 is the current one in front of every input.
+    // Make table 0 the current one before every input.
     pair.type = RUVO_UTF8;
     pair.setTypes(RUVO_UTF8, RUVO_UTF8);
     pair.setPage(437);

@@ -1,4 +1,4 @@
-// The input is the device information file. The profile's other files have all that it may name.
+// The input is the device information file. All files that the seeds name exist in the profile.
 
 #include "../unit/ProfileFixture.h"
 #include "FuzzTarget.h"

@@ -1,9 +1,9 @@
 // Documents through an engine.
 //
-// What a document gives does not depend on the documents before it but in one way: a handle keeps
-// its current code table. So each document here follows one that ends with the current table 0,
-// and then gives the same on an engine with a long past as on a new one. Of a document and the same
-// document cut anywhere, one gives the beginning of what the other gives.
+// The bytes of a document depend on earlier documents in one way only: a handle keeps its current
+// code table. So each input follows a document that ends in table 0, and must give the same bytes
+// on an engine that has parsed all earlier inputs as on a new one. A document that is cut anywhere
+// must give the beginning of the bytes of the whole one.
 
 #include "../unit/Bytes.h"
 #include "FuzzTarget.h"

@@ -7,7 +7,7 @@ status=0
 fail() { echo "$*" >&2; status=1; }
 
 LC_ALL=C.UTF-8 man -l --warnings "$root/docs/kestrix-disp.1" 2>&1 >/dev/null | grep . && fail "the manual page is malformed"
-# Escaped hyphens are hyphens.
+# In the manual page hyphens are escaped.
 names() { tr -d '\\' <"$1" | grep -o -e '--[a-z]\{1,\}' -e '[a-z]\{1,\}' | LC_ALL=C sort -u; }
 
 commands=$("$program" --help | sed -n '/^Subcommands:/,$s/^  \([a-z]\{1,\}\) .*/\1/p')

@@ -23,9 +23,9 @@ status() {
         [ ! -s "$work/out" ] || fail "output in spite of status $expected: $*"
     fi
 }
-# says PATTERN: the last run's messages do.
+# says PATTERN: the last run's messages must match it.
 says() { grep -q -e "$1" "$work/err" || fail "does not say \"$1\" but: $(cat "$work/err")"; }
-# gives WHAT: compares the expected standard input with the output of the last run.
+# gives WHAT: the last run's output must be the text on the standard input.
 gives() { diff - "$work/out" >&2 || fail "$1: the output above, not the expected one (<)"; }
 
 printf '<any><clear/><text>a</text></any>' >"$work/document"
@@ -94,7 +94,7 @@ status 1 render "$work/document" -o "$work/none/file"
 status 1 preview "$work/stream" --svg "$work/none/file"
 status 1 preview "$work/stream" --png "$work"
 
-# The same bytes by every way in and out.
+# Files, pipes and dumps carry the same bytes.
 "$program" render "$work/document" -o "$work/written"
 "$program" render - --raw <"$work/document" >"$work/piped"
 cmp "$work/stream" "$work/written" || fail "-o writes other bytes"
@@ -104,7 +104,7 @@ for input in "$work/document" "$work/hex"; do
     "$program" explain - <"$input" | cmp - "$work/explained" || fail "explained otherwise: $input"
 done
 "$program" explain "$work/stream" 2>&1 | cmp - "$work/explained" || fail "a note on a stream"
-# Dumps of od, with lines that are left out as the one before.
+# Dumps of od, in which "*" stands for repeated lines.
 { cat "$work/stream"; printf '%0100d|>' 0; } >"$work/long"
 "$program" explain "$work/long" --raw >"$work/explained"
 for options in '-A o -t x1' '-A d -t x1z' '-A x -t x1'; do
@@ -112,7 +112,7 @@ for options in '-A o -t x1' '-A d -t x1z' '-A x -t x1'; do
     od $options "$work/long" | "$program" explain | cmp - "$work/explained" || fail "od $options is not read"
 done
 
-# taken WHAT INPUT...: what an input is taken for, as the note on it says; "" without a note.
+# taken WHAT INPUT...: each input must cause this note on what it is taken for; "" is no note.
 taken() {
     what=$1
     shift
@@ -127,7 +127,7 @@ taken 'taken for a document;' '\377\376' '\376\377' '\357\273\277<a>' '<\000a' '
 taken 'taken for text;' '<' '<1' '<@a' '<[' '<`' '<{' ' a\t\r\n' '0x1B, 0x40\n'
 taken '' '\001' '<\033@a' '<a\037' '' '1b40' '<a/>'
 
-# A marquee that walks in twice, one that places characters, a blink; the dots of all cells left out.
+# A marquee that walks in twice, one that places characters, a blink. Unlit dots are left out.
 {
     printf '\032M\001d\0\310\0\002\002\0.-' | "$program" preview --raw --columns 1 --rows 1 --svg -
     printf '\037C\001.\032W\001\001\002\002\001\003\032C\001\032M\002\0\0\310\0\0\003\0.-.\032C\0\037E\002\037X\002' |
@@ -208,7 +208,7 @@ for command in render explain preview; do
     says '^kestrix-disp: line 3: Opening and ending tag mismatch.*wrong$'
     says 'ends early: it is not well-formed'
 done
-# So does one that ends at a limit of the library, without a word from the XML reader.
+# The same for a document that ends at a limit of the library, of which the XML reader says nothing.
 limit() { "$program" render - >"$work/out" 2>"$work/err" && fail "status 0 beyond a limit"; says "$1"; }
 { printf '<!DOCTYPE a ['; printf '<!ATTLIST text a%d CDATA "1">' $(seq 65); printf ']><a><clear/></a>'; } |
     limit 'the document type declares more than 64 attributes with default values'
@@ -222,8 +222,8 @@ if "$program" --help >/dev/full 2>"$work/err" || "$program" render "$work/docume
 fi
 [ "$(grep -c 'cannot write the output' "$work/err")" -eq 2 ] || fail "no word on it"
 
-# What check finds is its output. A relative path of the profile starts at the profile where the
-# current folder has no such device.
+# The findings of check are its output. A relative path in a profile starts at the profile's folder if
+# the current folder has no such device.
 status 0 check .
 tail -n 1 "$work/out" | grep -q '^device "default" opens, with 9 tables, 2 internal character sets and [0-9]* characters$' ||
     fail "wrong verdict"

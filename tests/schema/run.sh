@@ -1,6 +1,6 @@
 #!/bin/sh
-# Tests the schema of display documents: its two forms are one, it accepts the examples, and it
-# rejects what makes no sense to write.
+# Tests the schema of display documents: its two forms are the same, it accepts the examples, and it
+# rejects what has no effect.
 set -eu
 cd "$(dirname "$0")/../.."
 schema=docs/ovix-display

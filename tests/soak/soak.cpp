@@ -1,4 +1,4 @@
-// Long life in one process: no round leaves memory or a descriptor behind.
+// Many rounds in one process: none of them may lose memory or a file descriptor.
 //
 // KESTRIX_SOAK=full runs all rounds; otherwise a fiftieth of them.
 
@@ -16,8 +16,7 @@
 
 namespace {
 
-// Bytes that are allocated and not freed. Under sanitizers there are none: they find leaks
-// themselves.
+// Bytes that are allocated and not freed; 0 under sanitizers, which find leaks themselves.
 std::size_t allocated()
 {
     const struct mallinfo2 info = mallinfo2();
@@ -49,7 +48,7 @@ TEST_F(Soak, DocumentsUseNoMemory)
     std::size_t before = 0;
     std::ptrdiff_t files = 0;
     for (int i = 0; i < rounds; ++i) {
-        if (i == rounds / 10) {  // by now all that is made once is there
+        if (i == rounds / 10) {  // by now everything that is made only once exists
             before = allocated();
             files = openFiles();
         }
@@ -58,7 +57,7 @@ TEST_F(Soak, DocumentsUseNoMemory)
         if (i % 6 == 0) {
             EXPECT_TRUE(sameBytes(first, bytes));
         }
-        engine.parse("<text>A</text>", "DEVICE", noSetting);  // table 0 is the current one again
+        engine.parse("<text>A</text>", "DEVICE", noSetting);  // makes table 0 the current one again
     }
     EXPECT_GT(before + 16384, allocated()) << "the C library keeps some for its threads";
     EXPECT_EQ(files, openFiles());

@@ -43,8 +43,8 @@ std::size_t liveBytes()
     return bytes;
 }
 
-// Sanitizers have their own of each form, so that none may be left out but those of overaligned
-// types.
+// Sanitizers replace each form of these operators, so all must be replaced here, too, except those
+// for overaligned types.
 void* operator new(std::size_t size, const std::nothrow_t&) noexcept
 {
     if (remaining == 0) {

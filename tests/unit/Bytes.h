@@ -8,7 +8,7 @@
 
 std::string repeated(std::string_view text, std::size_t count);
 
-// "1B 40" -> two bytes. Blanks may stand anywhere between digits; "{41*300}" is a byte
+// "1B 40" -> two bytes. Blanks may be anywhere between digits; "{41*300}" is a byte
 // 300 times.
 // Throws std::invalid_argument for anything else.
 std::string fromHex(std::string_view hex);

@@ -13,7 +13,7 @@ std::vector<Case> readCases(const std::string& fileName)
     std::ifstream file(std::string(KESTRIX_CASES_DIR) + "/" + fileName);
     std::vector<Case> cases;
     std::set<std::string> names;
-    std::string fault;  // for which the case that begins here is there
+    std::string fault;  // that the case which begins here catches
     int number = 0;
     const auto require = [&](bool condition, const char* message) {
         if (!condition)

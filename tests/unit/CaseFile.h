@@ -5,8 +5,8 @@
 //     document  <clear/>         one keyword and its value a line
 //     out       0C
 //
-// A line that begins with "#" is a comment, but the one that begins with "# catches:" begins a
-// case.
+// A line that begins with "# catches:" begins a case; any other line that begins with "#" is a
+// comment.
 #pragma once
 
 #include <string>
@@ -25,10 +25,10 @@ struct Case {
     std::vector<CaseLine> lines;
 };
 
-// Reads a file of tests/cases. Throws std::runtime_error with the line where it is not of the form
-// above, and where it holds no case.
+// Reads a file of tests/cases. Throws std::runtime_error if it holds no case, or, with the line, if
+// it does not have the form above.
 std::vector<Case> readCases(const std::string& fileName);
 
-// Text of a case with what a line cannot hold: "{E4 00}" is these bytes, "{A*300}" 300 times A.
-// Throws std::invalid_argument.
+// Expands the text of a case: "{E4 00}" becomes these bytes, "{A*300}" 300 times A. Throws
+// std::invalid_argument if it is of another form.
 std::string expandText(std::string_view text);

@@ -18,8 +18,8 @@ unsigned char* bytesOf(std::string& text)
     return reinterpret_cast<unsigned char*>(text.data());
 }
 
-// The switch commands of a raw switch stream by the position of their character; the gaps at the
-// end of full blocks are left out.
+// The switch commands of a raw stream, by the position of the character that they precede. Skips
+// the gaps at the ends of full blocks.
 std::vector<std::pair<std::size_t, std::string>> switchesOf(const std::string& stream,
                                                             std::size_t blockSize, char command)
 {

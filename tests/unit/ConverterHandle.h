@@ -1,5 +1,5 @@
-// An open converter handle whose retrievals check themselves (by EXPECT), and simple second
-// routines to compare the converter's with.
+// An open converter handle that checks its retrievals (by EXPECT), and simple routines whose
+// results are compared with the converter's.
 #pragma once
 
 #include <cstddef>
@@ -11,7 +11,7 @@ struct RawStreams {
     std::string sets;
 };
 
-// On the current directory's profile, as the ID names no other.
+// Opens the profile of the current directory, as there is no file for its ID.
 class ConverterHandle {
 public:
     explicit ConverterHandle(const std::string& device = "DEVICE",
@@ -26,7 +26,7 @@ public:
     // Hands the text in and gives the status; the text is as the call leaves it.
     short setData(std::string& text) const;
 
-    // Each asks for the length first, and leaves the handle empty.
+    // Each asks for the length first, and leaves the handle without output.
     std::string output() const;
     RawStreams raw() const;
 
@@ -36,10 +36,10 @@ private:
     short handle_;
 };
 
-// What RuvoGetOutputData gives of these streams, merged one character at a time.
+// What RuvoGetOutputData must give for these raw streams, merged one character at a time.
 std::string mergedSlowly(const RawStreams& raw, std::size_t blockSize);
 
-// Code points from U+0000 to U+10FFFF but surrogates.
+// Code points must be from U+0000 to U+10FFFF, and no surrogates.
 std::string utf8(const std::u32string& text);
 std::string utf16BigEndian(const std::u32string& text);
 std::string utf16LittleEndian(const std::u32string& text);

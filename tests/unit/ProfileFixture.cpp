@@ -40,7 +40,7 @@ void writeLines(const std::filesystem::path& path, const Profile::Lines& lines)
         throw std::runtime_error("cannot write " + path.string());
 }
 
-// The database, and what the tables and sets have besides.
+// The lines of the database, and a line for each other character of the tables and sets.
 Profile::Lines allCharacters(const Profile& profile)
 {
     std::multimap<unsigned long, std::string> characters;

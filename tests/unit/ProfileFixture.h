@@ -9,9 +9,9 @@
 
 #include <gtest/gtest.h>
 
-// The files of one profile. The members may be changed freely, into something invalid too; write
-// adds section headers, the numbers of tables and sets, and the characters of the tables and sets
-// that the database has not.
+// The files of one profile. Its members may be changed freely, even into something invalid. write
+// adds the section headers, the numbers of tables and sets, and database lines for all characters
+// of tables and sets that have none.
 struct Profile {
     using Lines = std::vector<std::string>;
     using Keys = std::map<std::string, std::string>;
@@ -38,7 +38,7 @@ struct Profile {
     std::vector<Table> sets;    // set1.txt ...
     Lines database;             // UnicodeData.txt
 
-    // Changes the value of a key in whichever list has it. Throws std::out_of_range without one.
+    // Changes the value of a key, in whichever list has it. Throws std::out_of_range if none has.
     void set(const std::string& name, const std::string& value);
 
     // Takes a line "key", "table", "set" or "char" of the form that tests/cases/conversion.txt

@@ -13,7 +13,7 @@ void writeFile(const std::string& name, const std::string& bytes);
 // The two halves of a text around the first separator. Throws where there is none.
 std::pair<std::string, std::string> halves(const std::string& text, const std::string& separator);
 
-// The profile of the first case, and what a later case makes of it.
+// The profile of the first case, and the changes of a later case.
 class ProfileText {
 public:
     using Lines = std::vector<std::string>;
@@ -29,7 +29,7 @@ public:
 
     Lines lines(const std::string& text) const;
 
-    // The file with its first line of the given line's key replaced by that line.
+    // The file after its first line with the same key was replaced by the given line.
     Lines withKey(const std::string& name, const std::string& newLine) const;
 
     static std::string bytes(const Lines& lines);

@@ -87,9 +87,9 @@ std::u32string randomText(std::mt19937& random)
     return text;
 }
 
-// A text gives the same in UTF-8 and in UTF-16, which knows no shortcut, in two calls and in one,
-// if no mark begins the second, and with the tables in another order. The raw streams merge to the
-// output.
+// A text must give the same bytes in UTF-8 and in UTF-16, for which there is no fast path; in two
+// calls and in one, if the second does not begin with a mark; and with the tables in another order.
+// The raw streams must merge to the output.
 TEST_F(Conversion, LawsForRandomTexts)
 {
     for (const int blockSize : {5, 7, 64, 4096}) {
@@ -133,8 +133,8 @@ TEST_F(Conversion, InputAtTheLimits)
     profile.write(".");
     const ConverterHandle handle;
     ASSERT_GT(handle, 0);
-    // The characters that come out, the table selection in front of them not counted. Each text is
-    // U+0061 up to its length; an odd byte at the end is a character of its own unless it is cut.
+    // The number of characters that come out after the table selection. Each text is U+0061 up to
+    // its length; a lone byte at the end counts as a character, unless it is cut off.
     const struct {
         short encodeType;
         std::size_t length;
@@ -164,7 +164,8 @@ TEST_F(Conversion, InputAtTheLimits)
 TEST_F(Conversion, ATextWithoutMemoryLeavesTheHandleUsable)
 {
     mixedDisplay(4096).write(".");
-    // Of every table and set, with more switches than are kept ready; then a million marks.
+    // Characters of every table and set, with more switches than memory is kept for; then a million
+    // marks.
     std::u32string text;
     for (int i = 0; i < 20000; ++i)
         text += U"a\u0301 A\u3041\u00A5";

@@ -110,7 +110,7 @@ TEST_F(Engine, OneHandleForEachDeviceString)
     EXPECT_TRUE(sameBytes(fromHex("1F 72 00 1B 74 01 61"), parse("<text>a</text>", "OTHER")));
     EXPECT_NE(device, KestrixDispEngine::getUCHandle());
 
-    // The setting of a device that is open is not looked at: an empty one would be refused.
+    // An empty setting would be refused, but that of a device that is open is ignored.
     EXPECT_TRUE(sameBytes("\f", engine.parse("<clear/>", "DEVICE", "")));
     EXPECT_EQ(device, KestrixDispEngine::getUCHandle());
     EXPECT_EQ(device, engine.ucHandleMap.at("DEVICE"));
@@ -137,7 +137,7 @@ TEST_F(Engine, AFailedOpenGivesNothingAndIsTriedAgain)
     EXPECT_TRUE(sameBytes("\f", parse("<clear/>", "OTHER")));
 }
 
-// A parser of a program's own: appends a mark and the number of attributes, and leaves others.
+// A program's own parser: appends a mark and the number of attributes, and adds attributes.
 class CountingParser final : public TagParser {
 public:
     void subParse(AttributeMap& attributes, AttributeMap&, OutputVector& out) override
@@ -148,14 +148,14 @@ public:
     }
 };
 
-// Puts a parser at the place of the engine's own, which is the program's then.
+// Puts a parser in place of the engine's own, which the program owns from then on.
 void exchange(TagParser*& place, TagParser* parser)
 {
     TagParser::operator delete(place, std::destroying_delete_t{});
     place = parser;
 }
 
-// Gives the element "clock" another parser while a document runs.
+// A parser that gives the element "clock" another parser while a document runs.
 class ExchangingParser final : public TagParser {
 public:
     static inline ParserMap* parsers = nullptr;

@@ -14,8 +14,8 @@ namespace {
 
 class EngineMemory : public ProfileFixture {
 protected:
-    // Calls with the first, second, third ... allocation failing until none fails, and checks after
-    // each call. Gives the number of failures.
+    // Repeats a call, with the first, second, third ... allocation failing, until none fails;
+    // checks after each call. Returns the number of failures.
     template <class Call, class Check>
     static long failEachAllocation(Call call, Check check)
     {
@@ -37,7 +37,7 @@ protected:
         return allocations - 1;
     }
 
-    const KestrixDispEngine warmUp_;  // the code tables of the class are filled once and stay
+    const KestrixDispEngine warmUp_;  // fills the code tables of the class, which stay
 };
 
 // catches: a parser, a place in a registry or a list of engines lost, or freed twice

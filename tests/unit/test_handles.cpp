@@ -19,7 +19,7 @@ namespace {
 
 namespace fs = std::filesystem;
 
-// The handle table as a process has it before its first open, while this lives.
+// While this lives, the handle table is as in a process before its first open.
 class FreshHandleTable {
 public:
     FreshHandleTable() : m_previous(std::exchange(ruvo::g_stHandlelinkMngInfTbl, {})) {}
@@ -41,7 +41,7 @@ class Handles : public ProfileFixture {
 protected:
     Handles() { m_profile.write("."); }
 
-    // The bytes are not NUL-terminated: what is read beyond them is an error.
+    // The bytes are not NUL-terminated, so that sanitizers notice when more is read.
     static short open(const std::string& device = "DEVICE", const std::string& id = noSetting)
     {
         const std::vector<unsigned char> deviceBytes(device.begin(), device.end());
@@ -76,8 +76,8 @@ private:
 
 TEST_F(Handles, AreHandedOutInRotation)
 {
-    // m3 sets "MaximumHandle" for the opens behind it, b3 the same in a file with a later error
-    // that an open then reads. o1 opens and gets 1, c1 closes 1, x1 finds that 1 is no handle.
+    // m3 sets "MaximumHandle" to 3 for the opens after it. b3 does so in a file with an error after
+    // that key, and opens it. o1 opens and gets 1, c1 closes 1, x1 finds that 1 is no handle.
     for (const char* steps : {
              "m1 o1 o-50 c1 o1", "m2 o1 o2 o-50 c1 o1 o-50 c2 c1 o2 o1 c1 o1",
              "m3 o1 o2 c1 o3 o1 o-50", "m3 o1 c1 o2 c2 o3 c3 o1", "m254 o1 o2 c2 c1 o3 x254 x255",
@@ -86,7 +86,7 @@ TEST_F(Handles, AreHandedOutInRotation)
              "m4 o1 o2 o3 m2 o-50 c1 c2 o1 o2",        // and beyond it
              "m1 o1 m5 o-50 x2 c1 o1 x2 x5",           // the array keeps its size
              "m2 o1 m9 o2 o-50 x3 c1 o1 c2 o2",
-             "m3 o1 o2 b1 x2 c1 m3 o3 c2",  // in force although the open failed
+             "m3 o1 o2 b1 x2 c1 m3 o3 c2",  // counts although the open failed
          }) {
         SCOPED_TRACE(steps);
         const FreshHandleTable fresh;
@@ -216,7 +216,7 @@ TEST_F(Handles, AFailedOpenLeavesNothingButTheArray)
     EXPECT_FALSE(FreshHandleTable::hasArray());
     setMaximum(3);
     fs::remove("table2.txt");
-    EXPECT_EQ(-300, open());  // with an array of 3 now
+    EXPECT_EQ(-300, open());  // the array has 3 handles now
     setMaximum(9);
     for (const int handle : {1, 2, 3})
         EXPECT_EQ(handle, open());

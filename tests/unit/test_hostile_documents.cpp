@@ -23,7 +23,7 @@ namespace {
 
 void ignoreReport(void*, const char*, ...) {}
 
-// A valid document, and the commands of each piece, which are shown together or not at all.
+// A valid document in pieces, and the commands of each piece, which are given whole or not at all.
 constexpr std::pair<const char*, const char*> pieces[] = {
     {"<!DOCTYPE ovix-display [<!ENTITY e \"77\"><!ENTITY % p ''>%p;]><ovix-display><!-- c "
      "--><clear/>",
@@ -61,7 +61,7 @@ protected:
         return engine_.parse(document, "DEVICE", noSetting);
     }
 
-    // Parses what may be damaged: of the valid document whole pieces from the front are shown.
+    // Parses a damaged document. It must give the commands of whole pieces from the start.
     std::string parseDamaged(const std::string& document)
     {
         const std::string bytes = parse(document);
@@ -77,12 +77,12 @@ private:
     std::size_t used_ = 0;  // memory, in bytes
 };
 
-// A number in each.
-std::string numbered(const std::string& before, std::size_t count, const std::string& behind)
+// `count` texts, each with its number in it.
+std::string numbered(const std::string& before, std::size_t count, const std::string& after)
 {
     std::string result;
     for (std::size_t i = 0; i < count; ++i)
-        result += before + std::to_string(i) + behind;
+        result += before + std::to_string(i) + after;
     return result;
 }
 
@@ -100,7 +100,8 @@ std::string declaration(const std::string& encoding)
     return "<?xml version='1.0' encoding='" + encoding + "'?>";
 }
 
-// In an encoding that it declares; where the first bytes do not tell it, the declaration is ASCII.
+// The document in an encoding that it declares. If the first bytes do not tell the encoding, the
+// declaration is in ASCII.
 std::string declaredAs(const std::string& encoding, const std::string& document)
 {
     const bool byMark = encoding == "UTF-16" || encoding == "UCS-4" || encoding == "IBM037";
@@ -142,7 +143,7 @@ TEST_F(HostileDocuments, DamageAndWrongDeclarationsGiveWholeCommands)
     }
 }
 
-// Each of these entities stands for three of the one before.
+// Each of these entities is three times the one before.
 std::string entities(const std::string& kind, const std::string& first, int levels)
 {
     std::string text = "<!ENTITY " + kind + "e0 \"" + first + "\">";
@@ -168,7 +169,7 @@ TEST_F(HostileDocuments, LimitsAreExactInEveryEncoding)
     const std::string tag = "<clear" + numbered(" a", 4096, "=''");
     const std::string value = "<a b='" + std::string(1048576 - 9, 'x');
     const std::string entity = "<!ENTITY e '" + std::string(32768 - 31, '>');
-    // Quotes and "<" where they are text.
+    // Quotes and "<" that are text, not markup.
     const std::string words = repeated("don't <b \"c ", 5000);
     using enum DocumentEnd;
     const std::tuple<std::string, std::string, DocumentEnd> rows[] = {
@@ -198,8 +199,8 @@ TEST_F(HostileDocuments, LimitsAreExactInEveryEncoding)
 // catches: bytes of characters taken for markup
 TEST_F(HostileDocuments, LongDocumentsGiveTheSameInEveryEncoding)
 {
-    // In ISO-2022-JP these are 3C 21 and 24 22, in Shift_JIS the second byte of the third is 5C.
-    // The one of the value is 24 27, the end of a value.
+    // In ISO-2022-JP the first two are 3C 21 and 24 22, "<!" and "$\"" in ASCII; in Shift_JIS the
+    // second byte of the third is 5C, a backslash. That of the value is 24 27, with a quote.
     const std::string text = repeated("<text x='1'>\u6B21\u3042\u8868</text>", 2000) + "<a b='" +
                              repeated("\u3047", 12000) + "'/>";
     const std::string expected = repeated(fromHex("1F 72 00 1B 74 00 3F 3F 3F"), 2000);
@@ -284,7 +285,7 @@ TEST_F(HostileDocuments, LargeDocumentsAreShownAsFarAsTheyCanBeRead)
 int loads = 0;
 xmlExternalEntityLoader loaderOfReader = nullptr;
 
-// Sees each file that the reader asks for, those of a network too.
+// Notes each file that the reader asks for, on disk or in a network.
 xmlParserInputPtr countLoad(const char* name, const char* id, xmlParserCtxtPtr context)
 {
     ++loads;
@@ -300,7 +301,7 @@ TEST_F(HostileDocuments, NothingThatADocumentNamesIsFetched)
     xmlFreeDoc(xmlReadFile("secret.dtd", nullptr, 0));
     ASSERT_EQ(1, std::exchange(loads, 0)) << "nothing is seen";
 
-    // As a host may have set the XML library up.
+    // Settings of the XML library that a host may have made.
     xmlSubstituteEntitiesDefaultValue = 1;
     xmlDoValidityCheckingDefaultValue = 1;
     xmlLoadExtDtdDefaultValue = XML_DETECT_IDS | XML_COMPLETE_ATTRS;

@@ -21,7 +21,7 @@ std::timespec clockTime;
 
 }  // namespace
 
-// The clock that the log asks.
+// Replaces the clock of the log.
 extern "C" int timespec_get(std::timespec* time, int base) noexcept
 {
     *time = clockTime;
@@ -69,7 +69,7 @@ Lines dump(std::size_t size)
     return result;
 }
 
-// Exactly as large as the text, so that a dump that reads on is found.
+// A buffer as large as the text, so that a dump that reads beyond it is found.
 std::vector<unsigned char> exactly(const std::string& text)
 {
     return {text.begin(), text.end()};
@@ -219,7 +219,7 @@ TEST_F(OperationLog, AFileTakesExactlyItsSize)
     const std::uintmax_t out = expected[1].size() + 1;
     struct Row {
         std::uintmax_t room;
-        std::size_t rotated;  // lines of the two that are in the backup
+        std::size_t rotated;  // how many of the lines are in the backup
     };
     for (const Row& row : {Row{in + out, 2}, Row{in + out - 1, 1}, Row{in, 1}, Row{in - 1, 0},
                            Row{1, 0}, Row{0, 0}}) {
@@ -244,14 +244,15 @@ TEST_F(OperationLog, AFileTakesExactlyItsSize)
     RuvoCloseHandle(handle);
 }
 
-// What can go wrong with the file, done before the open or while it is open. Calls go on as ever.
+// What can go wrong with the file before the open or while the handle is open. Calls give the same
+// status all the same.
 TEST_F(OperationLog, FailuresChangeNothing)
 {
     struct Row {
         const char* name;
         void (*beforeOpen)();
         void (*whileOpen)();
-        bool goesOn = false;  // the log has the close
+        bool goesOn = false;  // the close is logged, too
     };
     const auto nothing = [] {};
     const Row rows[] = {

@@ -1,5 +1,5 @@
-// What the check of a profile says, from tests/cases/profile_check.txt, and that it holds for
-// whatever the files are.
+// What the check of a profile says, from tests/cases/profile_check.txt, and that it agrees with an
+// open, whatever the files are.
 
 #include "CaseFile.h"
 #include "ProfileFixture.h"
@@ -50,8 +50,8 @@ TEST_F(ProfileCheck, Rows)
     }
 }
 
-// Of a profile damaged at random the check foretells the status of an open, and names a fault
-// whenever there is one.
+// For a profile damaged at random, the check must give the status of an open, and report an error
+// whenever that fails.
 TEST_F(ProfileCheck, ForetellsTheOpenOfADamagedProfile)
 {
     const ProfileText base = ProfileText::base();

@@ -29,8 +29,8 @@ int inheritedFiles = 0;
 
 }  // namespace
 
-// The library asks this of every file that it opens: a program that the caller starts at that
-// moment may not inherit it.
+// The library must open every file so that a program which the caller starts at that moment does
+// not inherit it.
 extern "C" int fstat(int file, struct stat* properties) noexcept
 {
     inheritedFiles += (fcntl(file, F_GETFD) & FD_CLOEXEC) == 0;
@@ -44,7 +44,7 @@ using Lines = std::vector<std::string>;
 
 class ProfileFiles : public ProfileFixture {
 protected:
-    // The status of an open; 0 for a handle. The check of the same profile must foretell it.
+    // The status of an open; 0 for a handle. The check of the same profile must give the same.
     int open()
     {
         m_handle.reset();
@@ -188,7 +188,7 @@ TEST_F(ProfileFiles, AFileCutAnywhereIsInvalidOrShorter)
         const std::string text = ProfileText::bytes(profile.file(row.name));
         for (std::size_t length = 0; length < text.size(); ++length) {
             for (const bool nul : {false, true}) {
-                // The rest is there or not; a NUL byte ends its line.
+                // The file ends there, or a NUL byte ends the line.
                 writeFile(row.name,
                           text.substr(0, length) + (nul ? '\0' + text.substr(length + 1) : ""));
                 const long before = liveAllocations();
@@ -277,7 +277,7 @@ TEST_F(ProfileFiles, TheIDFileNamesTheModulePath)
 
 using Entry = std::pair<long, int>;  // key and number
 
-// The procedure a second time, one step a line.
+// The sorting procedure once more, one step on each line.
 void sortStepByStep(std::vector<Entry>& list, std::size_t first, std::size_t last)
 {
     const long pivot = list[(first + last) / 2].first;

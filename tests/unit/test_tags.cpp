@@ -1,5 +1,5 @@
-// What programs use of the parsers directly: constants, maps, and helpers that work on text. And
-// the way back, from an element's bytes to its attributes.
+// What programs use of the parsers directly: constants, maps, and helpers that work on text; and
+// the way back from an element's bytes to its attributes.
 
 #include "Bytes.h"
 #include "CaseFile.h"
@@ -83,7 +83,7 @@ std::pair<std::string, std::string> beforeAndAfter(const std::string& row)
     return {expandText(row.substr(0, arrow)), expandText(row.substr(arrow + 2))};
 }
 
-// Behind the text stands what would go on with an escape or a pair that is cut short.
+// The bytes after the text would complete an escape or a pair that is cut short.
 // catches: a run, a pair or an escape that ends too early or too late, anything else changed
 TEST(Tags, HelpersThatChangeTextInPlace)
 {
@@ -170,9 +170,9 @@ TEST(Tags, LanguageSwitchesAtTheBorderOnly)
         const std::string code = TagParser::isLangJP(lang.c_str()) ? "08" : "00";
         EXPECT_EQ(before == expected ? "" : "1B 74 00 1B 52 " + code, stored(lang, state)) << lang;
         EXPECT_EQ(expected, inForce);
-        EXPECT_EQ(0x7F, language.back()) << "wrote behind the buffer";
+        EXPECT_EQ(0x7F, language.back()) << "wrote past the buffer";
     }
-    // Without a language in force there is no place to store one.
+    // Without a current language there is no place to store one.
     EXPECT_EQ("", stored("fr", none));
     EXPECT_EQ("1B 74 00 1B 52 08", stored("ja", none));
     OutputVector out;
@@ -183,8 +183,8 @@ TEST(Tags, LanguageSwitchesAtTheBorderOnly)
 // catches: a result cut, written beyond the room, or refused where it fits
 TEST(Tags, Utf8ToShiftJis)
 {
-    // The room, of which there is one byte more. A malformed byte becomes a substitute of two
-    // bytes, so the text grows.
+    // The room; the buffer has one byte more. A malformed byte becomes a substitute of two bytes,
+    // so the text grows.
     for (const auto& [row, count] : {std::pair{"{E3 81 82}=>{82 A0}", 0U},
                                      {"a{EF BD B1}b=>a{B1}b", 0U},
                                      {"{FF}=>{FF}", 0U},
@@ -196,13 +196,13 @@ TEST(Tags, Utf8ToShiftJis)
         EXPECT_EQ(before == after ? 0 : std::ssize(after),
                   TagParser::utf8tosjis(room.data(), count))
             << row;
-        EXPECT_EQ('\x7F', room.back()) << "wrote behind the room";
+        EXPECT_EQ('\x7F', room.back()) << "wrote past the room";
         EXPECT_EQ(after, room.c_str());
     }
     EXPECT_EQ(0, TagParser::utf8tosjis(nullptr, 4));
 }
 
-// The value of an attribute that gives a parameter of that number; empty if none does.
+// The attribute value that gives a parameter of that number; "" if there is none.
 std::string attributeValue(Parameter parameter, unsigned number)
 {
     const ParameterValue* const named = findValue(parameter, static_cast<std::uint8_t>(number));
