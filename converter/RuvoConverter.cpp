@@ -1,4 +1,4 @@
-// The exported functions: check the arguments, call the converter, turn the outcome into a status.
+// The exported functions. Each checks its arguments, calls the converter and returns a status.
 #include "converter/RuvoConverter.h"
 
 #include "converter/handle/HandleTable.h"
@@ -20,8 +20,8 @@ static_assert(sizeof(std::size_t) == 8 && sizeof(long) == 8, "only 64-bit platfo
 
 constexpr std::size_t kMaxNameLength = 127;
 
-// No exception leaves an exported function. What the converter throws is exhausted memory. Inlined,
-// as is logged, so that a call without a log keeps its arguments in registers.
+// Keeps exceptions inside the library; the converter throws only std::bad_alloc. Inlined, like
+// logged, so that a call without a log keeps its arguments in registers.
 template <class Work>
 [[gnu::always_inline]] inline short guarded(const Work& work) noexcept
 {
@@ -46,14 +46,14 @@ template <class WriteEntry, class Work>
     return status;
 }
 
-// An input length with the top bit set is a negative number that went astray.
+// A length with the top bit set is a negative number that the caller converted.
 bool isValidInput(const unsigned char* data, unsigned long length)
 {
     return (data != nullptr) && length > 0 && length <= std::numeric_limits<long>::max();
 }
 
-// Keeps the bytes 20..7F (hex). False when more of them remain than a name may hold: a cut name
-// could be another device's file.
+// Appends the bytes 20..7F (hex) of `data` to `name`. False when these are more than
+// kMaxNameLength: the name is not cut, as a cut name could be another device's file.
 bool keepPrintable(const unsigned char* data, unsigned long length, std::string& name)
 {
     for (unsigned long i = 0; i < length; ++i) {
@@ -112,7 +112,7 @@ short RuvoOpenHandle(const unsigned char* pucDeviceInfo, unsigned long ulDeviceI
         if (handle == nullptr) {
             return result;
         }
-        // Both entries are written now: the log belongs to the handle.
+        // Both entries are written at the end, as there is no log before the handle.
         for (const LogDirection direction : {LogDirection::in, LogDirection::out}) {
             Lutm_RuvoOpenHandle(direction, handle->log, handle->settings, pucDeviceInfo,
                                 ulDeviceInfoLength, deviceInfoName, result);

@@ -1,4 +1,4 @@
-/* Code page converter: UTF-8 or UTF-16 text in, display bytes with switching commands out.
+/* Code page converter: turns UTF-8 or UTF-16 text into display bytes with switching commands.
  *
  * Plain C interface, usable from C and C++. Calling order:
  *
@@ -6,14 +6,14 @@
  *     RuvoSetTargetCodePage / RuvoSetEncodeType   (optional)
  *     RuvoSetData                                 (may be repeated; the output accumulates)
  *     RuvoGetOutputData or RuvoGetRawData         (empties the handle's output)
- *   and RuvoCloseHandle last.
+ *   and RuvoCloseHandle at the end.
  *
  * Every function returns a signed 16-bit status: 0 (or a handle, 1..254) on success, a negative
  * code of enum RuvoStatus otherwise. Lengths are unsigned long, in bytes. A handle or an input
- * length whose top bit is set is negative and refused.
+ * length whose top bit is set counts as negative and is refused.
  *
- * Threads: there are no locks. Opening and closing must not run beside any other call; calls on
- * one handle must not overlap; calls on different handles may, while nothing is opened or closed.
+ * Threads: there are no locks. No other call may run during RuvoOpenHandle or RuvoCloseHandle.
+ * Apart from them, calls on different handles may overlap; calls on one handle must not.
  */
 #ifndef KESTRIX_CONVERTER_RUVO_CONVERTER_H
 #define KESTRIX_CONVERTER_RUVO_CONVERTER_H
@@ -34,7 +34,7 @@ enum RuvoStatus {
     RUVO_INVALID_HANDLE = -10,
     RUVO_INVALID_ARGUMENT = -20,
     RUVO_FILE_NOT_OPENED = -30,  /* a file exists but cannot be opened */
-    RUVO_BUFFER_TOO_SMALL = -40, /* the required length has been written back */
+    RUVO_BUFFER_TOO_SMALL = -40, /* the length that is needed has been written back */
     RUVO_NO_FREE_HANDLE = -50,
     RUVO_OUT_OF_MEMORY = -60,
     RUVO_SETTINGS_MISSING = -100, /* HalvoSet.txt */
@@ -46,20 +46,21 @@ enum RuvoStatus {
     RUVO_UNICODE_DATA_MISSING = -320, /* UnicodeData.txt */
     RUVO_TABLE_INVALID = -330,
     RUVO_ICS_INVALID = -340,
-    /* Warnings: the text has been converted and buffered as far as it goes. */
+    /* Warnings: the text has been converted, with substitutes or cut, and its output buffered. */
     RUVO_ODD_LENGTH = -400,         /* UTF-16 input of odd length */
     RUVO_UNPAIRED_SURROGATE = -410, /* in UTF-16 input */
     RUVO_MALFORMED_UTF8 = -420,     /* or a code point above U+10FFFF */
     RUVO_INPUT_TOO_LONG = -500,     /* only the first part has been converted */
-    /* An error again: what was appended before it stays buffered. */
+    /* An error, not a warning: what was appended before it stays buffered. */
     RUVO_OUTPUT_FULL = -510 /* an output chain holds "OutputBufferBlockMax" blocks */
 };
 
 /* Values of sEncodeType. */
 enum RuvoEncodeType {
-    RUVO_UTF16_BY_MARK = 0,       /* FE FF or FF FE in front, else big-endian; mark skipped */
-    RUVO_UTF16_BIG_ENDIAN = 1,    /* a mark is not recognised */
-    RUVO_UTF16_LITTLE_ENDIAN = 2, /* a mark is not recognised */
+    RUVO_UTF16_BY_MARK = 0,       /* as the byte order mark says, which is skipped: FE FF is
+                                     big-endian, FF FE little-endian; without one big-endian */
+    RUVO_UTF16_BIG_ENDIAN = 1,    /* a byte order mark is a character like any other */
+    RUVO_UTF16_LITTLE_ENDIAN = 2, /* the same */
     RUVO_UTF8 = 3
 };
 
@@ -67,13 +68,14 @@ enum RuvoEncodeType {
  *
  * pucDeviceInfo  name of the device information file, ulDeviceInfoLength bytes; bytes outside
  *                20..7F (hex) are dropped, at most 127 may remain
- * pucID          name of the ID file that holds the module path, ulIDLength bytes, same rule;
- *                without such a file HalvoSet.txt is taken from the current directory
+ * pucID          name of the ID file, which gives the module path, without ".txt"; ulIDLength
+ *                bytes, with the same rule. Without such a file HalvoSet.txt is read from the
+ *                current directory
  * returns        the handle, 1..254, or a negative code; a failed open leaves nothing behind:
  *                -20 null pointer, length 0 or negative, or a name too long;
  *                -30, -50, -60, -100 to -340 as named in enum RuvoStatus
  *
- * Nothing is kept of the caller's memory. The handle must be closed with RuvoCloseHandle.
+ * The caller's memory is not used after the call. Close the handle with RuvoCloseHandle.
  */
 RUVO_API short RuvoOpenHandle(const unsigned char* pucDeviceInfo, unsigned long ulDeviceInfoLength,
                               const unsigned char* pucID, unsigned long ulIDLength);
@@ -86,41 +88,41 @@ RUVO_API short RuvoCloseHandle(short sHandle);
 
 /* Converts text and appends the result to the handle's buffered output.
  *
- * pucData       text in the handle's encode type, owned by the caller. Little-endian UTF-16 is
- *               exchanged to big-endian in place (encode type 2, and type 0 behind FF FE)
+ * pucData       text in the handle's encoding, owned by the caller. Little-endian UTF-16
+ *               (encoding 2, or 0 with the mark FF FE) is changed to big-endian in place
  * ulDataLength  in bytes; at most 0x400000 (UTF-16) or 0x800000 (UTF-8) of them are converted
- * returns       0 converted; -400, -410, -420, -500 converted as well, with a substitute or cut;
- *               -10 handle not open, -20 null, length 0 or negative: nothing done;
- *               -60, -510 stopped on the way, what was appended before stays buffered
+ * returns       0 converted; -400, -410, -420 converted with substitutes; -500 converted up to the
+ *               limit; -10 handle not open, -20 pucData null or length 0 or negative: nothing done;
+ *               -60, -510 not all converted: what was appended before stays buffered
  */
 RUVO_API short RuvoSetData(short sHandle, unsigned char* pucData, unsigned long ulDataLength);
 
 /* Selects the one code page to convert to.
  *
  * lCodePage  a code page that a table of the device declares, or -1 for the automatic choice
- *            among all tables, which is in force after the open
- * returns    0; -10 handle not open; -20 no such code page, choice unchanged
+ *            among all tables, which is the setting of a new handle
+ * returns    0; -10 handle not open; -20 no such code page, setting unchanged
  */
 RUVO_API short RuvoSetTargetCodePage(short sHandle, long lCodePage);
 
 /* Selects the encoding of the text given to RuvoSetData.
  *
- * sEncodeType  a value of enum RuvoEncodeType; "EncodeTypeDefault" is in force after the open
+ * sEncodeType  a value of enum RuvoEncodeType; a new handle has "EncodeTypeDefault"
  * returns      0; -10 handle not open; -20 not 0..3, encoding unchanged
  */
 RUVO_API short RuvoSetEncodeType(short sHandle, short sEncodeType);
 
 /* Copies the buffered output, as one command stream, and empties the handle.
  *
- * The stream holds character codes, ESC t n (1B 74 n) in front of a character of another code
- * table and ESC R n (1B 52 n) around characters of internal character sets.
+ * The stream holds character codes, ESC t n (1B 74 n) before a character of another code table,
+ * and ESC R n (1B 52 n) before and after each character of an internal character set.
  *
  * pucPrintData  room for *pulLength bytes, owned by the caller; NULL with *pulLength 0 asks for
  *               the length
  * *pulLength    in: room, in bytes; out: bytes written, or bytes needed
- * returns       0 done, handle empty (with nothing buffered: length 0); -40 too little room,
- *               *pulLength is the need, nothing lost; -10 handle not open, -20 pulLength NULL or
- *               pucPrintData NULL with a room: nothing written, nothing lost
+ * returns       0 done, the handle's output is empty (with nothing buffered: length 0); -40 too
+ *               little room, *pulLength is what is needed, nothing lost; -10 handle not open, -20
+ *               pulLength NULL, or pucPrintData NULL and *pulLength not 0: nothing written or lost
  */
 RUVO_API short RuvoGetOutputData(short sHandle, unsigned char* pucPrintData,
                                  unsigned long* pulLength);
@@ -129,16 +131,16 @@ RUVO_API short RuvoGetOutputData(short sHandle, unsigned char* pucPrintData,
  *
  * pucCharCode   one byte per character
  * pucTableInfo  records of 5 bytes: position of the character (32 bits, little-endian, counted
- *               from 0) in front of which the code table changes, and the table's parameter. With
- *               an "OutputBufferBlockSize" that is no multiple of 5 the rest of each full block
- *               follows its records as zeros
+ *               from 0) before which the code table changes, and the table's parameter. If
+ *               "OutputBufferBlockSize" is no multiple of 5, zeros after the records fill each full
+ *               block
  * pucISetInfo   the same for internal character sets
  * pul...Length  in: room of each, in bytes; out: bytes written, or bytes needed. A buffer may be
  *               NULL while its room is 0
- * returns       0 done, handle empty (with nothing buffered: three lengths of 0); -40 some room is
- *               too little, all three lengths are the needs, nothing lost; -10 handle not open,
- *               -20 a length pointer is NULL or a buffer is NULL with a room: nothing written,
- *               nothing lost
+ * returns       0 done, the handle's output is empty (with nothing buffered: three lengths of 0);
+ *               -40 too little room in one of them, all three lengths are what is needed, nothing
+ *               lost; -10 handle not open, -20 a length pointer is NULL, or a buffer is NULL and
+ *               its room not 0: nothing written or lost
  */
 RUVO_API short RuvoGetRawData(short sHandle, unsigned char* pucCharCode,
                               unsigned long* pulCharCodeLength, unsigned char* pucTableInfo,

@@ -1,4 +1,4 @@
-// What one open handle owns.
+// The record of one open handle.
 #pragma once
 
 #include "converter/log/OperationLog.h"
@@ -13,10 +13,10 @@
 
 namespace ruvo {
 
-// What the characters with a spacing form go out as while a target table is in force.
+// A cache of the characters that are sent for those with a spacing form.
 struct SpacingFormMemory {
-    std::uint16_t usTargetTable;
-    std::vector<std::uint32_t> found;  // beside the table's spacing forms
+    std::uint16_t usTargetTable;       // the HandleSettings::usTargetTable for which it holds
+    std::vector<std::uint32_t> found;  // one for each of DecompositionTable::spacingForms()
 };
 
 struct HandleLink {
@@ -33,7 +33,7 @@ struct HandleLink {
     OutputChains output;
     LogContext log;
 
-    // Working memory of a conversion.
+    // Caches and working memory of the conversions.
     Composer composer;
     SpacingFormMemory spacingForms{};
     std::vector<std::uint32_t> run;

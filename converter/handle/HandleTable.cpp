@@ -12,7 +12,7 @@ void ensureHandleArray()
     if (table.pstHandleLink != nullptr) {
         return;
     }
-    // Never negative: the settings have 1 to 254.
+    // A settings file has been read, so the number is 1..254.
     table.pstHandleLink =
         new std::unique_ptr<HandleLink>[static_cast<std::uint16_t>(table.sMaximumHandle)];
     table.sCapacity = table.sMaximumHandle;

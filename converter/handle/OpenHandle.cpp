@@ -8,7 +8,7 @@ namespace ruvo {
 
 namespace {
 
-// Of several tables with one command parameter the last one's code page counts.
+// If tables share a command parameter, the last one's code page is kept.
 void setCodePages(HandleSettings& settings, const DeviceInfo& deviceInfo)
 {
     settings.ausTableCodePage.fill(kNoTable);
@@ -19,8 +19,8 @@ void setCodePages(HandleSettings& settings, const DeviceInfo& deviceInfo)
     }
 }
 
-// Reads HalvoSet.txt. "MaximumHandle" counts for the process from here on, whatever becomes of the
-// open, even if a later line breaks a rule or memory runs out.
+// Reads HalvoSet.txt. "MaximumHandle" holds for the process as soon as its line has been read, even
+// if a later line breaks a rule or memory runs out.
 short readSettings(const std::string& modulePath, HandleSettings& settings)
 {
     struct Keeper {
@@ -54,7 +54,7 @@ short Lutm_OpenHandleCommon(const std::string& deviceInfoName, const std::string
     const auto settings = std::make_unique<HandleSettings>();
     const auto deviceInfo = std::make_unique<DeviceInfo>();
 
-    // Without a module path the settings file is looked for in the current directory.
+    // Without a module path HalvoSet.txt is read from the current directory.
     std::string modulePath;
     if (Lutm_ModuleFileFullPath(kModuleRoot, id, modulePath) != 0) {
         modulePath.clear();

@@ -13,7 +13,8 @@ namespace {
 
 constexpr long kMegabyte = 1048576;
 
-// Of the live file or of the backup. A path has at most 200 characters and a "/".
+// The path of the live file or of the backup. The folder has at most 200 bytes and a "/", so the
+// path fits.
 class FilePath {
 public:
     FilePath(const LogContext& log, const char* extension)
@@ -27,7 +28,7 @@ private:
     char m_text[256];
 };
 
-// Null for what is no regular file: a pipe would hold the caller up until somebody reads it.
+// Null for anything but a regular file: writing to a pipe would wait until somebody reads it.
 std::FILE* openRegularFile(const char* path)
 {
     const int file = open(path, O_WRONLY | O_APPEND | O_CREAT | O_CLOEXEC | O_NONBLOCK | O_NOCTTY,
@@ -47,36 +48,36 @@ std::FILE* openRegularFile(const char* path)
 bool openForAppending(LogContext& log)
 {
     log.pLogFile.reset(openRegularFile(FilePath(log, ".txt").text()));
-    // Lines come in blocks, and a reader is to see them at once.
+    // Lines come in blocks already, and must be in the file when the call returns.
     if (log.pLogFile) {
         std::setvbuf(log.pLogFile.get(), nullptr, _IONBF, 0);
     }
     return log.pLogFile != nullptr;
 }
 
-// Moves the live file to ".bak", in place of the one that is there, and begins a new one. False
-// when that fails: without a stream the handle's later entries are dropped, so that the live file
-// never exceeds its size.
+// Moves the live file to ".bak", replacing an older backup, and opens a new live file. False when
+// that fails; the log has then no stream and drops later entries, so that the live file never
+// exceeds its size.
 bool rotate(LogContext& log)
 {
     const FilePath live(log, ".txt");
     const FilePath backup(log, ".bak");
-    unlink(backup.text());  // which leaves a folder alone, even an empty one
+    unlink(backup.text());  // never removes a folder, as remove() would
     if (std::fclose(log.pLogFile.release()) != 0) {
         return false;
     }
-    // Somebody may have taken the live file away already.
+    // ENOENT: another program has removed the live file.
     const bool moved = std::rename(live.text(), backup.text()) == 0 || errno == ENOENT;
     return moved && openForAppending(log);
 }
 
-// Other handles may write to the same file, so its size is asked for each time.
+// The size in bytes, or -1. Not kept, because other handles may write to the same file.
 long fileSize(std::FILE* file)
 {
     return std::fseek(file, 0, SEEK_END) == 0 ? std::ftell(file) : -1;
 }
 
-// The length of the whole lines at the front of `lines` that go into `room` bytes.
+// The length of the first whole lines of `lines` that fit into `room` bytes.
 std::size_t fittingLength(std::string_view lines, long room)
 {
     if (room <= 0) {

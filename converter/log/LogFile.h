@@ -16,28 +16,28 @@ struct LocalTime {
     bool valid = false;
 };
 
-// The time of the call. Not valid where the C library cannot tell it.
+// The current time. Not valid if the C library cannot give it.
 LocalTime localTime();
 
-// The log's state. A handle owns it; the close moves it out, because its last entry is written
-// when the handle is gone.
+// The state of a log. A handle owns it; RuvoCloseHandle moves it out, because the last entry is
+// written after the handle has been freed.
 struct LogContext {
     struct FileCloser {
         void operator()(std::FILE* file) const { std::fclose(file); }
     };
 
     std::string szLogFilePath;                        // the folder, with "/" at its end
-    std::uint8_t ucLogMaxSize;                        // of a file, in megabytes of 2^20 bytes
-    char szLogFileName[96];                           // without extension
+    std::uint8_t ucLogMaxSize;                        // largest file, 1..10 times 2^20 bytes
+    char szLogFileName[96];                           // without ".txt" or ".bak"
     std::unique_ptr<std::FILE, FileCloser> pLogFile;  // null while there is no log
 };
 
-// Opens the log file, named by the time of the call, unless it is open. Without a folder that takes
-// the file, or with something else than a regular file in its place, there is no log.
+// Opens the log file, named after the current time, unless one is open. If it cannot be opened or
+// is no regular file, there is no log.
 void Cutm_CheckOpenLogFile(LogContext& log) noexcept;
 
-// Appends whole lines, each with its LF. The line that would take the file past ucLogMaxSize moves
-// the file to ".bak", in place of the one that is there, and begins a new file.
+// Appends whole lines, each with its LF. Before a line that would make the file larger than
+// ucLogMaxSize, moves the file to ".bak", replacing an older backup, and begins a new file.
 void Cutm_WriteLog(LogContext& log, std::string_view lines) noexcept;
 
 }  // namespace ruvo

@@ -18,7 +18,7 @@ constexpr std::size_t kDumpWidth = 16;
 
 // ---- Lines ----
 
-// Collects lines and hands them to the log in blocks of whole lines.
+// Collects lines and gives them to the log in blocks of whole lines.
 class LineWriter {
 public:
     explicit LineWriter(LogContext& log) : m_log(log) {}
@@ -55,7 +55,7 @@ public:
         }
     }
 
-    // Bytes as two hexadecimal digits each, a blank between them.
+    // Writes bytes as two hexadecimal digits each, with a blank between them. At least one byte.
     void putBytes(std::span<const std::uint8_t> bytes)
     {
         static constexpr char digits[] = "0123456789ABCDEF";
@@ -69,7 +69,7 @@ public:
     }
 
 private:
-    // No line is longer: a path of 201 characters behind its label is the longest.
+    // The longest line is a label and a path of 201 bytes.
     static constexpr std::size_t kMaxLine = 256;
 
     void flush()
@@ -108,7 +108,7 @@ void Cutm_GetTimeInfo(LineWriter& line)
     line.put(']');
 }
 
-// Writes the next line of a dump and gives the bytes that are left.
+// Writes the next line of a dump, "XX" if there is no data. Returns the bytes that are left.
 std::span<const std::uint8_t> Cutm_CreatePrmInfo(std::span<const std::uint8_t> data,
                                                  LineWriter& line)
 {
@@ -145,7 +145,7 @@ struct Field {
 };
 
 struct Dump {
-    std::string_view label;  // of the first line
+    std::string_view label;  // at the start of the first line
     std::span<const std::uint8_t> data;
 };
 
@@ -159,7 +159,7 @@ void putField(LineWriter& line, const Field& field)
     case Field::Kind::length:
         line.putNumber(field.length);
         break;
-    case Field::Kind::pointer:  // as the platform's %p prints it
+    case Field::Kind::pointer:  // as printf's %p
         if (field.pointer != nullptr) {
             line.put("0x");
             line.putNumber(reinterpret_cast<std::uintptr_t>(field.pointer), 16);
@@ -212,7 +212,7 @@ void writeEntry(LogContext& log, LogDirection direction, short status, std::stri
     writeEntry(line, direction, status, call, fields, dumps);
 }
 
-// The settings in force, behind the entries of an open.
+// Writes the handle's settings, which follow an entry of RuvoOpenHandle.
 void putSettings(LineWriter& line, const HandleSettings& settings)
 {
     const auto putText = [&](std::string_view label, std::string_view text) {
@@ -239,8 +239,8 @@ void putSettings(LineWriter& line, const HandleSettings& settings)
     putNumber("DecompositionMappingSize=", settings.ucDecompositionMappingSize);
 }
 
-// A caller that knows its buffer to be large enough may declare any length: nothing is read over
-// one that is negative as a signed number.
+// The bytes of a buffer; none if there is no buffer or if the top bit of the length is set, as such
+// a length is refused.
 std::span<const std::uint8_t> readable(const std::uint8_t* data, unsigned long length)
 {
     if ((data == nullptr) || length > std::numeric_limits<long>::max()) {

@@ -1,6 +1,6 @@
 // A handle's operation log: one "IN" and one "OUT" entry for each public call, with hex dumps.
 //
-// No logging failure changes a call: what cannot be written is dropped.
+// No logging failure changes a call: an entry that cannot be written is dropped.
 #pragma once
 
 #include "converter/log/LogFile.h"
@@ -15,14 +15,14 @@ struct HandleSettings;
 
 enum class LogDirection { in, out };
 
-// The entry writers, one for each public call, called with its arguments. A call through which data
-// passes has it dumped as it stands at that moment, and only over the room that the caller is known
-// to have.
+// One function per public call writes an entry with the call's arguments. Text and output are
+// dumped as they are at that moment; of an output buffer only the bytes that the caller declared
+// are read.
 
 struct LogBuffer {
-    const std::uint8_t* data;
-    const unsigned long* length;  // null where the caller gave none
-    unsigned long room;           // bytes that may be read at data
+    const std::uint8_t* data;     // owned by the caller; may be null
+    const unsigned long* length;  // null if the caller gave none
+    unsigned long room;           // *length at the start of the call: bytes that may be read
 };
 
 void Lutm_RuvoOpenHandle(LogDirection direction, LogContext& log, const HandleSettings& settings,

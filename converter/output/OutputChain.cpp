@@ -10,10 +10,10 @@ namespace {
 
 constexpr std::size_t kRecordSize = 5;
 
-// Positions are 32 bits wide: a longer chain counts as full.
+// A chain of this length is full, as positions have 32 bits.
 constexpr std::size_t kMaxCharacters = std::numeric_limits<std::uint32_t>::max();
 
-// Memory that an empty chain keeps, so that a stream of small conversions never allocates.
+// The memory that an empty chain keeps, so that small conversions need not allocate.
 constexpr std::size_t kKeptBytes = 64 * 1024;
 
 }  // namespace
@@ -49,7 +49,7 @@ SwitchChain::SwitchChain(BlockLimits limits)
 {
 }
 
-// Memory grows bit by bit up to what a chain keeps; for more, a long text gets all it may need.
+// Grows geometrically up to kKeptRecords; beyond that it reserves the expected maximum at once.
 void SwitchChain::makeRoom()
 {
     const std::size_t size = m_records.size();

@@ -1,8 +1,8 @@
-// A handle's output chains: the character codes, and the switches between them.
+// A handle's output chains: one of character codes, and two of the switches between them.
 //
-// By contract the output stands in blocks of "OutputBufferBlockSize" bytes, at most
-// "OutputBufferBlockMax" of them a chain. The blocks are counted, not allocated: they decide when a
-// chain is full and where the raw form of a switch chain has gaps, and cost nothing by themselves.
+// By contract a chain consists of at most "OutputBufferBlockMax" blocks of "OutputBufferBlockSize"
+// bytes. The blocks are not allocated as such: their numbers only decide when a chain is full, and
+// where the raw form of a switch chain has gaps.
 #pragma once
 
 #include "converter/RuvoConverter.h"
@@ -38,7 +38,7 @@ public:
         }
     }
 
-    // Appends a byte for which reserve has made memory. 0, or -510 when the chain is full.
+    // Appends a byte, for which reserve has made memory. Returns 0, or -510 when the chain is full.
     short Lutm_SetDataCharCode(std::uint8_t byte)
     {
         if (room() == 0) {
@@ -48,12 +48,13 @@ public:
         return RUVO_OK;
     }
 
-    // Where the next bytes go, and how many have been put there, for which reserve has made memory.
-    // kSlack bytes behind that memory may be overwritten.
+    // For a caller that writes bytes by itself: end() is where they go, grow() makes `count` of
+    // them part of the chain. It may overwrite what reserve has made and kSlack bytes more.
     static constexpr std::size_t kSlack = 8;
     std::uint8_t* end() { return m_bytes.get() + m_size; }
     void grow(std::size_t count) { m_size += count; }
 
+    // Good until the next reserve or reset.
     std::span<const std::uint8_t> bytes() const { return {m_bytes.get(), m_size}; }
     void reset()
     {
@@ -74,15 +75,14 @@ private:
     std::unique_ptr<std::uint8_t[]> m_bytes;
 };
 
-// The command takes effect in front of the character byte at `position`, counted from the last
-// reset of the chains.
+// A command that is sent before the character byte with the index `position` in the chain.
 struct SwitchRecord {
     std::uint32_t position;
-    std::uint8_t parameter;
+    std::uint8_t parameter;  // of the command: the number of the table or set
 };
 
-// Switch records. In the raw form a record takes 5 bytes and never spans two blocks; zeros fill up
-// a full block when its size is no multiple of 5.
+// Switch records in the order of their positions. In the raw form a record has 5 bytes and lies
+// inside one block; if the block size is no multiple of 5, zeros fill the rest of each full block.
 class SwitchChain {
 public:
     explicit SwitchChain(BlockLimits limits);
@@ -90,11 +90,11 @@ public:
     // Records that may still be appended.
     std::size_t room() const { return m_limit - m_records.size(); }
 
-    // The most records that the text at hand can add; memory for them is made in one go, once it
-    // turns out that it needs more than there is.
+    // Announces that a text adds at most `count` records. No memory is made yet.
     void expect(std::size_t count) { m_expected = m_records.size() + count; }
 
-    // 0, or -510 when the chain is full. Throws std::bad_alloc and then is as it was.
+    // Appends a record. Returns 0, or -510 when the chain is full. Throws std::bad_alloc; the chain
+    // is then unchanged.
     short Lutm_SetDataCharCmd(SwitchRecord record)
     {
         if (room() == 0) {
@@ -109,7 +109,7 @@ public:
 
     std::span<const SwitchRecord> records() const { return m_records; }
 
-    // The raw form: its length, and the form itself. A record is
+    // The length of the raw form in bytes, and a copy of it. A record is
     //
     //   | 0 | 1 | 2 | 3 |     4     |
     //   |   position    | parameter |      position: little-endian
@@ -125,15 +125,16 @@ public:
     }
 
 private:
-    // Memory that an empty chain keeps, so that a stream of small conversions never allocates.
+    // The memory that an empty chain keeps, in records, so that small conversions need not
+    // allocate.
     static constexpr std::size_t kKeptRecords = 8 * 1024;
 
     void makeRoom();
 
     std::size_t m_blockSize;
     std::size_t m_recordsPerBlock;
-    std::size_t m_limit;  // in records
-    std::size_t m_expected = 0;
+    std::size_t m_limit;         // in records
+    std::size_t m_expected = 0;  // most records after the announced text
     std::vector<SwitchRecord> m_records;
 };
 

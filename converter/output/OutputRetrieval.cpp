@@ -13,7 +13,7 @@ constexpr std::size_t kSwitchLength = 3;  // ESC t n or ESC R n
 constexpr std::uint8_t kSelectTable = 0x74;
 constexpr std::uint8_t kSelectSet = 0x52;
 
-// Behind the last record stands one at a position that no text has.
+// The position of a cursor after its last record; no character has it.
 constexpr std::size_t kNoPosition = SIZE_MAX;
 
 // Walks the records of a switch chain.
@@ -29,7 +29,8 @@ public:
         return m_records.empty() ? kNoPosition : m_records.front().position;
     }
 
-    // Writes the switch command of the record when it stands at the position.
+    // Writes the command of the next record if the record is for `position`, and moves on. Returns
+    // the end of what is written.
     std::uint8_t* writeAt(std::size_t position, std::uint8_t* destination)
     {
         if (this->position() != position) {
@@ -55,8 +56,8 @@ std::size_t mergedLength(const OutputChains& output)
     return output.stCharCodeOut.bytes().size() + kSwitchLength * records;
 }
 
-// Writes the merged output, mergedLength bytes: the character codes with ESC t n before a character
-// of another table, ESC R n around characters of internal character sets.
+// Writes the merged output, mergedLength bytes: the character codes, with ESC t n before a
+// character of another table and ESC R n before and after a character of an internal set.
 void Lutm_copyOutputData(const OutputChains& output, std::uint8_t* destination)
 {
     const std::span<const std::uint8_t> characters = output.stCharCodeOut.bytes();
@@ -64,8 +65,8 @@ void Lutm_copyOutputData(const OutputChains& output, std::uint8_t* destination)
     RecordCursor sets(output.stISetInfoOut, kSelectSet);
     std::size_t k = 0;
     for (;;) {
-        // Of two set records at one position the first closes the set of the character before.
-        // Behind a character, a set record comes before the table record.
+        // The set of the character before is closed first, then the table and the set of the next
+        // character are selected. Only position 0 has no character before it.
         if (k > 0) {
             destination = sets.writeAt(k, destination);
         }

@@ -5,11 +5,12 @@
 
 namespace ruvo {
 
-// What RuvoGetOutputData gives for an open handle; pulLength is not null.
+// RuvoGetOutputData for an open handle, with the same arguments and statuses; pulLength is not
+// null.
 short getOutputData(OutputChains& output, unsigned char* pucPrintData, unsigned long* pulLength);
 
-// What RuvoGetRawData gives for an open handle, its arguments in the order characters, tables,
-// sets.
+// RuvoGetRawData for an open handle, with the same statuses; the buffers and lengths are in the
+// order characters, tables, sets.
 short getRawData(OutputChains& output, unsigned char* const (&buffers)[3],
                  unsigned long* const (&lengths)[3]);
 

@@ -11,12 +11,12 @@ namespace ruvo {
 
 namespace {
 
-// The status of a sequence of readings: that of the first fault.
+// Keeps the status of the first of several readings that failed.
 class FirstStatus {
 public:
     explicit FirstStatus(const ProfileListener* listener) : m_goesOnAlways(listener != nullptr) {}
 
-    // Takes the status of the next reading. False when no more is to be read.
+    // Takes the status of the next reading. False when nothing more must be read.
     bool take(short status)
     {
         if (m_status == RUVO_OK) {
@@ -32,8 +32,8 @@ private:
     short m_status = RUVO_OK;
 };
 
-// Reads `count` files of a kind into one list, sorted by code point. readFile reads the one with an
-// index into the list. False when no more is to be read.
+// Reads `count` files of one kind into a list and sorts it by code point. readFile(i) appends the
+// entries of file i. False when nothing more must be read.
 template <class ReadFile>
 bool readFiles(std::int16_t count, std::vector<MapEntry>& list, FirstStatus& status,
                ReadFile readFile)
@@ -82,7 +82,7 @@ short readCharacterFiles(const HandleSettings& settings, const DeviceInfo& devic
         !readSets(file, settings, deviceInfo, icsList, status)) {
         return status.status();
     }
-    if (listener != nullptr) {  // which hears of a file that cannot be opened
+    if (listener != nullptr) {  // told if the file cannot be opened, which the reader does not
         file.open(unicodeDataPath(settings), RUVO_UNICODE_DATA_MISSING, RUVO_OK);
     }
     status.take(Lutm_createTranslationTable(file.reader(), tableList, icsList, settings, tables));

@@ -1,4 +1,5 @@
-// The files behind the settings of a profile: translation tables, character sets and the database.
+// Reads the files that the settings of a profile name: translation tables, internal character sets
+// and the Unicode database.
 #pragma once
 
 #include "converter/profile/HandleSettings.h"
@@ -7,8 +8,8 @@
 
 namespace ruvo {
 
-// Reads them all into the tables. Returns 0 or the status of the first fault; with a listener the
-// files behind it are read too.
+// Reads all these files into `tables`. Returns 0, or the status of the first fault: -30 or -300 to
+// -340. With a listener the files after the fault are read, too. Throws std::bad_alloc.
 short readCharacterFiles(const HandleSettings& settings, const DeviceInfo& deviceInfo,
                          CharacterTables& tables, ProfileListener* listener = nullptr);
 

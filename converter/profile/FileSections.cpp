@@ -12,7 +12,7 @@ bool holdsBracket(std::string_view line)
     return line.find('[') != std::string_view::npos;
 }
 
-// Messages of both kinds of sections.
+// Messages for both kinds of sections.
 
 std::string noKeyOf(const std::string& section, std::string_view line)
 {
@@ -225,7 +225,8 @@ NumberedSections::State NumberedSections::startSection(std::string_view line)
         if (m_wrongNumber != 0 && number == m_wrongNumber + 1) {
             m_number = number;
         } else {
-            fault([&] { return quoted(line) + " stands where " + header() + " is due"; });
+            fault(
+                [&] { return quoted(line) + " is not the header that is due here, " + header(); });
             m_wrongNumber = number;
             next = stateAfterFault();
         }
@@ -234,7 +235,7 @@ NumberedSections::State NumberedSections::startSection(std::string_view line)
     return next;
 }
 
-// The number in a header of the part; 0 when there is none that can be.
+// The number in a header of the part; 0 when it has none from 1 to kMaxTables.
 int NumberedSections::numberIn(std::string_view line) const
 {
     int number = 0;

@@ -1,4 +1,25 @@
 // The sections of a settings or device information file, and the lines between them.
+//
+// A file is read once, line by line; each line goes to the section that is open. What ends a
+// section is a line without one of its keys, and that line is looked at once more: it may be the
+// header of the section that comes next. In a device information file with two tables:
+//
+//   [Common]                      opens the section [Common]
+//   MappingTableNumber=2 ...      one line for each of its keys
+//   [Table1]                      no key: ends [Common], opens the tables (number 1)
+//   CodePage=437 ...              the keys of [Table1]
+//   [Table2]                      no key, [Table1] is complete: number 2 starts
+//   CodePage=850 ...
+//   [ICS1]                        no key, number 3 is more than 2: ends the tables, opens the sets
+//
+// A header is only a header where its section may open. At any other place it is a line without a
+// key like any other: installed files have such lines, and an open must read the same values from
+// them as ever. (So "[Foo]" after the last key of [Table2] would use up the line that could open
+// [ICS1], but an [ICS1] on the line after it opens the sets.)
+//
+// An open stops reading a section at the section's first fault. For a listener the section goes on,
+// to find more faults. The status is the same: a FixedSection only checks the further lines, and
+// NumberedSections are invalid by then, whatever follows.
 #pragma once
 
 #include "converter/profile/KeyValueSection.h"
@@ -163,8 +184,8 @@ private:
     bool m_invalid = false;
 };
 
-// Tells of lines that no section reads: of the first one in a row, and of the first that looks like
-// a header.
+// Tells the listener of lines that no section reads. Of several such lines in a row it tells the
+// first one and the first one that looks like a header.
 class UnreadLines {
 public:
     explicit UnreadLines(const ReportingFile& file) : m_file(file) {}
@@ -177,16 +198,16 @@ public:
         if (isHeader && !m_headerTold) {
             m_file.remark([&] {
                 return quoted(line) + " opens no section here: it is not read, nor are the lines " +
-                       "behind it; the sections must be " + makeOrder() + ", in this order";
+                       "after it; the sections must be " + makeOrder() + ", in this order";
             });
         } else if (!m_told) {
-            m_file.remark([&] { return quoted(line) + " stands in no section and is not read"; });
+            m_file.remark([&] { return quoted(line) + " is in no section and is not read"; });
         }
         m_headerTold = m_headerTold || isHeader;
         m_told = true;
     }
 
-    // A section has been opened, or goes on.
+    // A section has read the line.
     void endRow() { m_told = m_headerTold = false; }
 
 private:

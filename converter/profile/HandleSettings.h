@@ -1,4 +1,4 @@
-// What a handle knows from its settings files, and the state that its calls change.
+// The settings of a handle from its settings files, and the state that its calls change.
 #pragma once
 
 #include <array>
@@ -13,7 +13,7 @@ inline constexpr std::uint16_t kNoTable = 0xFFFF;
 
 struct HandleSettings {
     // [Settings] of HalvoSet.txt
-    std::int16_t sEncodeType = 0;  // starts at "EncodeTypeDefault"
+    std::int16_t sEncodeType = 0;  // "EncodeTypeDefault" up to RuvoSetEncodeType
     std::uint8_t ucMissingCharacterCode = 0;
     std::string szDeviceInfoPath;  // with "/" at its end
     std::int16_t sMaximumHandle = 0;
@@ -33,15 +33,17 @@ struct HandleSettings {
     std::uint8_t ucBidiClassSize = 0;
     std::uint8_t ucDecompositionMappingSize = 0;
 
-    // Code page of each table, by the table's command parameter; kNoTable where there is none.
+    // Code page of each table, by the table's command parameter; kNoTable without a table.
     std::array<std::uint16_t, 256> ausTableCodePage{};
-    // Command parameter of the target code page's table; kNoTable is the automatic choice.
+    // Command parameter of the target code page's table, or kNoTable for the automatic choice.
     std::uint16_t usTargetTable = kNoTable;
-    // Command parameter of the table most recently selected in the output.
+    // Command parameter of the current table: the one that the output selected last. Outlives a
+    // text and a retrieval of the output: the next text goes on with it.
     std::uint8_t ucCurrentTable = 0;
 
-    // Command parameter of the table from which the next character is taken if it holds it.
-    std::uint8_t tableInForce() const
+    // Command parameter of the selected table, which is searched first for each character: the
+    // target code page's table, else the current one.
+    std::uint8_t selectedTable() const
     {
         return usTargetTable == kNoTable ? ucCurrentTable
                                          : static_cast<std::uint8_t>(usTargetTable);
@@ -59,7 +61,7 @@ struct ICSEntry {
     std::uint8_t ucICSCommandParam = 0;
 };
 
-// The part of the settings that only the building of the tables needs.
+// The settings that are only needed while the tables are built.
 struct DeviceInfo {
     std::int16_t sInternalCharacterSetNumber = 0;
     std::array<TableEntry, kMaxTables> astTable;

@@ -12,11 +12,11 @@ bool isDigit(char c)
     return c >= '0' && c <= '9';
 }
 
-// Stores a good value. False when the value breaks the key's rule.
-bool storeValue(const SectionKey& key, SectionTarget& target, std::string_view textBehind)
+// Stores the value after the key. False, and nothing is stored, when it breaks the key's rule.
+bool storeValue(const SectionKey& key, SectionTarget& target, std::string_view textAfter)
 {
     std::string_view value;
-    if (!Lutm_ExistEqualCheck(textBehind, value)) {
+    if (!Lutm_ExistEqualCheck(textAfter, value)) {
         return false;
     }
     if (key.storeText != nullptr) {
@@ -40,8 +40,8 @@ std::string_view trimmed(std::string_view text)
     return text.substr(0, text.find_first_of("\r\n"));
 }
 
-// The rule of a key, and what broke it.
-std::string brokenRule(const SectionKey& key, std::string_view textBehind)
+// The message for a value that breaks the rule of its key.
+std::string brokenRule(const SectionKey& key, std::string_view textAfter)
 {
     std::string rule = quoted(key.name) + " must be ";
     if (key.storeText != nullptr) {
@@ -51,14 +51,14 @@ std::string brokenRule(const SectionKey& key, std::string_view textBehind)
             "a number from " + std::to_string(key.minimum) + " to " + std::to_string(key.maximum);
     }
 
-    const std::size_t equal = textBehind.find('=');
+    const std::size_t equal = textAfter.find('=');
     if (equal == std::string_view::npos) {
-        return rule + ", but there is no \"=\" behind the key";
+        return rule + ", but there is no \"=\" after the key";
     }
-    const std::string_view value = textBehind.substr(equal + 1);
+    const std::string_view value = textAfter.substr(equal + 1);
     const std::string_view shown = trimmed(value);
     if (shown.empty()) {
-        return rule + ", but there is nothing behind the \"=\"";
+        return rule + ", but there is nothing after the \"=\"";
     }
     if (key.storeText != nullptr) {
         return rule + ", but has " + std::to_string(withoutLineBreak(value).size());
@@ -130,9 +130,9 @@ KeyValueSection::Line KeyValueSection::read(std::string_view line)
     const SectionKey& key = m_keys[found.index];
     const bool setBefore = m_set[found.index];
     m_named[found.index] = true;
-    m_set[found.index] = storeValue(key, m_target, found.textBehind);
+    m_set[found.index] = storeValue(key, m_target, found.textAfter);
     if (!m_set[found.index]) {
-        m_file.fault([&] { return brokenRule(key, found.textBehind); });
+        m_file.fault([&] { return brokenRule(key, found.textAfter); });
         return Line::rejected;
     }
     m_file.valueRead(key.name, m_target.index);
@@ -153,8 +153,8 @@ bool KeyValueSection::check(std::string_view line)
     } else if (m_set[found.index]) {
         key.storeText = [](SectionTarget&, std::string_view) {};
     }
-    if (!storeValue(key, m_target, found.textBehind)) {
-        m_file.fault([&] { return brokenRule(key, found.textBehind); });
+    if (!storeValue(key, m_target, found.textAfter)) {
+        m_file.fault([&] { return brokenRule(key, found.textAfter); });
         return true;
     }
     if (key.storeText != nullptr) {
@@ -179,12 +179,12 @@ std::string KeyValueSection::takeMissingKeys()
 void KeyValueSection::remarkOn(const SectionKey& key, std::string_view line, bool setBefore) const
 {
     if (!line.starts_with(key.name)) {
-        m_file.remark([&] {
-            return "sets " + quoted(key.name) + ", which stands inside the line, not in front";
-        });
+        m_file.remark(
+            [&] { return "sets " + quoted(key.name) + ", which is not at the start of the line"; });
     }
     if (setBefore) {
-        m_file.remark([&] { return "sets " + quoted(key.name) + " again: this value counts"; });
+        m_file.remark(
+            [&] { return "sets " + quoted(key.name) + " again; only this value is used"; });
     }
     if ((key.storeText != nullptr) && !line.ends_with("\r\n")) {
         m_file.remark([&] {

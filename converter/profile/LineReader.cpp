@@ -28,7 +28,7 @@ void LineReader::closeFile()
 short LineReader::open(const std::string& path, short missingStatus)
 {
     closeFile();
-    // A pipe that nobody writes to does not hold the open up.
+    // O_NONBLOCK: opening a pipe must not wait for a writer.
     m_file = ::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK);
     if (m_file < 0) {
         return errno == ENOENT ? missingStatus : short{RUVO_FILE_NOT_OPENED};
@@ -68,7 +68,7 @@ bool LineReader::next(std::string_view& line)
     return true;
 }
 
-// The length of the line at m_begin; 0 when its end is not in the buffer.
+// The length of the line or piece at m_begin; 0 when its end is not in the buffer.
 std::size_t LineReader::lineLength() const
 {
     const char* const start = m_buffer.get() + m_begin;
@@ -79,7 +79,8 @@ std::size_t LineReader::lineLength() const
     return available == kMaxLineLength ? kMaxLineLength : 0;
 }
 
-// Moves the rest to the front and reads on behind it. False at the end of the file.
+// Moves the bytes that are left to the buffer's start and reads more after them. False at the end
+// of the file.
 bool LineReader::refill()
 {
     std::memmove(m_buffer.get(), m_buffer.get() + m_begin, m_end - m_begin);

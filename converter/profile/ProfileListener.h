@@ -1,5 +1,5 @@
-// Who hears of a profile's faults while its files are read. An open has no listener and stops at
-// the first fault; with one, the readers go on where the rest of a file can still be checked.
+// The listener is told of a profile's faults while its files are read. An open has no listener and
+// stops at the first fault; for a listener the readers check the rest of the files, too.
 #pragma once
 
 #include <cstddef>
@@ -21,17 +21,17 @@ class ProfileListener {
 public:
     virtual ~ProfileListener() = default;
 
-    // A broken rule, in words, and the status of an open that meets it.
+    // A broken rule, in words, and the status with which an open fails because of it.
     virtual void fault(const ProfilePlace& place, const std::string& rule, short status) = 0;
 
-    // A file without lines: it cannot be opened, with the status of the open, or it is no regular
-    // file, with status 0.
+    // A file that has no lines because it cannot be opened (`status` is that of the open) or is no
+    // regular file (`status` is 0). `words` says which.
     virtual void noLines(const std::string& path, const std::string& words, short status) = 0;
 
-    // What an open accepts, but hardly anybody means.
+    // A line that an open accepts, but that is probably a mistake.
     virtual void remark(const ProfilePlace& place, const std::string& words) = 0;
 
-    // A good value of a key; `index` counts the tables or sets from 0.
+    // A good value of a key. In a section of a table or set `index` is its number, from 0.
     virtual void valueRead(const ProfilePlace& place, std::string_view key, std::size_t index) = 0;
 
     // A good line of a table or set file.

@@ -1,4 +1,4 @@
-// One text file of a profile while it is read, and the listener that hears of its faults.
+// A text file of a profile while it is read, and the listener that is told of its faults.
 #pragma once
 
 #include "converter/profile/LineReader.h"
@@ -9,19 +9,20 @@
 
 namespace ruvo {
 
-// A piece of a file for a message: in quotes, not too long, on one line.
+// A piece of a file for a message: in quotes, at most 60 bytes of it, control characters in hex,
+// and without CR and LF.
 std::string quoted(std::string_view text);
 
 class ReportingFile {
 public:
-    // Without a listener nothing is told.
+    // The listener, null without one, is the caller's and must outlive the file.
     explicit ReportingFile(ProfileListener* listener = nullptr) : m_listener(listener) {}
 
-    // Opens the file of another path. Returns 0, -30 or `missingStatus`. A fault inside the file
-    // has `invalidStatus`.
+    // Opens the file `path` in place of the one before. Returns 0, -30 or `missingStatus`. Faults
+    // in the file are told with `invalidStatus`.
     short open(const std::string& path, short missingStatus, short invalidStatus);
 
-    // Gives the next line that is neither blank nor a comment.
+    // Gives the next line as nextContentLine does, and remarks on lines that are too long.
     bool next(char comment, std::string_view& line)
     {
         const bool found = nextContentLine(m_reader, comment, line);
@@ -33,14 +34,14 @@ public:
 
     ProfileListener* listener() const { return m_listener; }
 
-    // For a file that has a reading of its own.
+    // For a caller that reads the lines by itself.
     LineReader& reader() { return m_reader; }
 
-    // Of the line that was given last, counted from 1.
+    // The number of the line that was given last, counted from 1.
     std::size_t lineNumber() const { return m_reader.lineNumber(); }
 
-    // These tell the listener of the line given last, or of another one. makeWords returns the
-    // message; it is called when somebody listens.
+    // Tell the listener of a fault or remark, at the line given last or (faultAt) at another one; 0
+    // is the whole file. makeWords returns the message; it is called only if there is a listener.
     template <class MakeWords>
     void fault(MakeWords makeWords) const
     {
@@ -81,7 +82,7 @@ private:
     LineReader m_reader;
     std::string m_path;
     short m_invalidStatus = 0;
-    std::size_t m_longLine = 0;  // the last one that was remarked on
+    std::size_t m_longLine = 0;  // the number of the last line that was remarked on
 };
 
 }  // namespace ruvo

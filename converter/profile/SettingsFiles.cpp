@@ -12,13 +12,13 @@ constexpr char kComment = ';';
 constexpr long kMaxPathLength = 200;
 constexpr long kMaxFileNameLength = 255;
 
-// Where values are stored: a field of the settings, of the device information, or of its table or
-// character set at hand.
+// Functions that store a value: in a field of the settings, of the device information, or of the
+// table or set with the target's index.
 
 template <class Field>
 void assign(Field& field, long number)
 {
-    field = static_cast<Field>(number);  // inside the key's range
+    field = static_cast<Field>(number);  // the key's range fits into the field
 }
 
 template <auto field>
@@ -51,7 +51,7 @@ void nameInEntry(SectionTarget& target, std::string_view name)
     (target.deviceInfo->*list)[target.index].*field = name;
 }
 
-// The tables of keys, in the order in which a line is searched for them.
+// The keys of each section. A line is searched for them in this order.
 
 using Settings = HandleSettings;
 

@@ -12,8 +12,8 @@ namespace {
 
 constexpr char kComment = '#';
 
-// Reads "0x" and hexadecimal digits, all of the field. False when it is anything else or above
-// `maximum`.
+// Reads a field of "0x" and hexadecimal digits. False when the field is anything else, or the value
+// above `maximum`.
 bool readHexField(std::string_view field, std::uint32_t maximum, std::uint32_t& value)
 {
     if (!field.starts_with("0x")) {
@@ -29,7 +29,7 @@ bool readHexField(std::string_view field, std::uint32_t maximum, std::uint32_t& 
 const char* Lutm_FileDataCheck(std::string_view line, TableFileKind kind, MapEntry& entry)
 {
     if (!line.starts_with("0x")) {
-        return "must begin with the byte, such as 0x41, or be a comment with \"#\" in front";
+        return "must begin with the byte, such as 0x41, or be a comment, which begins with \"#\"";
     }
     std::size_t middle = line.find("\t0x");
     if (middle == std::string_view::npos && kind == TableFileKind::translation) {
@@ -37,21 +37,20 @@ const char* Lutm_FileDataCheck(std::string_view line, TableFileKind kind, MapEnt
     }
     if (middle == std::string_view::npos) {
         return kind == TableFileKind::translation
-                   ? "must have a TAB and the code point, such as 0x00E9, behind the byte; or a "
-                     "TAB "
+                   ? "must have a TAB and the code point, such as 0x00E9, after the byte, or a TAB "
                      "and a blank for a byte without a character"
-                   : "must have a TAB and the code point, such as 0x00E9, behind the byte";
+                   : "must have a TAB and the code point, such as 0x00E9, after the byte";
     }
     if (line.find("\t#", middle) == std::string_view::npos) {
-        return "must have a TAB and \"#\" behind the code point";
+        return "must have a TAB and \"#\" after the code point";
     }
 
-    // Two TABs are there now: at `middle` or before, and in front of "#".
+    // The line has at least two TABs: one at `middle`, and a later one before "#".
     const std::size_t firstTab = line.find('\t');
     const std::size_t secondTab = line.find('\t', firstTab + 1);
     std::uint32_t code = 0;
     if (!readHexField(line.substr(0, firstTab), 0xFF, code)) {
-        return "must have a byte from 0x00 to 0xFF in front of the first TAB";
+        return "must have a byte from 0x00 to 0xFF before the first TAB";
     }
     entry.ucCode = static_cast<std::uint8_t>(code);
 

@@ -1,4 +1,4 @@
-// Translation table files and internal character set files.
+// Reads translation table files and internal character set files.
 #pragma once
 
 #include "converter/profile/HandleSettings.h"
@@ -11,7 +11,8 @@
 
 namespace ruvo {
 
-// A byte without a character; sorts after every character and never matches one.
+// The code point of a byte without a character. Above U+10FFFF, so it is sorted after all
+// characters and equals none.
 inline constexpr std::uint32_t kNoCharacter = 0xFFFFFF;
 inline constexpr std::size_t kMaxFileEntries = 256;
 
@@ -24,12 +25,14 @@ struct MapEntry {
 
 enum class TableFileKind { translation, internalSet };
 
-// Checks and reads one line: 0xBYTE, TAB, 0xCODEPOINT, TAB, "#" and a comment; in a translation
-// table the code point may be blank. Returns the rule that the line breaks, in words, or null.
+// Checks one line and reads it into `entry`, except for ucParam: 0xBYTE, TAB, 0xCODEPOINT, TAB, "#"
+// and a comment. In a translation table a blank instead of the code point means that the byte has
+// no character. Returns null, or the rule that the line breaks, in words; the text is static.
 const char* Lutm_FileDataCheck(std::string_view line, TableFileKind kind, MapEntry& entry);
 
-// Appends the lines of one file, read with `file`, to the list. Returns 0, -30, -60 or the kind's
-// status for a missing or invalid file.
+// Reads the file `path` with `file` and appends an entry to the list for each line, at most
+// kMaxFileEntries, all with the command parameter `param`. Returns 0, -30, or the kind's status for
+// a missing (-300, -310) or invalid (-330, -340) file. Throws std::bad_alloc.
 short readTableFile(ReportingFile& file, const std::string& path, TableFileKind kind,
                     std::uint8_t param, std::vector<MapEntry>& list);
 

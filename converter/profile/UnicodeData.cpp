@@ -13,7 +13,7 @@ namespace {
 
 constexpr std::size_t kMaxFieldLength = 127;
 
-// Fields of a line, counted from 0. The name (1) and Bidi_Class (4) take no part in a conversion.
+// The fields of a line, counted from 0. A conversion uses neither the name nor Bidi_Class.
 enum Field {
     codeValue,
     name,
@@ -26,8 +26,8 @@ enum Field {
 
 using Fields = std::array<std::string_view, fieldCount>;
 
-// The position of the next ";" from `start` on, or the end. Names are long, the other fields are
-// not.
+// The position of the next ";" from `start` on, or the line's end. A search by find is worth its
+// start only in names, which are long.
 std::size_t endOfField(std::string_view line, std::size_t start, bool isName)
 {
     if (isName) {
@@ -39,10 +39,11 @@ std::size_t endOfField(std::string_view line, std::size_t start, bool isName)
     return start;
 }
 
-// Splits the first fields of a line at ";", each cut at kMaxFieldLength. CR and LF end the line.
+// Splits the first fields of a line at ";" and cuts each at kMaxFieldLength. CR and LF end the
+// line.
 void Lutm_Split(std::string_view line, Fields& fields)
 {
-    if (line.ends_with('\n')) {  // it stands nowhere else
+    if (line.ends_with('\n')) {  // nowhere else in a line
         line.remove_suffix(1);
     }
     line = line.substr(0, line.find('\r'));
@@ -54,7 +55,8 @@ void Lutm_Split(std::string_view line, Fields& fields)
     }
 }
 
-// Splits a decomposition field at each blank. A field of more than maxParts parts gives none.
+// Splits a decomposition field at each blank. If it has more than maxParts parts, gives none at
+// all.
 void Lutm_BrkClassInfSplit(std::string_view text, std::vector<std::string_view>& parts,
                            std::size_t maxParts)
 {
@@ -88,8 +90,9 @@ long digitValue(char c)
     return kDigitValues[static_cast<unsigned char>(c)];
 }
 
-// Reads a number as far as it goes, saturated; without digits it is 0. Leading white space, a sign
-// and, in base 16, "0x" are accepted, as the C library's strtol does.
+// Reads a number as the C library's strtol does: white space, a sign and, in base 16, "0x" may
+// precede the digits, the first other character ends them, and without digits the number is 0. A
+// number that is too large becomes the largest one.
 long readUnusualNumber(std::string_view text, int base)
 {
     while (!text.empty() && isAsciiSpace(text[0])) {
@@ -115,7 +118,7 @@ long readUnusualNumber(std::string_view text, int base)
     return negative ? -value : value;
 }
 
-// The same. Nearly every number is a few digits and nothing else.
+// The same, faster for the usual field of at most eight digits and nothing else.
 template <int base>
 long readNumber(std::string_view text)
 {
@@ -142,7 +145,7 @@ bool isCombiningMark(std::string_view category)
            (category[1] == 'c' || category[1] == 'n' || category[1] == 'e');
 }
 
-// Appends the row of one line, when its decomposition field makes one.
+// Appends a row to the decomposition table for each line that has a decomposition.
 class DecompositionReader {
 public:
     DecompositionReader(const HandleSettings& settings, DecompositionTable& table)
@@ -196,7 +199,8 @@ short Lutm_createTranslationTable(LineReader& reader, std::span<const MapEntry> 
     DecompositionReader decompositionReader(settings, tables.decompTable);
     const auto maxMappings = static_cast<std::size_t>(settings.sMappingTableNumber);
     std::vector<CharMapping> mappings;
-    // The list is walked once, beside the file's ascending code points.
+    // The index in tableList. It only grows, as the file's code points should ascend: a code point
+    // after a greater one gets no mappings.
     std::size_t t = 0;
     std::string_view line;
     while (reader.next(line)) {

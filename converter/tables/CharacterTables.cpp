@@ -9,8 +9,8 @@ namespace ruvo {
 
 namespace {
 
-// What the database of Unicode 15 takes: pages of code points, decompositions, and components of
-// one. A table of a display has characters in a handful of pages.
+// Sizes for the first allocation: the pages, decompositions and components per decomposition of the
+// Unicode 15 database, and the pages in which a display's table has characters.
 constexpr std::size_t kUsualPages = 300;
 constexpr std::size_t kUsualDecompositions = 7000;
 constexpr std::size_t kUsualComponents = 3;
@@ -48,7 +48,7 @@ void CodePointTable::setMappings(std::uint32_t codePoint, std::span<const CharMa
     m_mapped.push_back(codePoint);
 }
 
-// The character is never looked up in the translation tables again, so their mappings may go.
+// Replaces the character's mappings: with ucICSFlag the translation tables are never searched.
 void CodePointTable::setICSMapping(std::uint32_t codePoint, CharMapping mapping)
 {
     setMappings(codePoint, {&mapping, 1});

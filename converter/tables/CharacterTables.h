@@ -1,5 +1,5 @@
-// What a handle knows of characters: their bytes in the display's tables and sets, their
-// properties, and their decompositions.
+// The characters that a handle knows: their bytes in the display's tables and sets, their
+// properties, and their decompositions. Built once at the open, then constant.
 #pragma once
 
 #include <array>
@@ -19,29 +19,32 @@ struct CharMapping {
 
 // One code point of UnicodeData.txt.
 struct UnicodeCharInfo {
-    std::uint32_t ulFirstMapping;  // index of its first CharMapping
-    std::uint16_t usMappingCount;  // translation tables that hold it
-    std::uint8_t ucCombiningClass;
-    std::uint8_t listed : 1;  // UnicodeData.txt has the code point
-    std::uint8_t combiningMark : 1;
-    std::uint8_t ucICSFlag : 1;  // its one mapping is that of an internal character set
+    std::uint32_t ulFirstMapping;    // index of the first mapping in the CodePointTable's list
+    std::uint16_t usMappingCount;    // number of mappings, at most that of the translation tables
+    std::uint8_t ucCombiningClass;   // Canonical_Combining_Class, 0..255
+    std::uint8_t listed : 1;         // UnicodeData.txt has the code point
+    std::uint8_t combiningMark : 1;  // General_Category Mn, Mc or Me
+    std::uint8_t ucICSFlag : 1;      // the only mapping is that of an internal character set
 };
 
-// The characters of one translation table that need nothing but their byte while that table is in
-// force: no combining mark, no character of an internal set. By code point up to U+FFFF.
+// The plain characters of one translation table: up to U+FFFF, no combining marks, no characters of
+// internal sets. While that table is selected a plain character is sent as its byte alone.
 class DirectTable {
 public:
     DirectTable() : m_codes(kPageSize) {}
 
-    static constexpr std::uint16_t kDirect = 0x100;  // flag beside the byte; without it, not plain
+    // Flag in an entry, whose low 8 bits are the byte; an entry without it is no plain character.
+    static constexpr std::uint16_t kDirect = 0x100;
 
     static constexpr std::uint32_t kLast = 0xFFFF;
 
-    // Code points below this one stand in one piece: those of one or two bytes in UTF-8.
+    // Code points below this one, which UTF-8 writes in one or two bytes, have one flat array.
     static constexpr std::uint32_t kFrontSize = 0x800;
 
+    // The entry of a code point below kFrontSize.
     std::uint16_t front(std::uint32_t codePoint) const { return m_front[codePoint]; }
 
+    // The entry of a code point up to kLast.
     std::uint16_t operator[](std::uint32_t codePoint) const
     {
         return codePoint < kFrontSize
@@ -49,13 +52,13 @@ public:
                    : m_codes[m_page[codePoint / kPageSize] * kPageSize + codePoint % kPageSize];
     }
 
-    // Enters a character, unless it is there already.
+    // Adds a character, unless the table already has it.
     void insert(std::uint32_t codePoint, std::uint8_t ucCode);
 
-    // Finds the range of ASCII characters whose byte is their code point.
+    // Finds the longest range [begin, end) of ASCII characters whose byte is their code point.
     void finish();
     std::uint8_t identityBegin() const { return m_identityBegin; }
-    std::uint8_t identityEnd() const { return m_identityEnd; }  // behind the last one
+    std::uint8_t identityEnd() const { return m_identityEnd; }
 
 private:
     static constexpr std::size_t kPageSize = 256;
@@ -63,18 +66,20 @@ private:
     std::uint16_t& code(std::uint32_t codePoint);
 
     std::array<std::uint16_t, kFrontSize> m_front{};
-    std::array<std::uint16_t, (kLast + 1) / kPageSize> m_page{};  // 0: a page without characters
+    // The number of each page in m_codes; 0 is the empty page that all unused ones share.
+    std::array<std::uint16_t, (kLast + 1) / kPageSize> m_page{};
     std::vector<std::uint16_t> m_codes;
     std::uint8_t m_identityBegin = 0;
     std::uint8_t m_identityEnd = 0;
 };
 
-// The records by code point. Pages of 256 code points; those without a record share page 0.
+// A record per code point, in pages of 256 code points; pages without any record share page 0.
 class CodePointTable {
 public:
     CodePointTable() : m_pages(kPageSize) {}
 
-    // Makes memory for the database and for as many mappings. More of both may come.
+    // Makes memory for the records of the Unicode database and for `mappings` mappings; the table
+    // takes more of both. Throws std::bad_alloc, as all functions do that add something.
     void reserve(std::size_t mappings);
 
     // The record of a code point up to U+10FFFF; `listed` is 0 where there is none.
@@ -83,25 +88,27 @@ public:
         return m_pages[m_pageStart[codePoint / kPageSize] + codePoint % kPageSize];
     }
 
-    // The record of a code point up to U+10FFFF, made when there is none.
+    // The record of a code point up to U+10FFFF, which is then listed. The reference is good until
+    // the next insert.
     UnicodeCharInfo& insert(std::uint32_t codePoint);
 
+    // In the order of the sorted table entries; the span is good until the next mapping is set.
     std::span<const CharMapping> mappings(const UnicodeCharInfo& info) const
     {
         return {m_mappings.data() + info.ulFirstMapping, info.usMappingCount};
     }
 
-    // The byte and the parameter of a record with ucICSFlag.
+    // The one mapping of a record with ucICSFlag.
     CharMapping icsMapping(const UnicodeCharInfo& info) const
     {
         return m_mappings[info.ulFirstMapping];
     }
 
-    // Of a code point that has a record.
+    // Replace the mappings of a listed code point, by at least one or by that of an internal set.
     void setMappings(std::uint32_t codePoint, std::span<const CharMapping> mappings);
     void setICSMapping(std::uint32_t codePoint, CharMapping mapping);
 
-    // Ends the building.
+    // Builds the direct tables; nothing may be added afterwards.
     void finish();
 
     // The plain characters of the table with a command parameter; null without such characters.
@@ -114,11 +121,12 @@ public:
 private:
     static constexpr std::size_t kPageSize = 256;
 
-    std::array<std::uint32_t, (kMaxCodePoint + 1) / kPageSize> m_pageStart{};
+    std::array<std::uint32_t, (kMaxCodePoint + 1) / kPageSize> m_pageStart{};  // in m_pages
     std::vector<UnicodeCharInfo> m_pages;
     std::vector<CharMapping> m_mappings;
-    std::vector<std::uint32_t> m_mapped;  // code points with mappings, while they are built
-    std::array<std::uint16_t, 256> m_directIndex{};  // by command parameter, from 1
+    std::vector<std::uint32_t> m_mapped;  // code points with mappings, up to finish()
+    // Index plus 1 in m_directTables, by command parameter; 0 without a direct table.
+    std::array<std::uint16_t, 256> m_directIndex{};
     std::vector<DirectTable> m_directTables;
 };
 
@@ -132,7 +140,8 @@ struct DecompEntry {
 
 class DecompositionTable {
 public:
-    // Makes memory for rows of the usual size, at most `rows`. More of both may come.
+    // Makes memory for `rows` rows, but no more than the Unicode database has. Throws
+    // std::bad_alloc, as append and finish do.
     void reserve(std::size_t rows);
 
     void append(std::uint32_t composed, std::span<const std::uint32_t> components);
@@ -148,13 +157,14 @@ public:
     // All rows whose first component is the code point, in table order.
     std::span<const DecompEntry> startingWith(std::uint32_t codePoint) const;
 
-    // Component i, counted from 0; 0 behind the last one.
+    // Component i, counted from 0; 0 after the last one.
     std::uint32_t component(const DecompEntry& row, std::size_t i) const
     {
         return i < row.componentCount ? m_components[row.componentStart + i] : 0;
     }
 
-    // The composed character of a row U+0020 + mark.
+    // A row U+0020 + mark. Its composed character, such as U+00B4 for U+0301, shows the mark on its
+    // own and is called the mark's spacing form.
     struct SpacingForm {
         std::uint32_t mark;
         std::uint32_t composed;
@@ -162,13 +172,13 @@ public:
 
     std::span<const SpacingForm> spacingForms() const { return m_spacingForms; }
 
-    // The index of the first row of a mark; the number of spacing forms without one.
+    // The index of the mark's first entry in spacingForms(), or their number if it has none.
     std::size_t findSpacingForm(std::uint32_t mark) const;
 
 private:
     std::vector<DecompEntry> m_rows;
     std::vector<std::uint32_t> m_components;
-    std::vector<SpacingForm> m_spacingForms;  // by mark
+    std::vector<SpacingForm> m_spacingForms;  // in ascending order of marks
 };
 
 struct CharacterTables {

@@ -11,8 +11,8 @@
 
 namespace ruvo {
 
-// A run of characters in memory that one conversion after the other uses. The end of its use gives
-// back what a giant run has taken.
+// Guards a vector that keeps its memory from one conversion to the next: the destructor frees the
+// memory if a very long run has made it larger than kKeptCharacters.
 class RunMemory {
 public:
     explicit RunMemory(std::vector<std::uint32_t>& characters) : m_characters(characters) {}
@@ -33,13 +33,16 @@ private:
 
 class Composer {
 public:
-    // Composes a base character and the marks behind it. False when the decomposition table does
-    // not allow it. Throws std::bad_alloc.
+    // Composes `run`, a base character and at least one mark after it, to one character. False when
+    // the decomposition table does not lead to one; `composed` has then no meaning.
+    // ucDecompositionMappingSize is the largest number of components. One Composer serves one
+    // handle: outcomes are kept, so `tables` and the size must always be the same. Throws
+    // std::bad_alloc.
     bool compose(const CharacterTables& tables, std::uint8_t ucDecompositionMappingSize,
                  std::span<const std::uint32_t> run, std::uint32_t& composed);
 
 private:
-    // The outcome for a base with one mark, which is nearly every run of a text.
+    // A base with one mark, and the outcome. Nearly every run of a text is one.
     struct Pair {
         std::uint32_t base;
         std::uint32_t mark;
@@ -49,8 +52,8 @@ private:
     bool composeSorted(const CharacterTables& tables, std::uint8_t ucDecompositionMappingSize,
                        std::span<const std::uint32_t> run, std::uint32_t& composed);
 
-    // Pairs that were composed lately, each at the place that its code points give. A mark of 0
-    // (U+0000 is none) is an unused place.
+    // A cache of pairs; a pair's code points give its place. A place whose mark is 0 is unused, as
+    // U+0000 is no mark.
     static constexpr std::size_t kMarkPlaces = 32;
     static constexpr std::size_t kBasePlaces = 128;
     std::array<Pair, kMarkPlaces * kBasePlaces> m_pairs{};

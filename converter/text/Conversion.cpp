@@ -11,7 +11,7 @@ namespace ruvo {
 
 namespace {
 
-// UTF-16 text always goes the general way.
+// There is no fast path for UTF-16.
 void appendByFastPath(Utf16Reader&, HandleLink&) {}
 
 template <class Reader>
@@ -55,7 +55,8 @@ private:
                m_unicodeTable[m_mark].combiningMark;
     }
 
-    // A base and the marks behind it: one composed character, or each by itself.
+    // Appends a base and the marks after it as one composed character if they compose, or else each
+    // by itself. (A mark without a base never comes here: it is appended like any character.)
     short convertRun(std::uint32_t base)
     {
         std::vector<std::uint32_t>& characters = m_handle.run;
@@ -86,7 +87,7 @@ private:
     std::uint32_t m_mark = 0;
 };
 
-// A warning of the reader is the result unless the conversion has to stop.
+// Returns the status with which the conversion stopped, or else the reader's warning, or 0.
 template <class Reader>
 short convert(Reader reader, HandleLink& handle, const FirstWarning& warning)
 {
@@ -98,8 +99,8 @@ short convert(Reader reader, HandleLink& handle, const FirstWarning& warning)
 
 short Lutm_SetDataCommon(HandleLink& handle, std::uint8_t* text, std::size_t length)
 {
-    // No text gives more characters than it has bytes, a character one table switch and two set
-    // switches.
+    // A byte of text gives at most one character, and a character at most one table switch and two
+    // set switches.
     const std::size_t characters = std::min(length, kMaxUtf8Length);
     handle.output.stCharCodeOut.reserve(characters);
     handle.output.stTableInfoOut.expect(characters);

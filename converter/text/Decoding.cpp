@@ -35,7 +35,7 @@ Utf16Reader::Utf16Reader(std::uint8_t* text, std::size_t length, std::int16_t sE
     if (length % 2 != 0) {
         warning.record(RUVO_ODD_LENGTH);
     }
-    // The lone byte may be cut off: the limit is even.
+    // A cut text has no lone byte, as the limit is even.
     length = cutAt(kMaxUtf16Length, length, warning);
     m_loneByte = length % 2 != 0;
     length -= length % 2;
@@ -74,15 +74,16 @@ bool Utf16Reader::peek(std::uint32_t& codePoint)
     return true;
 }
 
-// Pairs surrogates. What a unit gives, by what is kept and what the unit is:
+// Reads a unit and pairs surrogates. What a unit gives, by the surrogate that is kept (m_state) and
+// by the unit:
 //
-//   kept      other                low surrogate       high surrogate
+//   kept      no surrogate         low surrogate       high surrogate
 //   nothing   the unit             keep it *           keep it *
 //   high      invalid, the unit    the pair            invalid, invalid
 //   low       invalid, the unit    invalid, invalid    invalid, invalid
 //
-// Nothing is kept afterwards but where "keep" stands. * The last unit of the text cannot wait: it
-// is invalid. A high surrogate behind a kept one starts no new pair.
+// * The last unit of the text is not kept but invalid. Nothing is kept in all other cases, so a
+// high surrogate after a kept one starts no new pair.
 void Utf16Reader::readUnit()
 {
     const auto unit = static_cast<std::uint32_t>(m_next[0] << 8 | m_next[1]);

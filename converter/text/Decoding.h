@@ -1,4 +1,4 @@
-// Input bytes to code points.
+// Decodes input bytes to code points.
 #pragma once
 
 #include "converter/RuvoConverter.h"
@@ -9,10 +9,10 @@
 
 namespace ruvo {
 
-// What stands for input that cannot be decoded. U+FFFF is a code point, this is none.
+// Given in place of a code point for input that cannot be decoded. It is above U+10FFFF.
 inline constexpr std::uint32_t kInvalidMarker = 0xFFFFFFFF;
 
-// The first warning of a call is the one that the caller gets.
+// Keeps the first warning of a call, which is the one that the call returns.
 class FirstWarning {
 public:
     void record(short status)
@@ -31,11 +31,12 @@ private:
 inline constexpr std::size_t kMaxUtf16Length = 0x400000;
 inline constexpr std::size_t kMaxUtf8Length = 0x800000;
 
-// A reader gives the text's code points one by one, and kInvalidMarker where there is none: peek
-// gives the next one, false at the end of the text; advance goes on behind it.
+// Both readers give the code points of a text one by one, or kInvalidMarker for what cannot be
+// decoded. peek gives the next code point, and false at the end of the text; advance moves past the
+// one that peek gave. The text is the caller's and must outlive the reader.
 
-// Longer texts are cut, with warning -500. Malformed text gives -420. Overlong forms and encoded
-// surrogates are taken as they decode.
+// A text longer than kMaxUtf8Length is cut, with warning -500; malformed text gives -420. Overlong
+// forms and encoded surrogates are accepted as they decode.
 class Utf8Reader {
 public:
     Utf8Reader(const std::uint8_t* text, std::size_t length, FirstWarning& warning);
@@ -53,7 +54,7 @@ public:
     }
     void advance() { m_next += m_size; }
 
-    // The bytes that are still to be read, for those who read them in blocks.
+    // The bytes that have not been read, for a caller that reads a block by itself and skips it.
     const std::uint8_t* begin() const { return m_next; }
     const std::uint8_t* end() const { return m_end; }
     void skipTo(const std::uint8_t* next) { m_next = next; }
@@ -67,9 +68,9 @@ private:
     FirstWarning& m_warning;
 };
 
-// sEncodeType is RUVO_UTF16_BY_MARK, _BIG_ENDIAN or _LITTLE_ENDIAN. Little-endian units are
-// exchanged in the text, all of them at once. Longer texts are cut, with warning -500; odd lengths
-// give -400, unpaired surrogates -410.
+// sEncodeType is RUVO_UTF16_BY_MARK, _BIG_ENDIAN or _LITTLE_ENDIAN. The constructor exchanges the
+// bytes of all little-endian units in the caller's text. A text longer than kMaxUtf16Length is cut,
+// with warning -500; an odd length gives -400, an unpaired surrogate -410.
 class Utf16Reader {
 public:
     Utf16Reader(std::uint8_t* text, std::size_t length, std::int16_t sEncodeType,
@@ -84,11 +85,12 @@ private:
     void readUnit();
 
     const std::uint8_t* m_next;
-    const std::uint8_t* m_end;  // behind the last whole unit
-    bool m_loneByte;            // one more character stands for it
+    const std::uint8_t* m_end;  // end of the last whole unit
+    bool m_loneByte;            // one byte follows m_end; it becomes an invalid character
     State m_state = State::idle;
     std::uint32_t m_highSurrogate = 0;
-    // Characters that have been read and not given: invalid ones first, then m_codePoint.
+    // The number of characters that have been read but not given, 0..2. The last of them is
+    // m_codePoint; one before it is invalid.
     int m_pending = 0;
     std::uint32_t m_codePoint = 0;
     FirstWarning& m_warning;

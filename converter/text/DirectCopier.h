@@ -1,4 +1,20 @@
-// Copies characters that need nothing but their byte.
+// Copies plain characters (see DirectTable), eight bytes at a time where the text is ASCII.
+//
+// In a table's identity range (usually 20..7E hex) a character's byte is its code point. There a
+// word of eight bytes is stored as it is, and the copier advances by the bytes before the first one
+// outside the range; those stored too many are overwritten next. To find that byte, all eight are
+// compared at once: a byte b below 80 (hex) has its high bit set in b + (80 - begin) exactly when
+// b >= begin, and in b + (80 - end) exactly when b >= end. For the range [20, 7F) and the bytes
+// 41 0A 62 C3...:
+//
+//   word                 41 0A 62 C3 ...
+//   + 60 in each byte    A1 6A C2 ...      0A is below 20: high bit 0
+//   + 01 in each byte    42 0B 63 ...      none is 7F
+//   outside              00 80 00 80 ...   the first one is byte 1: one byte is copied
+//
+// Why a carry does no harm: a sum of two bytes overflows only if b is 80 or more. Such a byte is
+// outside anyway, and the carry goes into the byte after it, as the first byte is the lowest; only
+// the first byte outside counts. All other characters are decoded and looked up one by one.
 #pragma once
 
 #include "converter/tables/CharacterTables.h"
@@ -18,7 +34,7 @@ constexpr std::uint64_t everyByte(std::uint64_t byte)
 
 inline constexpr std::ptrdiff_t kWord = sizeof(std::uint64_t);
 
-// The first byte is the lowest, so that a carry runs towards the bytes behind it.
+// The first byte becomes the lowest one of the word.
 inline std::uint64_t load(const std::uint8_t* bytes)
 {
     std::uint64_t word;
@@ -34,9 +50,7 @@ inline void store(std::uint8_t* bytes, std::uint64_t word)
     std::memcpy(bytes, &word, sizeof word);
 }
 
-// A range [begin, end) of ASCII, tested for eight bytes at a time. Of a byte outside the high bit
-// is set, or adding 80 (hex) - begin does not set it, or adding 80 - end does; a carry out of such
-// a byte only disturbs bytes behind it.
+// A range [begin, end) of ASCII bytes, both 0..80 (hex), against which eight bytes are tested.
 class AsciiRange {
 public:
     AsciiRange(std::uint8_t begin, std::uint8_t end)
@@ -44,8 +58,8 @@ public:
     {
     }
 
-    // How many bytes there are in front of the first one outside. Nearly always that one is not
-    // ASCII; its place, for which the next bytes wait, comes from the high bits alone.
+    // The number of bytes before the first one outside the range, 0..8. That byte is nearly always
+    // not ASCII; its place then comes from `high`, which is ready before `outside` is.
     std::ptrdiff_t countInside(std::uint64_t word) const
     {
         const std::uint64_t high = word & everyByte(0x80);
@@ -53,15 +67,15 @@ public:
         if ((high | outside) == 0) {
             return kWord;
         }
-        const std::uint64_t inFront = outside & (high - 1) & ~high;
-        if (inFront != 0) {
-            [[unlikely]] return firstByte(inFront);
+        const std::uint64_t beforeHigh = outside & (high - 1) & ~high;
+        if (beforeHigh != 0) {
+            [[unlikely]] return firstByte(beforeHigh);
         }
         return firstByte(high);
     }
 
 private:
-    // The byte with the lowest bit; 8 without one.
+    // The number of the lowest byte that has a bit set; 8 if `bits` is 0.
     static std::ptrdiff_t firstByte(std::uint64_t bits)
     {
         return static_cast<std::ptrdiff_t>(static_cast<unsigned>(std::countr_zero(bits)) / 8);
@@ -76,15 +90,15 @@ inline bool isContinuation(std::uint8_t byte)
     return (byte & 0xC0) == 0x80;
 }
 
-// Where the copying stands.
 struct Position {
-    const std::uint8_t* next;  // in the text
-    std::uint8_t* out;
+    const std::uint8_t* next;  // the next byte of the text
+    std::uint8_t* out;         // where the next byte of the output goes
 };
 
-// Copies plain characters, as far as they go.
 class DirectCopier {
 public:
+    // Copies out of the text from `begin` to `end`; the text and the table are the caller's and
+    // must outlive the copier.
     DirectCopier(const std::uint8_t* begin, const std::uint8_t* end, const DirectTable& table)
         : m_end(end),
           m_hasWord(end - begin >= kWord),
@@ -93,8 +107,8 @@ public:
     {
     }
 
-    // Goes on up to a character that is not plain, or up to the end. As many bytes as there are up
-    // to the end, and a word more, may be overwritten at position.out.
+    // Copies up to the first character that is not plain, or to the end, and moves both pointers.
+    // At position.out there must be memory for the rest of the text and a word more.
     void copy(Position& position) const
     {
         Position at = position;
@@ -105,7 +119,7 @@ public:
     }
 
 private:
-    // Characters whose byte is their code point.
+    // Copies characters of the identity range.
     void copyIdentity(Position& at) const
     {
         while (m_end - at.next >= kWord) {
@@ -113,14 +127,14 @@ private:
                 return;
             }
         }
-        // The last bytes are the upper ones of the last whole word.
+        // Fewer than eight bytes are left: they are the upper ones of the text's last word.
         const std::ptrdiff_t left = m_end - at.next;
         if (left > 0 && m_hasWord) {
             copyWord(at, load(m_end - kWord) >> 8 * (kWord - left), left);
         }
     }
 
-    // Copies bytes out of the first `size` ones of a word. True when one of them lies outside.
+    // Copies the first `size` bytes of a word, up to one outside the range. True if there is one.
     bool copyWord(Position& at, std::uint64_t word, std::ptrdiff_t size) const
     {
         store(at.out, word);
@@ -131,8 +145,8 @@ private:
         return copied < size;
     }
 
-    // At least one other plain character, and those of two or three bytes that follow. False when
-    // there is none.
+    // Copies one plain character of any kind and those of two or three bytes that follow it. False
+    // at a character that is not plain.
     bool copyOthers(Position& at) const
     {
         do {
@@ -147,8 +161,8 @@ private:
         return true;
     }
 
-    // The next four bytes, the first one the lowest. Those behind the end are 0, which continues no
-    // character.
+    // The next four bytes, the first one the lowest. Bytes after the end are 0, which is no
+    // continuation byte.
     std::uint32_t loadFour(const std::uint8_t* next) const
     {
         std::uint32_t bytes = 0;
@@ -163,8 +177,8 @@ private:
         return bytes;
     }
 
-    // The table's entry for the character that the bytes begin with; 0 when it is malformed or of
-    // four bytes.
+    // The table's entry for the character that the bytes begin with, and its size in bytes. 0 for a
+    // malformed character and for one of four bytes.
     std::uint32_t directCode(std::uint32_t bytes, std::ptrdiff_t& size) const
     {
         const auto sixBits = [&](int shift) { return bytes >> shift & 0x3F; };

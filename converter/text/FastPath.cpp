@@ -1,3 +1,24 @@
+// Most of a text is plain characters of one table: each is one byte of output, whatever precedes
+// it. DirectCopier copies a stretch of them into the memory after the chain's end, where they are
+// not yet part of the output; then commit() adds the stretch, with a table selection if one is due.
+// Only a mark looks back: it belongs to the character before it. For the text
+//
+//   41 62 65 CC 81 C2 A5 63      A b e U+0301 U+00A5 c
+//
+// with U+00E9 = 82 (hex) in the table and U+00A5 = 5C in the set with parameter 3:
+//
+//   copier.copy           41 62 65   stops at the mark
+//   composeLast           41 62 82   U+0065 U+0301 -> U+00E9, the last byte is replaced
+//   copier.copy                      stops at U+00A5, which is not plain
+//   appendSetCharacter    41 62 82 | 5C    commits, then appends the byte and two set records
+//   copier.copy           41 62 82 | 5C | 63
+//
+// Why the output is that of the general path: a plain character needs nothing but its byte while
+// the table is selected, and a character is only kept if no mark can follow it. The copier stops
+// at every mark, as marks are not plain; composeLast then looks past the mark, and unless the two
+// are a whole run that composes to a plain character it takes back the base and stops. A set's
+// character is accepted only if the end of the text or a plain ASCII character follows. Whatever
+// is doubtful is left where it is for the general path, so each rule exists there alone.
 #include "converter/text/FastPath.h"
 
 #include "converter/text/DirectCopier.h"
@@ -15,9 +36,9 @@ public:
           m_handle(handle),
           m_characters(handle.output.stCharCodeOut),
           m_table(table),
-          m_tableInForce(handle.settings.tableInForce()),
-          // A character takes at least one byte of the text, so the output has room for these. A
-          // mark may lie behind their end.
+          m_selected(handle.settings.selectedTable()),
+          // A character takes at least one byte of the text, so the output has room for the
+          // characters up to here. A mark may follow, so composeLast looks past it.
           m_end(reader.begin() + std::min(static_cast<std::size_t>(reader.end() - reader.begin()),
                                           m_characters.room())),
           m_at{reader.begin(), m_characters.end()}
@@ -38,14 +59,16 @@ public:
     }
 
 private:
+    // The next character must be preceded by a table selection.
     bool selectsTable() const
     {
-        return m_characters.bytes().empty() || m_tableInForce != m_handle.settings.ucCurrentTable;
+        return m_characters.bytes().empty() || m_selected != m_handle.settings.ucCurrentTable;
     }
 
     bool anyCopied() const { return m_at.out != m_characters.end(); }
 
-    // Makes the copied characters part of the output.
+    // Makes the copied characters part of the output. append has tested that there is room for the
+    // table selection.
     void commit()
     {
         if (!anyCopied()) {
@@ -53,14 +76,14 @@ private:
         }
         if (selectsTable()) {
             m_handle.output.stTableInfoOut.Lutm_SetDataCharCmd(
-                {static_cast<std::uint32_t>(m_characters.bytes().size()), m_tableInForce});
-            m_handle.settings.ucCurrentTable = m_tableInForce;
+                {static_cast<std::uint32_t>(m_characters.bytes().size()), m_selected});
+            m_handle.settings.ucCurrentTable = m_selected;
         }
         m_characters.grow(static_cast<std::size_t>(m_at.out - m_characters.end()));
     }
 
-    // Appends a character of an internal set where no mark can follow: in front of a plain
-    // character of ASCII, or at the end of the text. False when there is none.
+    // Appends a character of an internal set that no mark follows: it is the last one of the text,
+    // or a plain ASCII character comes next. False when the next character is no such one.
     bool appendSetCharacter()
     {
         std::uint32_t codePoint = 0;
@@ -92,19 +115,19 @@ private:
         return true;
     }
 
-    // A mark takes the base in front of it along. Where one stands next, composes the two into a
-    // plain character, or leaves both. False when the copying ends here.
+    // If a mark follows the last copied base, composes the two to a plain character, or gives both
+    // back to the general path. True when the copying goes on after the mark.
     bool composeLast()
     {
         std::uint32_t run[2];
-        std::uint32_t behind = 0;
+        std::uint32_t secondMark = 0;
         m_reader.skipTo(m_at.next);
         if (!anyCopied() || !nextIsMark(run[1])) {
             return false;
         }
         m_reader.advance();
-        const std::uint8_t* const behindMark = m_reader.begin();
-        const bool pair = !nextIsMark(behind);
+        const std::uint8_t* const afterMark = m_reader.begin();
+        const bool pair = !nextIsMark(secondMark);
 
         const std::uint8_t* base = m_at.next;
         do {
@@ -125,7 +148,7 @@ private:
             return false;
         }
         m_at.out[-1] = static_cast<std::uint8_t>(code);
-        m_at.next = behindMark;
+        m_at.next = afterMark;
         return true;
     }
 
@@ -139,7 +162,7 @@ private:
     HandleLink& m_handle;
     CharCodeChain& m_characters;
     const DirectTable& m_table;
-    const std::uint8_t m_tableInForce;
+    const std::uint8_t m_selected;  // command parameter of m_table
     const std::uint8_t* const m_end;
     Position m_at;
 };
@@ -149,7 +172,7 @@ private:
 void appendByFastPath(Utf8Reader& reader, HandleLink& handle)
 {
     const DirectTable* const table =
-        handle.tables.unicodeTable.directTable(handle.settings.tableInForce());
+        handle.tables.unicodeTable.directTable(handle.settings.selectedTable());
     if (table != nullptr) {
         FastPath(reader, handle, *table).append();
     }

@@ -9,6 +9,7 @@ namespace ruvo {
 
 namespace {
 
+// Values of SpacingFormMemory that are no code points.
 constexpr std::uint32_t kNoForm = 0xFFFFFFFF;
 constexpr std::uint32_t kUnknownForm = 0xFFFFFFFE;
 
@@ -16,14 +17,15 @@ constexpr std::uint32_t kUnknownForm = 0xFFFFFFFE;
 
 Mapper::DisplayCode Mapper::missingCharacter() const
 {
-    return {m_settings.ucMissingCharacterCode, m_settings.tableInForce(), false, 0};
+    return {m_settings.ucMissingCharacterCode, m_settings.selectedTable(), false, 0};
 }
 
-// Finds the character's own byte. False when it is to go out in its spacing form.
+// Finds the character's own byte, which is the substitute for a base that the target table does not
+// have. False when the character must be sent as its spacing form.
 bool Mapper::mapDirectly(const UnicodeCharInfo& info, DisplayCode& code) const
 {
     const CodePointTable& unicodeTable = m_handle.tables.unicodeTable;
-    const std::uint8_t table = m_settings.tableInForce();
+    const std::uint8_t table = m_settings.selectedTable();
     if (info.ucICSFlag) {
         const CharMapping mapping = unicodeTable.icsMapping(info);
         code = {mapping.ucCode, table, true, mapping.ucTableParam};
@@ -36,7 +38,7 @@ bool Mapper::mapDirectly(const UnicodeCharInfo& info, DisplayCode& code) const
     auto found = std::ranges::find(mappings, table, &CharMapping::ucTableParam);
     if (found == mappings.end()) {
         if (m_settings.usTargetTable != kNoTable) {
-            // A fixed table takes nothing from the other tables.
+            // With a target code page no other table is used.
             code = missingCharacter();
             return !info.combiningMark;
         }
@@ -46,9 +48,10 @@ bool Mapper::mapDirectly(const UnicodeCharInfo& info, DisplayCode& code) const
     return true;
 }
 
-// The character that goes out for one without a byte: its spacing form, or the form of that one, as
-// far as it takes. kNoForm when there is none, or they lead round in a circle. What is found is
-// kept for every character on the way: however long the ways of a profile are, each is gone once.
+// The character that is sent for one without a byte of its own: its spacing form, or if that has no
+// byte either, the form's form, and so on. kNoForm when the chain ends without a byte or returns to
+// a form that it has passed. The result is kept for every form on the way, so that each chain is
+// followed once, however long a profile makes it.
 std::uint32_t Mapper::findSpacingForm(std::uint32_t codePoint)
 {
     const DecompositionTable& decompTable = m_handle.tables.decompTable;
@@ -66,7 +69,7 @@ std::uint32_t Mapper::findSpacingForm(std::uint32_t codePoint)
         if (result != kUnknownForm) {
             break;
         }
-        result = found[i] = kNoForm;  // stays when the way comes back here
+        result = found[i] = kNoForm;  // found again if the chain returns here
         DisplayCode code{};
         if (mapDirectly(m_handle.tables.unicodeTable[forms[i].composed], code)) {
             result = forms[i].composed;
@@ -109,7 +112,7 @@ short Mapper::append(std::uint32_t codePoint)
         return status;
     }
 
-    // Output always begins with a table selection, even in front of a set's character.
+    // Output always begins with a table selection, even before a set's character.
     const bool tableSwitch = !code.isICS && code.table != m_settings.ucCurrentTable;
     if (tableSwitch || position == 0) {
         if (const short status =
@@ -121,7 +124,7 @@ short Mapper::append(std::uint32_t codePoint)
     if (!code.isICS) {
         return RUVO_OK;
     }
-    // Every character of a set is wrapped: nothing remembers the set in force.
+    // Each character of a set is enclosed in a selection of its set and one of the default set.
     if (const short status =
             m_handle.output.stISetInfoOut.Lutm_SetDataCharCmd({position, code.ucICSParam})) {
         return status;

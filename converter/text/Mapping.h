@@ -1,4 +1,4 @@
-// Characters to display bytes with their switches.
+// Maps characters to display bytes and to the switches between tables and sets.
 #pragma once
 
 #include "converter/handle/Handle.h"
@@ -12,17 +12,18 @@ public:
     explicit Mapper(HandleLink& handle) : m_handle(handle), m_settings(handle.settings) {}
 
     // Appends a character to the handle's output chains, with the switch records that it needs.
-    // codePoint may be kInvalidMarker. The character chain has memory for one more byte. Returns 0,
-    // or -510 when a chain is full: what was appended before stays. Throws std::bad_alloc.
+    // codePoint is up to U+10FFFF, or kInvalidMarker, for which the substitute is sent. Memory for
+    // one more byte has been reserved. Returns 0, or -510 when a chain is full: what was appended
+    // before stays. Throws std::bad_alloc.
     short append(std::uint32_t codePoint);
 
 private:
-    // How a character goes out.
+    // The byte of a character and where it comes from.
     struct DisplayCode {
         std::uint8_t ucCode;
-        std::uint8_t table;  // the table in force for it
-        bool isICS;
-        std::uint8_t ucICSParam;
+        std::uint8_t table;       // command parameter of the table; without meaning for a set
+        bool isICS;               // the byte is of the internal set with ucICSParam
+        std::uint8_t ucICSParam;  // command parameter of the set
     };
 
     DisplayCode map(std::uint32_t codePoint);
