@@ -1,7 +1,7 @@
 // The sort that fixes the order of entries with equal keys.
 //
 // The conversion takes the first of several entries with one key, so their order decides which byte
-// is sent. Installed profiles rely on the order that a certain quicksort gives: the pivot, the
+// is sent. Installed profiles rely on the order that this quicksort gives: the pivot, the
 // comparisons and the swaps must stay exactly these. The sort is not stable. Sorted by number, the
 // entries b2 a1 c2 d1 become (pivot a1, at index (0 + 3) / 2 = 1)
 //

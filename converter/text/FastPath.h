@@ -6,12 +6,11 @@
 
 namespace ruvo {
 
-// Appends the plain characters (see DirectTable) at the reader's position, with them bases and
-// marks that compose to a plain character and characters of internal sets, and moves the reader
-// past them. Stops at the first other character, or when the output has no room. The general path
-// converts what is left; the output is the same as without the fast path. Memory for the characters
-// has been reserved. Throws std::bad_alloc; the switch record that had no memory is then not
-// appended.
+// Appends the characters at the reader's position that are plain (see DirectTable), that a base and
+// a mark compose to, or that are of internal sets, and moves the reader past them. Stops at the
+// first other character, or when the output has no room. The general path converts what is left;
+// the output is the same as without the fast path. Memory for the characters has been reserved.
+// Throws std::bad_alloc.
 void appendByFastPath(Utf8Reader& reader, HandleLink& handle);
 
 }  // namespace ruvo
