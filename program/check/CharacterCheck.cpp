@@ -242,14 +242,14 @@ bool checkDatabase(const ruvo::HandleSettings& settings, FindingList& list, Data
         if (end != field.data() + field.size() || field.empty() ||
             codePoint > ruvo::kMaxCodePoint) {
             file.remark([&] {
-                return ruvo::quoted(field) + " in front of the first \";\" is no code point from 0 "
+                return ruvo::quoted(field) + " before the first \";\" is no code point from 0 "
                                              "to 10FFFF; there are no comments in this file";
             });
             continue;
         }
         if (codePoint < last) {
             file.remark([&] {
-                return codePointText(codePoint) + " stands behind " + codePointText(last) +
+                return codePointText(codePoint) + " comes after " + codePointText(last) +
                        ": characters of tables are found in ascending order only";
             });
         }

@@ -32,7 +32,7 @@ std::vector<std::string> linesOf(const std::string& text)
     return lines;
 }
 
-// The bytes in the byte columns of an explanation, and a check of the offsets in front of them.
+// The bytes in the byte columns of an explanation, and a check of the offsets before them.
 std::string explainedBytes(const std::string& explanation)
 {
     constexpr std::size_t column = 10;
@@ -267,7 +267,7 @@ TEST_F(DisplayCommands, ExplanationGivesTheTextOfADocumentBack)
     }
 }
 
-// catches: an offset taken for bytes, characters behind the bytes read, blanks needed
+// catches: an offset taken for bytes, characters after the bytes read, blanks needed
 TEST(HexText, ReadsWhatItWritesAndPlainPairs)
 {
     std::mt19937 random(7);

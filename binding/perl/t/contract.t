@@ -106,7 +106,7 @@ is $engine->parse($CLEAR, @DEVICE), "\x0C", 'the engine has survived and works';
 }
 tie my $counted, 'Counter', 'text';
 failure('KestrixDispEngine_parse', undef, $counted, $counted, $counted);
-is $Counter::fetches, 0, 'arguments behind a wrong one are not read';
+is $Counter::fetches, 0, 'arguments after a wrong one are not read';
 
 # Anything that is an engine is taken.
 { package Sub; our @ISA = ($KestrixTest::CLASS) }

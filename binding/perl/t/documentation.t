@@ -7,7 +7,7 @@ use Pod::Checker ();
 open my $module, '<', $POD or die "$POD: $!\n";
 my $pod = do { local $/; <$module> };
 
-# The indented lines behind a heading, up to the first text behind them.
+# The indented lines after a heading, up to the next text.
 sub example {
     my ($heading) = @_;
     $pod =~ /^=head\d \Q$heading\E\n(?:\n|(?!=)\S.*\n)*((?:[ ]{4}.*\n|\n)+)/m or die "$heading\n";

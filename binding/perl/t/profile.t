@@ -56,7 +56,7 @@ sub shown {
     return $shown;
 }
 
-# catches: a table in front of one with a smaller parameter, a pair kept that leads nowhere
+# catches: a table chosen before one with a smaller parameter, a pair kept that leads nowhere
 for (
     ["A\xE9" => '1B74004182'], ["\x{42F}" => '1B74119F'], ["n\x{300}" => '1B74006E3F'],
     ["a\x{20A9}" => '1B7400611B520D5C1B5200'], ["u\x{308}\x{304}" => '1B7400751B7402F9EE'],
