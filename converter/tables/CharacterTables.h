@@ -27,13 +27,13 @@ struct UnicodeCharInfo {
     std::uint8_t ucICSFlag : 1;      // the only mapping is that of an internal character set
 };
 
-// The plain characters of one translation table: up to U+FFFF, no combining marks, no characters of
-// internal sets. While that table is selected a plain character is sent as its byte alone.
+// The direct characters of one translation table: up to U+FFFF, no combining marks, no characters
+// of internal sets. While that table is selected a direct character is sent as its byte alone.
 class DirectTable {
 public:
     DirectTable() : m_codes(kPageSize) {}
 
-    // Flag in an entry, whose low 8 bits are the byte; an entry without it is no plain character.
+    // Flag in an entry, whose low 8 bits are the byte; an entry without it is no direct character.
     static constexpr std::uint16_t kDirect = 0x100;
 
     static constexpr std::uint32_t kLast = 0xFFFF;
@@ -111,7 +111,7 @@ public:
     // Builds the direct tables; nothing may be added afterwards.
     void finish();
 
-    // The plain characters of the table with a command parameter; null without such characters.
+    // The direct characters of the table with a command parameter; null without such characters.
     const DirectTable* directTable(std::uint8_t ucTableParam) const
     {
         const std::uint16_t index = m_directIndex[ucTableParam];

@@ -1,4 +1,4 @@
-// Copies plain characters (see DirectTable), eight bytes at a time where the text is ASCII.
+// Copies direct characters (see DirectTable), eight bytes at a time where the text is ASCII.
 //
 // In a table's identity range (usually 20..7E hex) a character's byte is its code point. There a
 // word of eight bytes is stored as it is, and the copier advances by the bytes before the first one
@@ -107,7 +107,7 @@ public:
     {
     }
 
-    // Copies up to the first character that is not plain, or to the end, and moves both pointers.
+    // Copies up to the first character that is not direct, or to the end, and moves both pointers.
     // At position.out there must be memory for the rest of the text and a word more.
     void copy(Position& position) const
     {
@@ -145,8 +145,8 @@ private:
         return copied < size;
     }
 
-    // Copies one plain character of any kind and those of two or three bytes that follow it. False
-    // at a character that is not plain.
+    // Copies one direct character of any kind and those of two or three bytes that follow it. False
+    // at a character that is not direct.
     bool copyOthers(Position& at) const
     {
         do {

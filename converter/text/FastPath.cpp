@@ -1,4 +1,4 @@
-// Most of a text is plain characters of one table: each is one byte of output, whatever precedes
+// Most of a text is direct characters of one table: each is one byte of output, whatever precedes
 // it. DirectCopier copies a stretch of them into the memory after the chain's end, where they are
 // not yet part of the output; then commit() adds the stretch, with a table selection if one is due.
 // Only a mark looks back: it belongs to the character before it. For the text
@@ -9,15 +9,15 @@
 //
 //   copier.copy           41 62 65   stops at the mark
 //   composeLast           41 62 82   U+0065 U+0301 -> U+00E9, the last byte is replaced
-//   copier.copy                      stops at U+00A5, which is not plain
+//   copier.copy                      stops at U+00A5, which is not direct
 //   appendSetCharacter    41 62 82 | 5C    commits, then appends the byte and two set records
 //   copier.copy           41 62 82 | 5C | 63
 //
-// Why the output is that of the general path: a plain character needs nothing but its byte while
+// Why the output is that of the general path: a direct character needs nothing but its byte while
 // the table is selected, and a character is only kept if no mark can follow it. The copier stops
-// at every mark, as marks are not plain; composeLast then looks past the mark, and unless the two
-// are a whole run that composes to a plain character it takes back the base and stops. A set's
-// character is accepted only if the end of the text or a plain ASCII character follows. Whatever
+// at every mark, as marks are not direct; composeLast then looks past the mark, and unless the two
+// are a whole run that composes to a direct character it takes back the base and stops. A set's
+// character is accepted only if the end of the text or a direct ASCII character follows. Whatever
 // is doubtful is left where it is for the general path, so each rule exists there alone.
 #include "converter/text/FastPath.h"
 
@@ -83,7 +83,7 @@ private:
     }
 
     // Appends a character of an internal set that no mark follows: it is the last one of the text,
-    // or a plain ASCII character comes next. False when the next character is no such one.
+    // or a direct ASCII character comes next. False when the next character is no such one.
     bool appendSetCharacter()
     {
         std::uint32_t codePoint = 0;
@@ -115,7 +115,7 @@ private:
         return true;
     }
 
-    // If a mark follows the last copied base, composes the two to a plain character, or gives both
+    // If a mark follows the last copied base, composes the two to a direct character, or gives both
     // back to the general path. True when the copying goes on after the mark.
     bool composeLast()
     {
