@@ -34,6 +34,12 @@ public:
     // After read has given 0.
     DocumentEnd end() const { return m_end; }
 
+    // Where the reader is: at the end of the latest node, or some hundred bytes after it.
+    unsigned long line() const
+    {
+        return static_cast<unsigned long>(xmlTextReaderGetParserLineNumber(reader()));
+    }
+
 private:
     struct FreeReader {
         void operator()(xmlTextReader* reader) const { xmlFreeTextReader(reader); }

@@ -3,6 +3,7 @@
 #include "engine/DocumentSource.h"
 #include "engine/ParserRegistry.h"
 
+#include <algorithm>
 #include <array>
 #include <cstring>
 #include <vector>
@@ -59,12 +60,13 @@ enum class State { idle, collecting, skipping };
 class DocumentWalk {
 public:
     DocumentWalk(DocumentSource& source, const ParserMap& beginParsers, const ParserMap& endParsers,
-                 OutputVector& out)
+                 OutputVector& out, ElementListener* listener)
         : m_source(source),
           m_reader(source.reader()),
           m_beginParsers(beginParsers),
           m_endParsers(endParsers),
-          m_out(out)
+          m_out(out),
+          m_listener(listener)
     {
         static_assert(sizeof(KestrixDispEngine::LANG_DEFAULT) <= KestrixDispEngine::LANG_BUF_LEN);
         std::memcpy(m_language.data(), KestrixDispEngine::LANG_DEFAULT,
@@ -99,6 +101,7 @@ private:
         case Event::startTag:
         case Event::emptyElement: {
             const xmlChar* const name = xmlTextReaderConstLocalName(m_reader);
+            const std::size_t before = m_out.size();
             storeAttributes(m_reader, m_attributes);
             if (event == Event::startTag && collectsText(asText(name))) {
                 m_kept = name;
@@ -109,10 +112,11 @@ private:
                 call(m_endParsers, name);
             }
             m_attributes.clear();
+            tell(name, before);
             return State::idle;
         }
         case Event::endTag:
-            call(m_endParsers, xmlTextReaderConstLocalName(m_reader));
+            endElement();
             return State::idle;
         case Event::text:
         case Event::other:
@@ -128,14 +132,8 @@ private:
             m_depth = 1;
             return State::skipping;
         case Event::endTag:
-            if (!m_content.empty()) {
-                m_content.push_back(0);
-                m_attributes[TagParser::CONTENT] = m_content.data();
-            }
-            call(m_beginParsers, m_kept);
-            m_attributes.clear();
-            m_content.clear();
-            call(m_endParsers, xmlTextReaderConstLocalName(m_reader));
+            carryOutKept();
+            endElement();
             return State::idle;
         case Event::text:
             appendContent();
@@ -164,6 +162,39 @@ private:
         return State::skipping;
     }
 
+    void carryOutKept()
+    {
+        const std::size_t before = m_out.size();
+        if (!m_content.empty()) {
+            m_content.push_back(0);
+            m_attributes[TagParser::CONTENT] = m_content.data();
+        }
+        call(m_beginParsers, m_kept);
+        m_attributes.clear();
+        m_content.clear();
+        tell(m_kept, before);
+    }
+
+    void endElement()
+    {
+        const xmlChar* const name = xmlTextReaderConstLocalName(m_reader);
+        const std::size_t before = m_out.size();
+        call(m_endParsers, name);
+        if (m_out.size() != before) {
+            tell(name, before);
+        }
+    }
+
+    void tell(const xmlChar* name, std::size_t before)
+    {
+        if (m_listener != nullptr) {
+            const xmlNode* const node = xmlTextReaderCurrentNode(m_reader);
+            const long line = node == nullptr ? 0 : xmlGetLineNo(node);
+            m_listener->hear({asText(name), static_cast<unsigned long>(std::max(line, 0L)), before,
+                              m_out.size()});
+        }
+    }
+
     // A text node, a CDATA section or white space has all its text in the node itself.
     void appendContent()
     {
@@ -189,6 +220,7 @@ private:
     const ParserMap& m_beginParsers;
     const ParserMap& m_endParsers;
     OutputVector& m_out;
+    ElementListener* m_listener;
 
     State m_state = State::idle;
     unsigned int m_depth = 0;              // skipping: elements open inside the kept one
@@ -213,11 +245,15 @@ void storeAttributes(xmlTextReader* reader, AttributeMap& attributes)
     }
 }
 
-void walkDocument(const std::string& data, const ParserMap& beginParsers,
-                  const ParserMap& endParsers, OutputVector& out)
+DocumentEnd walkDocument(const std::string& data, const ParserMap& beginParsers,
+                         const ParserMap& endParsers, OutputVector& out, ElementListener* listener,
+                         unsigned long& line)
 {
     DocumentSource source(data);
-    if (source.reader() != nullptr) {
-        DocumentWalk(source, beginParsers, endParsers, out).run();
+    if (source.reader() == nullptr) {
+        return DocumentEnd::outOfMemory;
     }
+    DocumentWalk(source, beginParsers, endParsers, out, listener).run();
+    line = source.line();
+    return source.end();
 }

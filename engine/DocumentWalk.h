@@ -2,6 +2,7 @@
 #pragma once
 
 #include "engine/KestrixDispEngine.h"
+#include "engine/MarkupLimits.h"
 
 #include <string>
 
@@ -15,12 +16,36 @@
 // May throw std::bad_alloc.
 void storeAttributes(xmlTextReader* reader, AttributeMap& attributes);
 
+// What an element gave: the bytes of the output from begin up to end.
+struct ElementBytes {
+    const char* name;    // local; belongs to the XML reader
+    unsigned long line;  // in which the start tag ends, counted from 1; 65535 also for later ones
+    std::size_t begin;
+    std::size_t end;
+};
+
+class ElementListener {
+public:
+    ElementListener() = default;
+    virtual ~ElementListener() = default;
+    ElementListener(const ElementListener&) = delete;
+    ElementListener& operator=(const ElementListener&) = delete;
+
+    // Called once for each element that is carried out, with or without a parser: at its start tag,
+    // or at its end tag if it collects its text. Elements inside of one that collects are not. If
+    // the parser of an end tag gives bytes, that is another call.
+    virtual void hear(const ElementBytes& element) = 0;
+};
+
 // Calls the parsers of the document's elements in document order; their bytes go to out.
 //
-// data  the XML document, at most INT_MAX bytes. Reading ends at the first error in it
+// data      the XML document, at most INT_MAX bytes. Reading ends at the first error in it
+// listener  told of each element; may be null
+// line      set to that at which the document ended because of a limit of DocumentSource
 //
 // A parser may change the maps while its document runs: they are asked at each tag.
 //
 // May throw what parsers throw, and std::bad_alloc.
-void walkDocument(const std::string& data, const ParserMap& beginParsers,
-                  const ParserMap& endParsers, OutputVector& out);
+DocumentEnd walkDocument(const std::string& data, const ParserMap& beginParsers,
+                         const ParserMap& endParsers, OutputVector& out, ElementListener* listener,
+                         unsigned long& line);

@@ -12,10 +12,13 @@ inline constexpr std::size_t kMostAttributes = 4096;        // of a tag, namespa
 inline constexpr std::size_t kLargestTag = 1048576;         // bytes in UTF-8
 inline constexpr std::size_t kLargestDocumentType = 32768;  // bytes in UTF-8; see readablePart
 
-// Why there is nothing more to read of a document. The limits of the last two are DocumentSource's.
+// Why there is nothing more to read of a document. The limits of many defaults and namespaces are
+// DocumentSource's.
 enum class DocumentEnd {
     wellFormed,
-    damaged,
+    damaged,  // or above a limit of the XML reader
+    outOfMemory,
+    tooLong,
     manyAttributes,
     largeTag,
     largeDocumentType,

@@ -24,6 +24,8 @@ void makeRoom(OutputVector& out, std::size_t count)
 
 }  // namespace
 
+bool textLostToMemory = false;
+
 std::size_t appendConvertedText(unsigned char* text, OutputVector& out)
 {
     const short handle = KestrixDispEngine::ucHandle;
@@ -33,6 +35,7 @@ std::size_t appendConvertedText(unsigned char* text, OutputVector& out)
     makeRoom(out, std::min(length, kLongestInput) * kLongestOutputPerByte);
 
     const short status = KestrixDispEngine::RuvoSetData(handle, text, length);
+    textLostToMemory = textLostToMemory || status == RUVO_OUT_OF_MEMORY;
     if (status == RUVO_INVALID_HANDLE || status == RUVO_INVALID_ARGUMENT) {
         return 0;  // the converter has not looked at the text
     }

@@ -5,6 +5,10 @@
 
 #include <cstddef>
 
+// Whether the converter ran out of memory for a text since this was last set to false. Beside
+// KestrixDispEngine::ucHandle, and like it of the one parse that may run in a process.
+extern bool textLostToMemory;
+
 // Converts text on the current converter handle, KestrixDispEngine::ucHandle, and appends the
 // display bytes with their switching commands to out.
 //

@@ -52,7 +52,7 @@ same('functions', [quoted(map { $_->[0] } rows('function'))], [$converter =~ /^R
 
 my %number = $converter =~ /(RUVO_\w+) = (-?\d+)/g;
 my @texts;
-my $texts = text('program/text/StatusText.h');
+my $texts = text('base/StatusText.h');
 while ($texts =~ /\{(RUVO_\w+), "((?:\\.|[^"\\])*)"\}/g) {
     push @texts, "$number{$1} " . $2 =~ s/\\//gr;
 }

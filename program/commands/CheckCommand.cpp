@@ -2,7 +2,7 @@
 #include "program/check/ProfileCheck.h"
 #include "program/commands/Commands.h"
 #include "program/commands/Files.h"
-#include "program/text/StatusText.h"
+#include "base/StatusText.h"
 
 #include <CLI/CLI.hpp>
 

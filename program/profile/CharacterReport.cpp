@@ -2,7 +2,7 @@
 
 #include "converter/RuvoConverter.h"
 #include "program/text/CharacterText.h"
-#include "program/text/StatusText.h"
+#include "base/StatusText.h"
 
 #include <unicode/uchar.h>
 #include <unicode/utf8.h>

@@ -2,7 +2,7 @@
 
 #include "converter/RuvoConverter.h"
 #include "converter/profile/SettingsFiles.h"
-#include "program/text/StatusText.h"
+#include "base/StatusText.h"
 
 #include <CLI/CLI.hpp>
 

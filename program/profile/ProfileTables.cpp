@@ -4,7 +4,7 @@
 #include "converter/profile/TableFiles.h"
 #include "program/profile/ProfileOptions.h"
 #include "program/text/CharacterText.h"
-#include "program/text/StatusText.h"
+#include "base/StatusText.h"
 
 #include <algorithm>
 #include <memory>

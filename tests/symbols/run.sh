@@ -10,7 +10,7 @@ status=0
 # So is the virtual table of TagParser, as every library that derives from it exports that, too.
 # Each export has its version after "@@"; that of the first release is not shown.
 nm -D --defined-only -C "$library" | cut -c20- | grep -vx 'KESTRIX_[0-9.]*' |
-    sed -e 's/@@KESTRIX_1\.0$//' -e t -e 's/$/ in no version, or in a later one/' | LC_ALL=C sort -u |
+    sed -e 's/@@KESTRIX_1\.0$//' -e t -e '/@@KESTRIX_/!s/$/ in no version/' | LC_ALL=C sort -u |
     grep -Ev '^((KestrixDispEngine|[A-Za-z]*TagParser)::[A-Z0-9_]+|vtable for TagParser)$' | sed \
     -e 's/std::map<char const\*, unsigned char\*, [^&]*> > >/AttributeMap/g' \
     -e 's/std::map<char const\*, TagParser\*, [^&]*> > >/ParserMap/g' \

@@ -5,11 +5,10 @@
 
 #include <algorithm>
 #include <iterator>
-#include <string_view>
 
 struct StatusText {
     short status;
-    std::string_view text;
+    const char* text;
 };
 
 inline constexpr StatusText kStatusTexts[] = {
@@ -36,7 +35,7 @@ inline constexpr StatusText kStatusTexts[] = {
     {RUVO_OUTPUT_FULL, "the output is full"},
 };
 
-inline std::string_view statusText(short status)
+inline const char* statusText(short status)
 {
     const auto* const row = std::ranges::find(kStatusTexts, status, &StatusText::status);
     return row != std::end(kStatusTexts) ? row->text : "unknown status";
