@@ -24,7 +24,8 @@ add_custom_target(manual ALL DEPENDS ${CMAKE_BINARY_DIR}/kestrix-disp.1.gz)
 
 set(CMAKE_INSTALL_DEFAULT_COMPONENT_NAME development)
 install(FILES converter/RuvoConverter.h DESTINATION ${KESTRIX_HEADER_DIR}/converter)
-install(FILES engine/KestrixDispEngine.h engine/TagParser.h DESTINATION ${KESTRIX_HEADER_DIR}/engine)
+install(FILES engine/KestrixDispEngine.h engine/TagParser.h engine/kestrix_disp.h
+  DESTINATION ${KESTRIX_HEADER_DIR}/engine)
 install(DIRECTORY tags/ DESTINATION ${KESTRIX_HEADER_DIR}/tags FILES_MATCHING PATTERN "*TagParser*.h")
 
 install(EXPORT KestrixDispEngineTargets NAMESPACE Kestrix:: DESTINATION ${KESTRIX_PACKAGE_DIR})

@@ -16,8 +16,11 @@ compile() {
         { echo "$2 does not compile alone with: $1" >&2; status=1; }
 }
 
-compile "${CC:-cc} -std=c11" converter/RuvoConverter.h c
-compile "${CXX:-c++} -std=c++11" converter/RuvoConverter.h cpp
+for header in converter/RuvoConverter.h engine/kestrix_disp.h; do
+    compile "${CC:-cc} -std=c11" $header c
+    compile "${CXX:-c++} -std=c++11" $header cpp
+    compile "${CXX:-c++} -std=c++17" $header cpp
+done
 for header in engine/KestrixDispEngine.h engine/TagParser.h tags/*TagParser*.h; do
     for standard in c++17 c++20; do
         compile "${CXX:-c++} -std=$standard" "$header" cpp

@@ -5,6 +5,7 @@
 #include "ProfileFixture.h"
 #include "converter/RuvoConverter.h"
 #include "engine/KestrixDispEngine.h"
+#include "engine/kestrix_disp.h"
 
 #include <new>
 #include <set>
@@ -95,6 +96,45 @@ TEST_F(EngineMemory, ATextThatStopsHalfwayLeavesNothingOfIt)
                            RuvoGetOutputData(KestrixDispEngine::getUCHandle(), nullptr, &buffered);
                            EXPECT_EQ(0u, buffered);
                        });
+}
+
+// catches: a text or an end that memory ran out for told as done, bytes of the document before
+TEST_F(EngineMemory, TheCFunctionTellsEveryLoss)
+{
+    smallDisplay().write(".");
+    const std::string document = "<?xml version='1.0' encoding='ISO-8859-1'?><any a='&amp;'>"
+                                 "<text>" +
+                                 repeated("\xE4"
+                                          "a",
+                                          2000) +
+                                 "</text><clear/></any>";
+    KestrixDisp* display = nullptr;
+    const unsigned char* data = nullptr;
+    std::size_t length = 0;
+    short status = 0;
+    const auto parse = [&] {
+        status = kestrix_disp_parse(display, document.data(), document.size(), "DEVICE", noSetting,
+                                    &data, &length);
+    };
+    failEachAllocation([&] { display = kestrix_disp_new(); },
+                       [&] {
+                           parse();
+                           EXPECT_EQ(display == nullptr ? -20 : 0, status);
+                           kestrix_disp_free(display);
+                       });
+    display = kestrix_disp_new();
+    parse();
+    const std::string whole(data, data + length);
+    long done = 0;
+    const long failures = failEachAllocation(parse, [&] {
+        done += status == 0 ? 1 : 0;
+        EXPECT_EQ(status == 0 ? whole : "", std::string(data, data + length));
+        EXPECT_TRUE(status == 0 || status == -60) << status;
+        EXPECT_EQ(nullptr, kestrix_disp_message(display, nullptr));
+    });
+    EXPECT_LE(8, failures);
+    EXPECT_EQ(1, done) << "all but the last";
+    kestrix_disp_free(display);
 }
 
 }  // namespace
