@@ -12,6 +12,8 @@
 #include <ctime>
 #include <iostream>
 #include <memory>
+#include <string>
+#include <vector>
 
 #include <unistd.h>
 
@@ -57,8 +59,18 @@ std::string checkTime(const std::string& time)
     return valid ? "" : "a time is HH:MM, not " + time;
 }
 
+std::vector<std::string> outputsOf(const Options& options)
+{
+    std::vector<std::string> outputs{options.svg, options.png};
+    std::erase(outputs, "");
+    return outputs.empty() ? std::vector<std::string>{"-"} : outputs;
+}
+
 int preview(const Options& options)
 {
+    std::vector<std::string> inputs = profileFiles(options.input.profile);
+    inputs.push_back(options.input.file);
+    requireSeparate(inputs, outputsOf(options));
     const CommandBytes stream = options.input.readStream();
     const ProfileTables tables = options.input.readTables();
     VirtualDisplay display(tables, options.size, options.origin);

@@ -7,6 +7,8 @@
 #include <CLI/CLI.hpp>
 
 #include <memory>
+#include <string>
+#include <vector>
 
 #include <unistd.h>
 
@@ -22,6 +24,9 @@ struct Options {
 
 int render(const Options& options)
 {
+    std::vector<std::string> inputs = profileFiles(options.profile);
+    inputs.push_back(options.document);
+    requireSeparate(inputs, {options.output});
     const CommandBytes commands = renderDocument(readFile(options.document), options.profile);
     const bool toTerminal = options.output == "-" && isatty(STDOUT_FILENO) != 0;
     const bool hex = options.hex || (toTerminal && !options.raw);

@@ -2,9 +2,21 @@
 
 #include "converter/RuvoConverter.h"
 #include "converter/profile/SettingsFiles.h"
+#include "converter/profile/UnicodeData.h"
 #include "program/text/StatusText.h"
 
 #include <CLI/CLI.hpp>
+
+#include <memory>
+
+namespace {
+
+std::string idFile(const ProfileOptions& profile)
+{
+    return ruvo::kModuleRoot + profile.setting + ".txt";
+}
+
+}  // namespace
 
 void ProfileOptions::addTo(CLI::App& arguments)
 {
@@ -28,6 +40,26 @@ std::string profileFolder(const ProfileOptions& profile)
     return named ? folder : "";
 }
 
+std::vector<std::string> profileFiles(const ProfileOptions& profile)
+{
+    const auto settings = std::make_unique<ruvo::HandleSettings>();
+    const auto device = std::make_unique<ruvo::DeviceInfo>();
+    const std::string folder = profileFolder(profile);
+    const std::string& files = settings->szDeviceInfoPath;
+    std::vector<std::string> list{idFile(profile), folder + "HalvoSet.txt"};
+    if (ruvo::readSettingsFile(folder, *settings) == RUVO_OK) {
+        list.insert(list.end(), {files + profile.device, ruvo::unicodeDataPath(*settings)});
+        ruvo::readDeviceInfoFile(profile.device, *settings, *device);
+        for (const ruvo::TableEntry& table : device->astTable) {
+            list.push_back(files + table.szTableFileName);
+        }
+        for (const ruvo::ICSEntry& set : device->astICS) {
+            list.push_back(files + set.szICSFileName);
+        }
+    }
+    return list;
+}
+
 std::string openFailure(const ProfileOptions& profile, short status)
 {
     std::string text = "cannot open device \"" + profile.device + "\" with setting \"" +
@@ -35,9 +67,9 @@ std::string openFailure(const ProfileOptions& profile, short status)
                        std::string(statusText(status));
     if (status == RUVO_SETTINGS_MISSING) {
         const std::string folder = profileFolder(profile);
-        const std::string idFile = ruvo::kModuleRoot + profile.setting + ".txt";
-        text += folder.empty() ? " in the current folder, as " + idFile + " names no other"
-                               : " in " + folder + ", which " + idFile + " names";
+        const std::string id = idFile(profile);
+        text += folder.empty() ? " in the current folder, as " + id + " names no other"
+                               : " in " + folder + ", which " + id + " names";
     }
     return text;
 }

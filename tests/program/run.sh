@@ -217,10 +217,64 @@ printf '<a' | limit 'line 1: .*, or an end tag is missing$'
 printf '<any a:b="c"/>' | "$program" render - 2>"$work/err" || fail "status for a namespace"
 [ -s "$work/err" ] || fail "no message for a namespace"
 
+# An output is complete or what it was before. Each row catches a way to lose an input or an old file.
 if "$program" --help >/dev/full 2>"$work/err" || "$program" render "$work/document" >/dev/full 2>>"$work/err"; then
     fail "status 0 for an output that cannot be written"
 fi
-[ "$(grep -c 'cannot write the output' "$work/err")" -eq 2 ] || fail "no word on it"
+[ "$(grep -c 'cannot write the standard output: No space left on device' "$work/err")" -eq 2 ] || fail "no word on it"
+mkdir "$work/out.d"
+cp "$work/document" "$work/out.d/a"
+ln "$work/out.d/a" "$work/out.d/hard"
+ln -s a "$work/out.d/soft"
+ln -s soft "$work/out.d/softer"
+ln -s /dev/kestrix-none "$work/out.d/port"
+# refused MESSAGE OUTPUT...: none of the outputs is written.
+refused() {
+    message=$1
+    shift
+    for output in "$@"; do
+        status 1 render "$work/out.d/a" -o "$output"
+        says "cannot write $output: $message"
+        status 1 preview "$work/out.d/a" --png "$output"
+    done
+}
+refused 'it is an input' "$work/out.d/a" "$work/out.d/hard" "$work/out.d/softer" HalvoSet.txt ibm437.txt
+refused 'No such file or directory$' /dev/kestrix-none /dev/../dev/kestrix-none "$work/out.d/port" "$work/none/a"
+refused 'it is a regular file in the place of a device$' /proc/version
+refused 'Is a directory$' "$work"
+refused 'Not a directory$' "$work/out.d/a/b"
+refused 'No space left on device$' /dev/full
+"$program" render - -o "$work/out.d/a" <"$work/out.d/a" 2>"$work/err" && fail "the standard input is written"
+"$program" render "$work/out.d/a" >>"$work/out.d/a" 2>"$work/err" && fail "the input is appended to"
+status 1 preview "$work/document" --svg "$work/out.d/b" --png "$work/out.d/../out.d/b"
+cmp "$work/document" "$work/out.d/a" || fail "the input is destroyed"
+[ "$(find "$work/out.d" | wc -l)" -eq 6 ] || fail "more files than before: $(ls -A "$work/out.d")"
+
+# Modes are those of new files or of the old ones, links stay, devices and pipes stay what they are.
+printf old >"$work/out.d/old"
+chmod 604 "$work/out.d/old"
+rm "$work/out.d/soft"
+ln -s old "$work/out.d/soft"
+(trap '' XFSZ && ulimit -f 0 && "$program" render "$work/document" -o "$work/out.d/softer" 2>&1) | cat >"$work/err"
+says 'cannot write .*: File too large$'
+[ "$(cat "$work/out.d/old")" = old ] || fail "a failure destroys the old file"
+umask 027
+for output in softer new; do
+    "$program" render "$work/document" -o "$work/out.d/$output"
+    cmp "$work/stream" "$work/out.d/$output" || fail "other bytes in $output"
+done
+[ "$(stat -c %a "$work/out.d/old" "$work/out.d/new" | tr '\n' ' ')" = '604 640 ' ] || fail "wrong modes"
+[ "$(readlink "$work/out.d/softer")" = soft ] || fail "the link is gone"
+[ "$(find "$work/out.d" | wc -l)" -eq 8 ] || fail "a file is left over: $(ls -A "$work/out.d")"
+mkfifo "$work/fifo"
+cat "$work/fifo" >"$work/piped" &
+"$program" render "$work/document" -o "$work/fifo"
+wait $!
+cmp "$work/stream" "$work/piped" || fail "a pipe is not written as it is"
+{ printf before && "$program" render "$work/document" -o /dev/stdout; } >"$work/piped"
+{ printf before && cat "$work/stream"; } | cmp - "$work/piped" || fail "/dev/stdout is not appended to"
+"$program" render "$work/document" -o /dev/null
+[ -c /dev/null ] || fail "/dev/null is replaced"
 
 # The findings of check are its output. A relative path in a profile starts at the profile's folder if
 # the current folder has no such device.
