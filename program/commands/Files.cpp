@@ -211,3 +211,8 @@ void requireSeparate(const std::vector<std::string>& inputs,
         paths.push_back(path);
     }
 }
+
+bool writesToPerson()
+{
+    return tcgetpgrp(STDOUT_FILENO) != -1;
+}

@@ -16,3 +16,7 @@ void writeFile(const std::string& file, std::string_view bytes);
 // Throws if an output is a file that is one of the inputs, or if two outputs are the same.
 void requireSeparate(const std::vector<std::string>& inputs,
                      const std::vector<std::string>& outputs);
+
+// Whether the standard output is the terminal that a person works at. Another one may be a display
+// at a serial port.
+bool writesToPerson();

@@ -15,8 +15,6 @@
 #include <string>
 #include <vector>
 
-#include <unistd.h>
-
 namespace {
 
 constexpr int kMaxSize = 255;  // a position in a command is one byte
@@ -89,7 +87,7 @@ int preview(const Options& options)
         writeFile(options.png, drawPng(screen));
     }
     if (options.svg.empty() && options.png.empty()) {
-        const bool sgr = options.sgr || isatty(STDOUT_FILENO) != 0;
+        const bool sgr = options.sgr || writesToPerson();
         writeFile("-", drawText(screen, sgr ? Highlight::sgr : Highlight::none, options.origin));
     }
     return stream.whole ? kDone : kWrongInput;

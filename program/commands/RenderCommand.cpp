@@ -10,8 +10,6 @@
 #include <string>
 #include <vector>
 
-#include <unistd.h>
-
 namespace {
 
 struct Options {
@@ -28,8 +26,8 @@ int render(const Options& options)
     inputs.push_back(options.document);
     requireSeparate(inputs, {options.output});
     const CommandBytes commands = renderDocument(readFile(options.document), options.profile);
-    const bool toTerminal = options.output == "-" && isatty(STDOUT_FILENO) != 0;
-    const bool hex = options.hex || (toTerminal && !options.raw);
+    const bool toPerson = options.output == "-" && writesToPerson();
+    const bool hex = options.hex || (toPerson && !options.raw);
     writeFile(options.output, hex ? hexDump(commands.bytes) : commands.bytes);
     return commands.whole ? kDone : kWrongInput;
 }
@@ -40,8 +38,8 @@ Command renderCommand(CLI::App& program)
 {
     const auto options = std::make_shared<Options>();
     CLI::App* const arguments = program.add_subcommand(
-        "render", "Writes the display commands of a document: raw bytes to a pipe or file, a hex "
-                  "dump to a terminal");
+        "render", "Writes the display commands of a document: raw bytes to a pipe, file or port, "
+                  "a hex dump to the terminal that you work at");
     arguments->add_option("FILE", options->document, "The document; \"-\" is the standard input")
         ->required()
         ->type_name("");

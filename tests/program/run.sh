@@ -276,6 +276,12 @@ cmp "$work/stream" "$work/piped" || fail "a pipe is not written as it is"
 "$program" render "$work/document" -o /dev/null
 [ -c /dev/null ] || fail "/dev/null is replaced"
 
+# A dump is for the terminal that somebody works at: a display may be at another one.
+script -qec "$program render $work/document" /dev/null </dev/null >"$work/out"
+grep -q '^00000000  0C ' "$work/out" || fail "no dump to a person's terminal"
+script -qec "setsid -w $program render $work/document" /dev/null </dev/null >"$work/out"
+grep -qF "$(printf '\037r')" "$work/out" || fail "no raw bytes to another terminal"
+
 # The findings of check are its output. A relative path in a profile starts at the profile's folder if
 # the current folder has no such device.
 status 0 check .
