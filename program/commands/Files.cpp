@@ -156,7 +156,11 @@ std::string readFile(const std::string& file)
     OpenFile opened(standard ? dup(STDIN_FILENO)
                              : open(file.c_str(), O_RDONLY | O_CLOEXEC | O_NOCTTY),
                     "cannot read " + name);
-    return opened.read();
+    std::string bytes = opened.read();
+    if (bytes.empty()) {
+        throw std::runtime_error(name + " is empty");
+    }
+    return bytes;
 }
 
 void writeFile(const std::string& file, std::string_view bytes)

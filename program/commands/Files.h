@@ -6,6 +6,7 @@
 #include <string_view>
 #include <vector>
 
+// Throws for an empty file, too: no command has a use for it.
 std::string readFile(const std::string& file);
 
 // A regular file, or the one that a link leads to, is replaced once the new one is complete, and

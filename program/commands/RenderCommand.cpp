@@ -1,7 +1,7 @@
 // kestrix-disp render: a document's display commands, raw or as a hex dump.
 #include "program/commands/Commands.h"
 #include "program/commands/Files.h"
-#include "program/stream/Rendering.h"
+#include "program/commands/StreamInput.h"
 #include "program/text/HexText.h"
 
 #include <CLI/CLI.hpp>
@@ -25,7 +25,7 @@ int render(const Options& options)
     std::vector<std::string> inputs = profileFiles(options.profile);
     inputs.push_back(options.document);
     requireSeparate(inputs, {options.output});
-    const CommandBytes commands = renderDocument(readFile(options.document), options.profile);
+    const CommandBytes commands = renderInput(readFile(options.document), options.profile);
     const bool toPerson = options.output == "-" && writesToPerson();
     const bool hex = options.hex || (toPerson && !options.raw);
     writeFile(options.output, hex ? hexDump(commands.bytes) : commands.bytes);

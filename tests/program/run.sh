@@ -73,6 +73,13 @@ for command in render explain preview; do
     if "$program" "$command" - <"$work" >"$work/out" 2>&1; then
         fail "no status 1 for a folder on the standard input: $command"
     fi
+    status 1 "$command" /dev/null
+    says '^kestrix-disp: /dev/null is empty$'
+done
+for command in render 'explain --document' 'preview --document'; do
+    # shellcheck disable=SC2086
+    "$program" $command "$work/stream" >"$work/out" 2>"$work/err" && fail "status 0 for a stream as document"
+    says 'control codes and is no document; explain and preview read command streams$'
 done
 for device in none '' "$(printf '%0200d' 0)"; do
     status 1 render "$work/document" --device "$device"
