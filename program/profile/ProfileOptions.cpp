@@ -3,17 +3,30 @@
 #include "converter/RuvoConverter.h"
 #include "converter/profile/SettingsFiles.h"
 #include "converter/profile/UnicodeData.h"
+#include "program/text/CharacterText.h"
 #include "program/text/StatusText.h"
 
 #include <CLI/CLI.hpp>
 
+#include <iostream>
 #include <memory>
+
+#include <unistd.h>
 
 namespace {
 
-std::string idFile(const ProfileOptions& profile)
+std::string idFile(const std::string& setting)
 {
-    return ruvo::kModuleRoot + profile.setting + ".txt";
+    return ruvo::kModuleRoot + setting + ".txt";
+}
+
+// An ID that is given is meant; that the default one has no file is usual before an install.
+void tellMissingIdFile(const std::string& setting)
+{
+    if (access(idFile(setting).c_str(), F_OK) != 0) {
+        std::cerr << "kestrix-disp: no ID file " << printable(setting)
+                  << ".txt: the profile of the current folder is used\n";
+    }
 }
 
 }  // namespace
@@ -29,6 +42,7 @@ void ProfileOptions::addTo(CLI::App& arguments)
             "ID file that names the profile's folder; if there is no such file, the profile "
             "of the current folder is used")
         ->type_name("ID")
+        ->each(tellMissingIdFile)
         ->capture_default_str();
 }
 
@@ -46,7 +60,7 @@ std::vector<std::string> profileFiles(const ProfileOptions& profile)
     const auto device = std::make_unique<ruvo::DeviceInfo>();
     const std::string folder = profileFolder(profile);
     const std::string& files = settings->szDeviceInfoPath;
-    std::vector<std::string> list{idFile(profile), folder + "HalvoSet.txt"};
+    std::vector<std::string> list{idFile(profile.setting), folder + "HalvoSet.txt"};
     if (ruvo::readSettingsFile(folder, *settings) == RUVO_OK) {
         list.insert(list.end(), {files + profile.device, ruvo::unicodeDataPath(*settings)});
         ruvo::readDeviceInfoFile(profile.device, *settings, *device);
@@ -67,7 +81,7 @@ std::string openFailure(const ProfileOptions& profile, short status)
                        std::string(statusText(status));
     if (status == RUVO_SETTINGS_MISSING) {
         const std::string folder = profileFolder(profile);
-        const std::string id = idFile(profile);
+        const std::string id = idFile(profile.setting);
         text += folder.empty() ? " in the current folder, as " + id + " names no other"
                                : " in " + folder + ", which " + id + " names";
     }

@@ -93,6 +93,7 @@ cd "$work"
 for command in render which; do
     status 1 "$command" "$work/document" --setting none
     says 'status -100, .* is missing in the current folder, as /.*/none.txt names no other$'
+    says '^kestrix-disp: no ID file none.txt: the profile of the current folder is used$'
 done
 cd "$build/profile"
 status 1 explain --hex "$work/stream"
