@@ -30,7 +30,7 @@ _kestrix_disp()
     preview)
         options="--document --hex --raw --columns --rows --origin --clock --sgr --svg --png $profile"
         ;;
-    check) options="--device --help" ;;
+    check) options="--device --strict --help" ;;
     which) options=$profile ;;
     esac
     if [[ $cur == -* ]]; then

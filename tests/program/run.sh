@@ -296,12 +296,15 @@ status 0 check .
 tail -n 1 "$work/out" | grep -q '^device "default" opens, with 9 tables, 2 internal character sets and [0-9]* characters$' ||
     fail "wrong verdict"
 grep -q 'error:\|warning:' "$work/out" && fail "the default profile has faults"
+status 0 check . --strict
 mkdir "$work/profile"
 cp ./* "$work/profile"
 cd "$work/profile"
 sed -i 's/^0x81\t/0x80\t/' ibm437.txt
 "$program" which ü | grep -q 'ü .*: 80 in table 0 .*, where it is also U+00C7 ' || fail "two at one byte"
 sed -i 's/^ICSCommandParam=8\r/ICSCommandParam=0\r/' default
+"$program" check . >"$work/out" || fail "status 1 for a warning"
+"$program" check . --strict >"$work/out" && fail "status 0 for a warning in spite of --strict"
 "$program" which ‾ | grep -q '7E in set 0 (japan.txt)$' || fail "the default set is not read"
 printf 'x\r\n' >>"$work/profile/ibm850.txt"
 sed -i 's/EncodeTypeDefault=3/EncodeTypeDefault=4/' "$work/profile/HalvoSet.txt"
