@@ -13,7 +13,11 @@
 #include <iostream>
 #include <memory>
 #include <string>
+#include <string_view>
 #include <vector>
+
+#include <langinfo.h>
+#include <locale.h>
 
 namespace {
 
@@ -25,9 +29,22 @@ struct Options {
     int origin = 1;
     std::string time;
     bool sgr = false;
+    bool ascii = false;
     std::string svg;
     std::string png;
 };
+
+// Whether the user's locale has UTF-8. One that is not installed counts as the locale C.
+bool localeHasUtf8()
+{
+    const locale_t locale = newlocale(LC_CTYPE_MASK, "", nullptr);
+    if (locale == nullptr) {
+        return false;
+    }
+    const bool utf8 = std::string_view(nl_langinfo_l(CODESET, locale)) == "UTF-8";
+    freelocale(locale);
+    return utf8;
+}
 
 std::string localTime()
 {
@@ -88,7 +105,9 @@ int preview(const Options& options)
     }
     if (options.svg.empty() && options.png.empty()) {
         const bool sgr = options.sgr || writesToPerson();
-        writeFile("-", drawText(screen, sgr ? Highlight::sgr : Highlight::none, options.origin));
+        const bool ascii = options.ascii || !localeHasUtf8();
+        writeFile("-", drawText(screen, sgr ? Highlight::sgr : Highlight::none,
+                                ascii ? Frame::ascii : Frame::lines, options.origin));
     }
     return stream.whole ? kDone : kWrongInput;
 }
@@ -123,9 +142,15 @@ Command previewCommand(CLI::App& program)
     arguments->add_flag(
         "--sgr", options->sgr,
         "Mark reverse and cursor by control sequences even if the output is no terminal");
+    arguments->add_flag("--ascii", options->ascii,
+                        "Draw the frame in ASCII, as in a locale without UTF-8");
     arguments
-        ->add_option("--svg", options->svg, "Write an SVG picture, with marquee and blink moving")
+        ->add_option(
+            "--svg", options->svg,
+            "Write an SVG picture, with marquee and blink moving; \"-\" is the standard output")
         ->type_name("FILE");
-    arguments->add_option("--png", options->png, "Write a PNG picture")->type_name("FILE");
+    arguments
+        ->add_option("--png", options->png, "Write a PNG picture; \"-\" is the standard output")
+        ->type_name("FILE");
     return {arguments, [options] { return preview(*options); }};
 }

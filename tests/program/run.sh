@@ -4,6 +4,7 @@
 set -eu
 build=$(cd "$1" && pwd)
 program=$build/kestrix-disp
+export LC_ALL=C.UTF-8
 work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT
 cd "$build/profile"
@@ -180,6 +181,12 @@ Marquee: .-</desc>
 <use href="#d0" x="0" y="0" visibility="hidden"><animate attributeName="visibility" values="hidden;visible" keyTimes="0;0.15385" calcMode="discrete" dur="0.26s" repeatCount="indefinite"/></use>
 <animate attributeName="opacity" values="0.55;0" keyTimes="0;0.5" calcMode="discrete" dur="0.2s" repeatCount="indefinite"/>
 END
+# A frame goes with the locale; one that is not installed counts as C.
+for locale in C en_US.ISO-8859-1 C.UTF-8; do
+    LC_ALL=$locale "$program" preview "$work/stream" --columns 1 --rows 1 | tr '\n' ' '
+done >"$work/frames"
+"$program" preview "$work/stream" --columns 1 --rows 1 --ascii | tr '\n' ' ' >>"$work/frames"
+[ "$(cat "$work/frames")" = '+-+ |a| +-+ +-+ |a| +-+ ┌─┐ │a│ └─┘ +-+ |a| +-+ ' ] || fail "wrong frames: $(cat "$work/frames")"
 printf '\037C\001\037r\001a\037r\0' | "$program" preview --raw --sgr --columns 3 --rows 1 |
     grep -qF "$(printf '│\033[7ma\033[0m\033[4m \033[0m │')" || fail "reverse and cursor are not shown by control sequences"
 printf '<any><text>a&lt;&amp;]]&gt;</text></any>' | "$program" preview --svg "$work/svg"
