@@ -61,7 +61,7 @@ program:
 	@cmake --build --preset release --target kestrixdispengine kestrix-disp profile
 
 demo: program
-	@cd build/profile && ../kestrix-disp render "$(CURDIR)/examples/demo.xml" --device default --setting local --hex
+	@cd build/profile && ../kestrix-disp render "$(CURDIR)/examples/demo.xml" --device default --hex
 
 # Draws the pictures of the examples, in docs/pictures.
 pictures: build

@@ -28,9 +28,9 @@ _kestrix_disp()
     render) options="--hex --raw --output $profile" ;;
     explain) options="--document --hex --raw $profile" ;;
     preview)
-        options="--document --hex --raw --columns --rows --origin --clock --sgr --svg --png $profile"
+        options="--document --hex --raw --columns --rows --origin --clock --sgr --ascii --svg --png $profile"
         ;;
-    check) options="--device --help" ;;
+    check) options="--device --strict --help" ;;
     which) options=$profile ;;
     esac
     if [[ $cur == -* ]]; then

@@ -1,5 +1,6 @@
 // kestrix-disp: the command line program of the library.
 #include "program/commands/Commands.h"
+#include "program/commands/Files.h"
 
 #include <CLI/CLI.hpp>
 
@@ -7,7 +8,7 @@
 #include <exception>
 #include <iostream>
 #include <new>
-#include <stdexcept>
+#include <sstream>
 #include <vector>
 
 namespace {
@@ -39,10 +40,9 @@ int run(int argc, char** argv)
                       << "\"; --help lists the commands\n";
             return kUsage;
         }
-        const int status = program.exit(error);
-        if (!std::cout.flush()) {
-            throw std::runtime_error("cannot write the output");
-        }
+        std::ostringstream help;
+        const int status = program.exit(error, help, std::cerr);
+        writeFile("-", help.str());
         return status == 0 ? kDone : kUsage;  // 0: help was asked for
     }
     for (const Command& command : commands) {

@@ -9,6 +9,7 @@
 #include <algorithm>
 #include <charconv>
 #include <cstdio>
+#include <filesystem>
 #include <string>
 #include <string_view>
 #include <utility>
@@ -23,6 +24,16 @@ std::string byteName(std::uint8_t byte)
     char text[8];
     std::snprintf(text, sizeof text, "0x%02X", static_cast<unsigned>(byte));
     return text;
+}
+
+bool hasCharacter(const PlacedEntry& placed)
+{
+    return placed.entry.ulCodePoint != ruvo::kNoCharacter;
+}
+
+bool isSurrogate(std::uint32_t codePoint)
+{
+    return codePoint >= 0xD800 && codePoint <= 0xDFFF;
 }
 
 // Gathers the entries with one flaw. Gives one finding for each file, at the first such line, which
@@ -66,17 +77,63 @@ CharacterCheck::CharacterCheck(const ruvo::HandleSettings& settings,
     for (const TableFileKind kind : {TableFileKind::translation, TableFileKind::internalSet}) {
         for (const PlacedEntry& placed : m_list.entries(kind)) {
             const std::uint32_t codePoint = placed.entry.ulCodePoint;
-            if (codePoint != ruvo::kNoCharacter && m_tables.unicodeTable[codePoint].listed) {
+            if (hasCharacter(placed) && m_tables.unicodeTable[codePoint].listed &&
+                !isSurrogate(codePoint)) {
                 m_shown.insert(codePoint);
             }
         }
     }
 }
 
+bool CharacterCheck::checkDatabaseIsUseful()
+{
+    const std::string path = ruvo::unicodeDataPath(m_settings);
+    std::error_code ignored;
+    const bool useful =
+        !m_shown.empty() || !std::filesystem::is_regular_file(path, ignored) ||
+        (std::ranges::none_of(m_list.entries(TableFileKind::translation), hasCharacter) &&
+         m_list.entries(TableFileKind::internalSet).empty());
+    if (!useful) {
+        m_list.remark({path, 0}, "has no line for any character of the tables and sets: every text "
+                                 "is shown as missing characters");
+    }
+    return useful;
+}
+
+void CharacterCheck::checkTablesAreUseful(const ruvo::DeviceInfo& deviceInfo)
+{
+    std::set<std::string> useful;
+    bool missingCharacterIsFound = false;
+    for (const PlacedEntry& placed : m_list.entries(TableFileKind::translation)) {
+        if (hasCharacter(placed)) {
+            useful.insert(placed.place.path);
+            missingCharacterIsFound |= placed.entry.ucCode == m_settings.ucMissingCharacterCode;
+        }
+    }
+    for (std::size_t i = 0; i < static_cast<std::size_t>(m_settings.sMappingTableNumber); ++i) {
+        const std::string path =
+            m_settings.szDeviceInfoPath + deviceInfo.astTable[i].szTableFileName;
+        std::error_code ignored;
+        if (!useful.contains(path) && std::filesystem::is_regular_file(path, ignored)) {
+            m_list.remark(m_list.placeOf("TableFileName", i),
+                          ruvo::quoted(shownPath(path)) +
+                              " has no character: nothing is ever sent from this table");
+        }
+    }
+    if (!missingCharacterIsFound) {
+        m_list.remark(m_list.placeOf("MissingCharacterCode"),
+                      "\"MissingCharacterCode\" is " +
+                          std::to_string(m_settings.ucMissingCharacterCode) +
+                          ", a byte for which no table has a character");
+    }
+}
+
 void CharacterCheck::checkEntries()
 {
-    checkTables();
-    checkSets();
+    if (!m_shown.empty()) {
+        checkTables();
+        checkSets();
+    }
     checkBytes(TableFileKind::translation);
     checkBytes(TableFileKind::internalSet);
 }
@@ -87,7 +144,7 @@ void CharacterCheck::checkTables()
     EntryWarnings unused;
     for (const PlacedEntry& placed : m_list.entries(TableFileKind::translation)) {
         const ruvo::MapEntry& entry = placed.entry;
-        if (entry.ulCodePoint == ruvo::kNoCharacter) {
+        if (!hasCharacter(placed) || isSurrogate(entry.ulCodePoint)) {
             continue;
         }
         const ruvo::UnicodeCharInfo& info = m_tables.unicodeTable[entry.ulCodePoint];
@@ -125,6 +182,9 @@ void CharacterCheck::checkSets()
     EntryWarnings shadowing;
     for (const PlacedEntry& placed : m_list.entries(TableFileKind::internalSet)) {
         const ruvo::MapEntry& entry = placed.entry;
+        if (isSurrogate(entry.ulCodePoint)) {
+            continue;
+        }
         const std::string name = codePointText(entry.ulCodePoint);
         const ruvo::UnicodeCharInfo& info = m_tables.unicodeTable[entry.ulCodePoint];
         if (!info.listed) {
@@ -152,17 +212,21 @@ void CharacterCheck::checkBytes(TableFileKind kind)
 {
     constexpr std::uint32_t firstC1 = 0x80;  // C1: the control characters U+0080 to U+009F
     constexpr std::uint32_t lastC1 = 0x9F;
+    EntryWarnings surrogates;
     EntryWarnings commands;
     EntryWarnings exchanged;
     EntryWarnings twice;
     std::map<std::pair<std::string, std::uint8_t>, const PlacedEntry*> ofBytes;
     for (const PlacedEntry& placed : m_list.entries(kind)) {
         const ruvo::MapEntry& entry = placed.entry;
-        if (entry.ulCodePoint == ruvo::kNoCharacter) {
+        if (!hasCharacter(placed)) {
             continue;
         }
         const std::string name = codePointText(entry.ulCodePoint);
         const std::string byte = byteName(entry.ucCode);
+        if (isSurrogate(entry.ulCodePoint)) {
+            surrogates.add(placed.place, name + " is a surrogate, which is no character");
+        }
         if (!isText(entry.ucCode)) {
             commands.add(placed.place,
                          name + " has the byte " + byte +
@@ -181,6 +245,7 @@ void CharacterCheck::checkBytes(TableFileKind kind)
                                         codePointText(first.entry.ulCodePoint));
         }
     }
+    surrogates.tell(m_list);
     commands.tell(m_list);
     exchanged.tell(m_list);
     twice.tell(m_list, Finding::Kind::note);  // it may be meant: look-alikes share a byte

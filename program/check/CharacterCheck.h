@@ -26,8 +26,13 @@ public:
     CharacterCheck(const ruvo::HandleSettings& settings, const ruvo::CharacterTables& tables,
                    FindingList& list);
 
+    // False, with a warning, if UnicodeData.txt has none of the characters of the tables and sets.
+    bool checkDatabaseIsUseful();
     // Checks the lines of the tables and sets.
     void checkEntries();
+    // Warns of tables without characters, and of a missing character that no table has. All files
+    // must have been read.
+    void checkTablesAreUseful(const ruvo::DeviceInfo& deviceInfo);
     // `lines` are those that checkDatabase gives.
     void checkDecompositions(const DatabaseLines& lines);
 

@@ -2,6 +2,8 @@
 
 #include <algorithm>
 #include <filesystem>
+#include <fstream>
+#include <system_error>
 #include <utility>
 
 namespace {
@@ -9,6 +11,23 @@ namespace {
 // So many findings of one kind are kept for each file; the rest are counted. A table has at most
 // 256 lines, but when another file is named in its place, any number of lines can be wrong.
 constexpr std::size_t kMaxFindings = 300;
+
+// What is wrong with the encoding of a file; "" for one that may be ASCII or UTF-8.
+std::string encodingFault(const std::string& path)
+{
+    std::error_code ignored;
+    std::string start(3, ' ');
+    if (!std::filesystem::is_regular_file(path, ignored) ||
+        !std::ifstream(path, std::ios::binary).read(start.data(), 3)) {
+        return "";
+    }
+    if (start == "\xEF\xBB\xBF") {
+        return "begins with a byte order mark: save the file without it";
+    }
+    const bool isUtf16 = start.starts_with("\xFF\xFE") || start.starts_with("\xFE\xFF") ||
+                         (start[0] == '\0') != (start[1] == '\0');
+    return isUtf16 ? "is UTF-16: save the file as UTF-8 without a byte order mark" : "";
+}
 
 }  // namespace
 
@@ -73,8 +92,34 @@ const ruvo::ProfilePlace& FindingList::placeOf(std::string_view key, std::size_t
     return value == m_values.end() ? nowhere : value->second;
 }
 
+// A file in another encoding is wrong in nearly every line, for one reason.
+void FindingList::tellEncodings()
+{
+    for (const auto& [path, order] : m_files) {
+        const std::string words = encodingFault(path);
+        const auto isLine = [&](const Finding& finding) {
+            return finding.place.path == path && finding.kind != Finding::Kind::note;
+        };
+        const auto error = std::ranges::find_if(m_findings, [&](const Finding& finding) {
+            return isLine(finding) && finding.kind == Finding::Kind::error;
+        });
+        if (words.empty() || std::ranges::none_of(m_findings, isLine)) {
+            continue;
+        }
+        const bool fails = error != m_findings.end();
+        const Finding told{fails ? Finding::Kind::error : Finding::Kind::warning,
+                           {path, 1},
+                           words,
+                           fails ? error->status : short{0}};
+        std::erase_if(m_findings, isLine);
+        std::erase_if(m_counts, [&](const auto& count) { return count.first.first == path; });
+        m_findings.push_back(told);
+    }
+}
+
 std::vector<Finding> FindingList::take()
 {
+    tellEncodings();
     for (const auto& [key, count] : m_counts) {
         const auto& [path, kind] = key;
         if (count.findings > kMaxFindings) {

@@ -60,6 +60,8 @@ public:
     std::vector<Finding> take();
 
 private:
+    void tellEncodings();
+
     struct Count {
         std::size_t findings = 0;
         std::size_t lastLine = 0;

@@ -38,6 +38,7 @@ private:
     void tellEqualTables(const std::string& key, Value ruvo::TableEntry::*value,
                          const std::string& what, Finding::Kind kind,
                          const std::string& consequence);
+    void tellDefaultSets();
     void keepNamedFiles();
     void nameFiles();
     void checkCharacterFiles(bool deviceIsValid);
@@ -95,8 +96,12 @@ void Checker::checkCharacterFiles(bool deviceIsValid)
     const std::uint32_t announced = m_settings.ulDecompositionClassNumber;
     m_settings.ulDecompositionClassNumber = ruvo::kMaxCodePoint + 1;
     take(ruvo::readCharacterFiles(m_settings, m_deviceInfo, m_tables, &m_list));
+    CharacterCheck check(m_settings, m_tables, m_list);
     DatabaseLines lines;
-    if (!checkDatabase(m_settings, m_list, lines) || !deviceIsValid) {
+    if (check.checkDatabaseIsUseful() && !checkDatabase(m_settings, m_list, lines)) {
+        return;
+    }
+    if (!deviceIsValid) {
         return;
     }
     const std::size_t rows = m_tables.decompTable.size();
@@ -108,9 +113,9 @@ void Checker::checkCharacterFiles(bool deviceIsValid)
     }
     m_result.tables = static_cast<std::size_t>(m_settings.sMappingTableNumber);
     m_result.sets = static_cast<std::size_t>(m_deviceInfo.sInternalCharacterSetNumber);
-    CharacterCheck check(m_settings, m_tables, m_list);
     check.checkEntries();
     if (m_result.status == RUVO_OK) {  // else a file that was not read may have the characters
+        check.checkTablesAreUseful(m_deviceInfo);
         check.checkDecompositions(lines);
     }
     m_result.characters = check.shownCharacters();
@@ -151,6 +156,16 @@ void Checker::checkSettings()
                                     ", but the markup engine passes UTF-8, which is 3");
     }
 
+    constexpr std::string_view cutToNothing = "/";  // a path gets a "/" at its end
+    const std::pair<const char*, const std::string&> paths[] = {
+        {"DeviceInfoPath", m_settings.szDeviceInfoPath}, {"LogFilePath", m_settings.szLogFilePath}};
+    for (const auto& [key, path] : paths) {
+        if (path == cutToNothing) {
+            m_list.remark(m_list.placeOf(key), ruvo::quoted(key) + " is the root folder, as "
+                                                                   "nothing is left of it");
+        }
+    }
+
     const ruvo::ProfilePlace& log = m_list.placeOf("LogFilePath");
     const bool relative = !m_settings.szLogFilePath.starts_with('/');
     const std::string folder = (relative ? m_hostDirectory : "") + m_settings.szLogFilePath;
@@ -181,6 +196,21 @@ void Checker::checkDeviceInfo()
                     "target");
     tellEqualTables("CodePage", &ruvo::TableEntry::sCodePage, "the code page", Finding::Kind::note,
                     "as a target it stands for one of them");
+    tellDefaultSets();
+}
+
+// Reports the sets that the display has selected at power-on and after each character of a set.
+void Checker::tellDefaultSets()
+{
+    for (std::size_t i = 0; i < static_cast<std::size_t>(m_deviceInfo.sInternalCharacterSetNumber);
+         ++i) {
+        if (m_deviceInfo.astICS[i].ucICSCommandParam == m_settings.ucICSCommandDefault) {
+            m_list.remark(m_list.placeOf("ICSCommandParam", i),
+                          "[ICS" + std::to_string(i + 1) +
+                              "] has the number of \"ICSCommandDefault\": it is always selected, "
+                              "and its characters replace those of the tables");
+        }
+    }
 }
 
 // Reports each table that has the same value of a key as an earlier one.

@@ -15,6 +15,7 @@ namespace {
 struct Options {
     std::string directory;
     std::string device = "default";
+    bool strict = false;
 };
 
 std::string count(std::size_t number, const std::string& noun)
@@ -44,7 +45,9 @@ int check(const Options& options)
         text += compilerLine(finding) + "\n";
     }
     writeFile("-", text + verdict(profile, options));
-    return profile.status == RUVO_OK ? kDone : kWrongInput;
+    const bool warned =
+        std::ranges::count(profile.findings, Finding::Kind::warning, &Finding::kind) != 0;
+    return profile.status != RUVO_OK || (options.strict && warned) ? kWrongInput : kDone;
 }
 
 // An open drops unprintable bytes of a name and refuses a longer name. "" for a good name.
@@ -73,5 +76,6 @@ Command checkCommand(CLI::App& program)
         ->type_name("NAME")
         ->capture_default_str()
         ->check(deviceNameFault);
+    arguments->add_flag("--strict", options->strict, "Exit with status 1 for a warning, too");
     return {arguments, [options] { return check(*options); }};
 }

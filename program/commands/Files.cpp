@@ -1,37 +1,164 @@
 #include "program/commands/Files.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <cstdio>
-#include <fstream>
-#include <memory>
+#include <cstdlib>
+#include <filesystem>
 #include <stdexcept>
 #include <system_error>
+#include <utility>
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
 
 namespace {
 
+namespace fs = std::filesystem;
+
 constexpr std::string_view kStandardStream = "-";
+
+// With the reason that errno gives.
+std::system_error failure(const std::string& words)
+{
+    return {errno, std::generic_category(), words};
+}
+
+class OpenFile {
+public:
+    // `words` begin the message of every failure.
+    OpenFile(int descriptor, std::string words)
+        : m_descriptor(descriptor), m_words(std::move(words))
+    {
+        if (m_descriptor < 0) {
+            throw failure(m_words);
+        }
+    }
+    ~OpenFile()
+    {
+        if (m_descriptor >= 0) {
+            ::close(m_descriptor);
+        }
+    }
+    OpenFile(const OpenFile&) = delete;
+    OpenFile& operator=(const OpenFile&) = delete;
+
+    std::string read() const
+    {
+        std::string bytes;
+        char block[64 * 1024];
+        for (ssize_t count = 1; count != 0;) {
+            count = ::read(m_descriptor, block, sizeof block);
+            if (count < 0 && errno != EINTR) {
+                throw failure(m_words);
+            }
+            bytes.append(block, static_cast<std::size_t>(std::max(count, ssize_t{0})));
+        }
+        return bytes;
+    }
+
+    void write(std::string_view bytes) const
+    {
+        while (!bytes.empty()) {
+            const ssize_t count = ::write(m_descriptor, bytes.data(), bytes.size());
+            if (count < 0 && errno != EINTR) {
+                throw failure(m_words);
+            }
+            bytes.remove_prefix(static_cast<std::size_t>(std::max(count, ssize_t{0})));
+        }
+    }
+
+    // A write may fail as late as here.
+    void close()
+    {
+        if (::close(std::exchange(m_descriptor, -1)) != 0) {
+            throw failure(m_words);
+        }
+    }
+
+    // Gives the file an owner, where allowed, and a mode, and waits until it is on its medium.
+    void finish(const struct stat* owner, mode_t mode)
+    {
+        const bool owned = owner == nullptr ||
+                           fchown(m_descriptor, owner->st_uid, owner->st_gid) == 0 ||
+                           errno == EPERM || errno == EINVAL;  // not allowed, or a foreign owner
+        if (!owned || fchmod(m_descriptor, mode) != 0 || fsync(m_descriptor) != 0) {
+            throw failure(m_words);
+        }
+        close();
+    }
+
+private:
+    int m_descriptor;
+    std::string m_words;
+};
+
+// Whether a path belongs to a device or an open file, such as /dev/stdout. The files of /dev/shm
+// are files like any other.
+bool isDevicePath(const fs::path& path)
+{
+    std::error_code ignored;
+    const std::string folder =
+        fs::weakly_canonical(fs::absolute(path, ignored).parent_path(), ignored).string() + "/";
+    return folder.starts_with("/proc/") ||
+           (folder.starts_with("/dev/") && !folder.starts_with("/dev/shm/"));
+}
+
+// What a chain of links leads to, whether or not it exists.
+fs::path targetOf(fs::path path)
+{
+    constexpr int kMostLinks = 40;  // as for the system
+    std::error_code error;
+    for (int i = 0; i < kMostLinks && !isDevicePath(path) && fs::is_symlink(path, error); ++i) {
+        path = path.parent_path() / fs::read_symlink(path, error);
+    }
+    return path;
+}
+
+// `old` is the file's status, null if there is no such file.
+void replaceFile(const fs::path& path, const struct stat* old, std::string_view bytes,
+                 const std::string& words)
+{
+    constexpr mode_t kPermissions = 0777;
+    if (old != nullptr && access(path.c_str(), W_OK) != 0) {
+        throw failure(words);
+    }
+    std::string name = (path.parent_path() / ".kestrix-disp-XXXXXX").string();
+    OpenFile file(mkostemp(name.data(), O_CLOEXEC), words);
+    try {
+        const mode_t mask = umask(0);
+        umask(mask);
+        file.write(bytes);
+        file.finish(old, old != nullptr ? old->st_mode & kPermissions : 0666 & ~mask);
+        if (std::rename(name.c_str(), path.c_str()) != 0) {
+            throw failure(words);
+        }
+    } catch (const std::exception&) {
+        unlink(name.c_str());
+        throw;
+    }
+}
+
+// The status of a file or standard stream; false if it has none.
+bool statusOf(const std::string& file, int standardStream, struct stat& status)
+{
+    return (file == kStandardStream ? fstat(standardStream, &status)
+                                    : stat(file.c_str(), &status)) == 0;
+}
 
 }  // namespace
 
 std::string readFile(const std::string& file)
 {
-    struct Closer {
-        void operator()(std::FILE* opened) const { std::fclose(opened); }
-    };
     const bool standard = file == kStandardStream;
-    const std::unique_ptr<std::FILE, Closer> opened(standard ? nullptr
-                                                             : std::fopen(file.c_str(), "rb"));
-    std::FILE* const input = standard ? stdin : opened.get();
-    std::string bytes;
-    char block[64 * 1024];
-    while (const std::size_t count =
-               input != nullptr ? std::fread(block, 1, sizeof block, input) : 0) {
-        bytes.append(block, count);
-    }
-    // A folder can be opened, but not read.
-    if ((input == nullptr) || std::ferror(input)) {
-        throw std::runtime_error("cannot read " + file + ": " +
-                                 std::generic_category().message(errno));
+    const std::string name = standard ? "the standard input" : file;
+    OpenFile opened(standard ? dup(STDIN_FILENO)
+                             : open(file.c_str(), O_RDONLY | O_CLOEXEC | O_NOCTTY),
+                    "cannot read " + name);
+    std::string bytes = opened.read();
+    if (bytes.empty()) {
+        throw std::runtime_error(name + " is empty");
     }
     return bytes;
 }
@@ -39,16 +166,57 @@ std::string readFile(const std::string& file)
 void writeFile(const std::string& file, std::string_view bytes)
 {
     if (file == kStandardStream) {
-        std::fwrite(bytes.data(), 1, bytes.size(), stdout);
-        if (std::fflush(stdout) != 0 || std::ferror(stdout)) {
-            throw std::runtime_error("cannot write the output");
-        }
+        OpenFile output(dup(STDOUT_FILENO), "cannot write the standard output");
+        output.write(bytes);
+        output.close();
         return;
     }
-    std::ofstream stream(file, std::ios::binary);
-    stream << bytes;
-    stream.close();
-    if (!stream) {
-        throw std::runtime_error("cannot write " + file);
+    const std::string words = "cannot write " + file;
+    const fs::path path = targetOf(file);
+    const bool isDevice = isDevicePath(path);
+    struct stat old;
+    const bool exists = stat(path.c_str(), &old) == 0;
+    if (!exists && errno != ENOENT) {
+        throw failure(words);
     }
+    if (!isDevice && (!exists || S_ISREG(old.st_mode))) {
+        replaceFile(path, exists ? &old : nullptr, bytes, words);
+        return;
+    }
+    std::error_code ignored;
+    if (isDevice && fs::symlink_status(path, ignored).type() == fs::file_type::regular) {
+        throw std::runtime_error(words + ": it is a regular file in the place of a device");
+    }
+    // O_APPEND: the standard output may be a file that has something already.
+    OpenFile output(open(path.c_str(), O_WRONLY | O_APPEND | O_CLOEXEC | O_NOCTTY), words);
+    output.write(bytes);
+    output.close();
+}
+
+void requireSeparate(const std::vector<std::string>& inputs,
+                     const std::vector<std::string>& outputs)
+{
+    std::vector<fs::path> paths;
+    for (const std::string& output : outputs) {
+        struct stat written;
+        const bool isFile = statusOf(output, STDOUT_FILENO, written) && S_ISREG(written.st_mode);
+        for (const std::string& input : inputs) {
+            struct stat read;
+            if (isFile && statusOf(input, STDIN_FILENO, read) && read.st_dev == written.st_dev &&
+                read.st_ino == written.st_ino) {
+                throw std::runtime_error("cannot write " + output + ": it is an input");
+            }
+        }
+        std::error_code ignored;
+        const fs::path path = fs::weakly_canonical(targetOf(output), ignored);
+        if (std::ranges::count(paths, path) != 0) {
+            throw std::runtime_error("cannot write " + output + " twice");
+        }
+        paths.push_back(path);
+    }
+}
+
+bool writesToPerson()
+{
+    return tcgetpgrp(STDOUT_FILENO) != -1;
 }

@@ -12,8 +12,12 @@
 #include <ctime>
 #include <iostream>
 #include <memory>
+#include <string>
+#include <string_view>
+#include <vector>
 
-#include <unistd.h>
+#include <langinfo.h>
+#include <locale.h>
 
 namespace {
 
@@ -25,9 +29,22 @@ struct Options {
     int origin = 1;
     std::string time;
     bool sgr = false;
+    bool ascii = false;
     std::string svg;
     std::string png;
 };
+
+// Whether the user's locale has UTF-8. One that is not installed counts as the locale C.
+bool localeHasUtf8()
+{
+    const locale_t locale = newlocale(LC_CTYPE_MASK, "", nullptr);
+    if (locale == nullptr) {
+        return false;
+    }
+    const bool utf8 = std::string_view(nl_langinfo_l(CODESET, locale)) == "UTF-8";
+    freelocale(locale);
+    return utf8;
+}
 
 std::string localTime()
 {
@@ -57,8 +74,18 @@ std::string checkTime(const std::string& time)
     return valid ? "" : "a time is HH:MM, not " + time;
 }
 
+std::vector<std::string> outputsOf(const Options& options)
+{
+    std::vector<std::string> outputs{options.svg, options.png};
+    std::erase(outputs, "");
+    return outputs.empty() ? std::vector<std::string>{"-"} : outputs;
+}
+
 int preview(const Options& options)
 {
+    std::vector<std::string> inputs = profileFiles(options.input.profile);
+    inputs.push_back(options.input.file);
+    requireSeparate(inputs, outputsOf(options));
     const CommandBytes stream = options.input.readStream();
     const ProfileTables tables = options.input.readTables();
     VirtualDisplay display(tables, options.size, options.origin);
@@ -77,8 +104,10 @@ int preview(const Options& options)
         writeFile(options.png, drawPng(screen));
     }
     if (options.svg.empty() && options.png.empty()) {
-        const bool sgr = options.sgr || isatty(STDOUT_FILENO) != 0;
-        writeFile("-", drawText(screen, sgr ? Highlight::sgr : Highlight::none, options.origin));
+        const bool sgr = options.sgr || writesToPerson();
+        const bool ascii = options.ascii || !localeHasUtf8();
+        writeFile("-", drawText(screen, sgr ? Highlight::sgr : Highlight::none,
+                                ascii ? Frame::ascii : Frame::lines, options.origin));
     }
     return stream.whole ? kDone : kWrongInput;
 }
@@ -113,9 +142,15 @@ Command previewCommand(CLI::App& program)
     arguments->add_flag(
         "--sgr", options->sgr,
         "Mark reverse and cursor by control sequences even if the output is no terminal");
+    arguments->add_flag("--ascii", options->ascii,
+                        "Draw the frame in ASCII, as in a locale without UTF-8");
     arguments
-        ->add_option("--svg", options->svg, "Write an SVG picture, with marquee and blink moving")
+        ->add_option(
+            "--svg", options->svg,
+            "Write an SVG picture, with marquee and blink moving; \"-\" is the standard output")
         ->type_name("FILE");
-    arguments->add_option("--png", options->png, "Write a PNG picture")->type_name("FILE");
+    arguments
+        ->add_option("--png", options->png, "Write a PNG picture; \"-\" is the standard output")
+        ->type_name("FILE");
     return {arguments, [options] { return preview(*options); }};
 }

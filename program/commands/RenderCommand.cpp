@@ -1,14 +1,14 @@
 // kestrix-disp render: a document's display commands, raw or as a hex dump.
 #include "program/commands/Commands.h"
 #include "program/commands/Files.h"
-#include "program/stream/Rendering.h"
+#include "program/commands/StreamInput.h"
 #include "program/text/HexText.h"
 
 #include <CLI/CLI.hpp>
 
 #include <memory>
-
-#include <unistd.h>
+#include <string>
+#include <vector>
 
 namespace {
 
@@ -22,9 +22,12 @@ struct Options {
 
 int render(const Options& options)
 {
-    const CommandBytes commands = renderDocument(readFile(options.document), options.profile);
-    const bool toTerminal = options.output == "-" && isatty(STDOUT_FILENO) != 0;
-    const bool hex = options.hex || (toTerminal && !options.raw);
+    std::vector<std::string> inputs = profileFiles(options.profile);
+    inputs.push_back(options.document);
+    requireSeparate(inputs, {options.output});
+    const CommandBytes commands = renderInput(readFile(options.document), options.profile);
+    const bool toPerson = options.output == "-" && writesToPerson();
+    const bool hex = options.hex || (toPerson && !options.raw);
     writeFile(options.output, hex ? hexDump(commands.bytes) : commands.bytes);
     return commands.whole ? kDone : kWrongInput;
 }
@@ -35,8 +38,8 @@ Command renderCommand(CLI::App& program)
 {
     const auto options = std::make_shared<Options>();
     CLI::App* const arguments = program.add_subcommand(
-        "render", "Writes the display commands of a document: raw bytes to a pipe or file, a hex "
-                  "dump to a terminal");
+        "render", "Writes the display commands of a document: raw bytes to a pipe, file or port, "
+                  "a hex dump to the terminal that you work at");
     arguments->add_option("FILE", options->document, "The document; \"-\" is the standard input")
         ->required()
         ->type_name("");

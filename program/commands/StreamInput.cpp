@@ -50,6 +50,16 @@ bool isDocument(std::string_view bytes)
 
 }  // namespace
 
+CommandBytes renderInput(const std::string& bytes, const ProfileOptions& profile)
+{
+    CommandBytes commands = renderDocument(bytes, profile);
+    if (!commands.whole && !isDocument(bytes) && !std::ranges::all_of(bytes, isPrintable)) {
+        std::cerr << "kestrix-disp: the input holds control codes and is no document; explain and "
+                     "preview read command streams\n";
+    }
+    return commands;
+}
+
 void StreamInput::addTo(CLI::App& arguments)
 {
     arguments
@@ -73,7 +83,7 @@ CommandBytes StreamInput::readStream() const
     std::string bytes = readFile(file);
     const bool detect = !document && !hex && !raw;
     if (document || (detect && isDocument(bytes))) {
-        CommandBytes commands = renderDocument(bytes, profile);
+        CommandBytes commands = renderInput(bytes, profile);
         if (detect && !commands.whole) {
             std::cerr
                 << "kestrix-disp: the input was taken for a document; --raw reads it as it is\n";

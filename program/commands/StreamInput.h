@@ -7,6 +7,9 @@
 
 #include <string>
 
+// Renders a document as renderDocument does. If it is no text, says so on the standard error.
+CommandBytes renderInput(const std::string& bytes, const ProfileOptions& profile);
+
 struct StreamInput {
     std::string file = "-";
     ProfileOptions profile;

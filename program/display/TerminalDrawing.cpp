@@ -28,6 +28,21 @@ std::string repeated(std::string_view piece, int count)
     return text;
 }
 
+struct FrameParts {
+    std::string topLeft;
+    std::string topRight;
+    std::string bottomLeft;
+    std::string bottomRight;
+    std::string edge;
+    std::string side;
+};
+
+FrameParts partsOf(Frame frame)
+{
+    return frame == Frame::ascii ? FrameParts{"+", "+", "+", "+", "-", "|"}
+                                 : FrameParts{"┌", "┐", "└", "┘", "─", "│"};
+}
+
 bool isCursor(const Screen& screen, int column, int line)
 {
     return screen.cursor == Position{column, line};
@@ -96,16 +111,17 @@ std::string marqueeText(const Marquee& marquee)
     return text;
 }
 
-std::string drawText(const Screen& screen, Highlight highlight, int origin)
+std::string drawText(const Screen& screen, Highlight highlight, Frame frame, int origin)
 {
-    const std::string edge = repeated("─", screen.size.columns);
-    std::string text = "┌" + edge + "┐\n";
+    const FrameParts parts = partsOf(frame);
+    const std::string edge = repeated(parts.edge, screen.size.columns);
+    std::string text = parts.topLeft + edge + parts.topRight + "\n";
     for (int line = 0; line < screen.size.lines; ++line) {
         const bool plain = highlight == Highlight::none;
-        text += "│" + (plain ? lineText(screen, line) : highlightedLine(screen, line)) + "│" +
-                (plain ? lineRemarks(screen, line, origin) : "") + "\n";
+        text += parts.side + (plain ? lineText(screen, line) : highlightedLine(screen, line)) +
+                parts.side + (plain ? lineRemarks(screen, line, origin) : "") + "\n";
     }
-    text += "└" + edge + "┘\n";
+    text += parts.bottomLeft + edge + parts.bottomRight + "\n";
 
     if (screen.brightness != 100) {
         text += "brightness " + std::to_string(screen.brightness) + " %\n";

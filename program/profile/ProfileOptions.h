@@ -2,6 +2,7 @@
 #pragma once
 
 #include <string>
+#include <vector>
 
 namespace CLI {
 class App;
@@ -18,6 +19,9 @@ struct ProfileOptions {
 // The folder of HalvoSet.txt that the ID file names, with "/" at its end; "", the current folder,
 // if it names none.
 std::string profileFolder(const ProfileOptions& profile);
+
+// The files that are read of a profile, as far as they are found.
+std::vector<std::string> profileFiles(const ProfileOptions& profile);
 
 // The message for a profile that cannot be opened; `status` is one of enum RuvoStatus.
 std::string openFailure(const ProfileOptions& profile, short status);

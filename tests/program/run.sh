@@ -4,6 +4,7 @@
 set -eu
 build=$(cd "$1" && pwd)
 program=$build/kestrix-disp
+export LC_ALL=C.UTF-8
 work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT
 cd "$build/profile"
@@ -73,6 +74,13 @@ for command in render explain preview; do
     if "$program" "$command" - <"$work" >"$work/out" 2>&1; then
         fail "no status 1 for a folder on the standard input: $command"
     fi
+    status 1 "$command" /dev/null
+    says '^kestrix-disp: /dev/null is empty$'
+done
+for command in render 'explain --document' 'preview --document'; do
+    # shellcheck disable=SC2086
+    "$program" $command "$work/stream" >"$work/out" 2>"$work/err" && fail "status 0 for a stream as document"
+    says 'control codes and is no document; explain and preview read command streams$'
 done
 for device in none '' "$(printf '%0200d' 0)"; do
     status 1 render "$work/document" --device "$device"
@@ -86,6 +94,7 @@ cd "$work"
 for command in render which; do
     status 1 "$command" "$work/document" --setting none
     says 'status -100, .* is missing in the current folder, as /.*/none.txt names no other$'
+    says '^kestrix-disp: no ID file none.txt: the profile of the current folder is used$'
 done
 cd "$build/profile"
 status 1 explain --hex "$work/stream"
@@ -172,6 +181,12 @@ Marquee: .-</desc>
 <use href="#d0" x="0" y="0" visibility="hidden"><animate attributeName="visibility" values="hidden;visible" keyTimes="0;0.15385" calcMode="discrete" dur="0.26s" repeatCount="indefinite"/></use>
 <animate attributeName="opacity" values="0.55;0" keyTimes="0;0.5" calcMode="discrete" dur="0.2s" repeatCount="indefinite"/>
 END
+# A frame goes with the locale; one that is not installed counts as C.
+for locale in C en_US.ISO-8859-1 C.UTF-8; do
+    LC_ALL=$locale "$program" preview "$work/stream" --columns 1 --rows 1 | tr '\n' ' '
+done >"$work/frames"
+"$program" preview "$work/stream" --columns 1 --rows 1 --ascii | tr '\n' ' ' >>"$work/frames"
+[ "$(cat "$work/frames")" = '+-+ |a| +-+ +-+ |a| +-+ ┌─┐ │a│ └─┘ +-+ |a| +-+ ' ] || fail "wrong frames: $(cat "$work/frames")"
 printf '\037C\001\037r\001a\037r\0' | "$program" preview --raw --sgr --columns 3 --rows 1 |
     grep -qF "$(printf '│\033[7ma\033[0m\033[4m \033[0m │')" || fail "reverse and cursor are not shown by control sequences"
 printf '<any><text>a&lt;&amp;]]&gt;</text></any>' | "$program" preview --svg "$work/svg"
@@ -216,10 +231,70 @@ printf '<a' | limit 'line 1: .*: there is no root element$'
 printf '<any a:b="c"/>' | "$program" render - 2>"$work/err" || fail "status for a namespace"
 [ -s "$work/err" ] || fail "no message for a namespace"
 
+# An output is complete or what it was before. Each row catches a way to lose an input or an old file.
 if "$program" --help >/dev/full 2>"$work/err" || "$program" render "$work/document" >/dev/full 2>>"$work/err"; then
     fail "status 0 for an output that cannot be written"
 fi
-[ "$(grep -c 'cannot write the output' "$work/err")" -eq 2 ] || fail "no word on it"
+[ "$(grep -c 'cannot write the standard output: No space left on device' "$work/err")" -eq 2 ] || fail "no word on it"
+mkdir "$work/out.d"
+cp "$work/document" "$work/out.d/a"
+ln "$work/out.d/a" "$work/out.d/hard"
+ln -s a "$work/out.d/soft"
+ln -s soft "$work/out.d/softer"
+ln -s /dev/kestrix-none "$work/out.d/port"
+# refused MESSAGE OUTPUT...: none of the outputs is written.
+refused() {
+    message=$1
+    shift
+    for output in "$@"; do
+        status 1 render "$work/out.d/a" -o "$output"
+        says "cannot write $output: $message"
+        status 1 preview "$work/out.d/a" --png "$output"
+    done
+}
+refused 'it is an input' "$work/out.d/a" "$work/out.d/hard" "$work/out.d/softer" HalvoSet.txt ibm437.txt
+refused 'No such file or directory$' /dev/kestrix-none /dev/../dev/kestrix-none "$work/out.d/port" "$work/none/a"
+refused 'it is a regular file in the place of a device$' /proc/version
+refused 'Is a directory$' "$work"
+refused 'Not a directory$' "$work/out.d/a/b"
+refused 'No space left on device$' /dev/full
+"$program" render - -o "$work/out.d/a" <"$work/out.d/a" 2>"$work/err" && fail "the standard input is written"
+"$program" render "$work/out.d/a" >>"$work/out.d/a" 2>"$work/err" && fail "the input is appended to"
+status 1 preview "$work/document" --svg "$work/out.d/b" --png "$work/out.d/../out.d/b"
+cmp "$work/document" "$work/out.d/a" || fail "the input is destroyed"
+[ "$(find "$work/out.d" | wc -l)" -eq 6 ] || fail "more files than before: $(ls -A "$work/out.d")"
+
+# Modes are those of new files or of the old ones, links stay, devices and pipes stay what they are.
+printf old >"$work/out.d/old"
+chmod 604 "$work/out.d/old"
+rm "$work/out.d/soft"
+ln -s old "$work/out.d/soft"
+(trap '' XFSZ && ulimit -f 0 && "$program" render "$work/document" -o "$work/out.d/softer" 2>&1) | cat >"$work/err"
+says 'cannot write .*: File too large$'
+[ "$(cat "$work/out.d/old")" = old ] || fail "a failure destroys the old file"
+umask 027
+for output in softer new; do
+    "$program" render "$work/document" -o "$work/out.d/$output"
+    cmp "$work/stream" "$work/out.d/$output" || fail "other bytes in $output"
+done
+[ "$(stat -c %a "$work/out.d/old" "$work/out.d/new" | tr '\n' ' ')" = '604 640 ' ] || fail "wrong modes"
+[ "$(readlink "$work/out.d/softer")" = soft ] || fail "the link is gone"
+[ "$(find "$work/out.d" | wc -l)" -eq 8 ] || fail "a file is left over: $(ls -A "$work/out.d")"
+mkfifo "$work/fifo"
+cat "$work/fifo" >"$work/piped" &
+"$program" render "$work/document" -o "$work/fifo"
+wait $!
+cmp "$work/stream" "$work/piped" || fail "a pipe is not written as it is"
+{ printf before && "$program" render "$work/document" -o /dev/stdout; } >"$work/piped"
+{ printf before && cat "$work/stream"; } | cmp - "$work/piped" || fail "/dev/stdout is not appended to"
+"$program" render "$work/document" -o /dev/null
+[ -c /dev/null ] || fail "/dev/null is replaced"
+
+# A dump is for the terminal that somebody works at: a display may be at another one.
+script -qec "$program render $work/document" /dev/null </dev/null >"$work/out"
+grep -q '^00000000  0C ' "$work/out" || fail "no dump to a person's terminal"
+script -qec "setsid -w $program render $work/document" /dev/null </dev/null >"$work/out"
+grep -qF "$(printf '\037r')" "$work/out" || fail "no raw bytes to another terminal"
 
 # The findings of check are its output. A relative path in a profile starts at the profile's folder if
 # the current folder has no such device.
@@ -227,12 +302,15 @@ status 0 check .
 tail -n 1 "$work/out" | grep -q '^device "default" opens, with 9 tables, 2 internal character sets and [0-9]* characters$' ||
     fail "wrong verdict"
 grep -q 'error:\|warning:' "$work/out" && fail "the default profile has faults"
+status 0 check . --strict
 mkdir "$work/profile"
 cp ./* "$work/profile"
 cd "$work/profile"
 sed -i 's/^0x81\t/0x80\t/' ibm437.txt
 "$program" which ü | grep -q 'ü .*: 80 in table 0 .*, where it is also U+00C7 ' || fail "two at one byte"
 sed -i 's/^ICSCommandParam=8\r/ICSCommandParam=0\r/' default
+"$program" check . >"$work/out" || fail "status 1 for a warning"
+"$program" check . --strict >"$work/out" && fail "status 0 for a warning in spite of --strict"
 "$program" which ‾ | grep -q '7E in set 0 (japan.txt)$' || fail "the default set is not read"
 printf 'x\r\n' >>"$work/profile/ibm850.txt"
 sed -i 's/EncodeTypeDefault=3/EncodeTypeDefault=4/' "$work/profile/HalvoSet.txt"

@@ -173,7 +173,8 @@ TEST_F(DisplayCommands, CasesOfTheFile)
                 return;
             }
             const Screen screen = screenAfter(stream, size, origin);
-            for (const std::string& line : linesOf(drawText(screen, Highlight::none, origin)))
+            for (const std::string& line :
+                 linesOf(drawText(screen, Highlight::none, Frame::lines, origin)))
                 if (!line.starts_with("┌") && !line.starts_with("└"))
                     drawn += line + "\n";
             for (const std::size_t offset : ignored)
@@ -221,7 +222,8 @@ TEST_F(DisplayCommands, AnyStreamIsExplainedAndDrawn)
         const Size size{1 + static_cast<int>(random() % 12), 1 + static_cast<int>(random() % 4)};
         const Screen screen = screenAfter(stream, size, static_cast<int>(random() % 2));
         ASSERT_EQ(static_cast<std::size_t>(size.columns * size.lines), screen.cells.size());
-        ASSERT_LE(size.lines + 2, std::ssize(linesOf(drawText(screen, Highlight::sgr, 1))));
+        ASSERT_LE(size.lines + 2,
+                  std::ssize(linesOf(drawText(screen, Highlight::sgr, Frame::ascii, 1))));
         if (i % 100 == 0)
             expectLitDots(screen);
         ASSERT_FALSE(HasFailure()) << toHex(stream);
