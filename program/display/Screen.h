@@ -8,8 +8,11 @@
 #include <vector>
 
 struct Cell {
+    static constexpr std::size_t kNoSource = static_cast<std::size_t>(-1);
+
     char32_t character = U' ';
     bool reverse = false;
+    std::size_t source = kNoSource;  // the byte of the stream that it came with
 };
 
 struct Position {

@@ -67,13 +67,15 @@ void VirtualDisplay::powerOn()
     m_marquee.reset();
 }
 
-void VirtualDisplay::run(ByteSpan bytes)
+void VirtualDisplay::run(ByteSpan bytes, DisplayTrace* trace)
 {
+    m_trace = trace;
     StreamReader reader(bytes);
     for (StreamItem item; reader.next(item);) {
         bool understood = false;
+        m_at = item.offset;
         if (item.kind == StreamItem::Kind::text) {
-            for (const Cell& cell : decode(item.bytes)) {
+            for (const Cell& cell : decode(item.bytes, item.offset)) {
                 show(cell);
             }
             understood = true;
@@ -82,7 +84,13 @@ void VirtualDisplay::run(ByteSpan bytes)
         }
         if (!understood) {
             m_ignored.push_back(item.offset);
+            if (trace != nullptr) {
+                trace->ignored.push_back({item.offset, item.command, selected().area, m_selected});
+            }
         }
+    }
+    if (trace != nullptr) {
+        trace->selected = m_selected;
     }
 }
 
@@ -119,6 +127,8 @@ bool VirtualDisplay::carryOut(const StreamItem& command)
         return true;
     case Action::clock:
         m_clock = true;
+        std::for_each(m_cells.end() - clockColumns(), m_cells.end(),
+                      [this](Cell& cell) { lose(cell); });
         return true;
     case Action::defineWindow:
         return define(command);
@@ -143,7 +153,7 @@ bool VirtualDisplay::applySwitch(const StreamItem& item)
     return true;
 }
 
-std::vector<Cell> VirtualDisplay::decode(ByteSpan text)
+std::vector<Cell> VirtualDisplay::decode(ByteSpan text, std::size_t offset)
 {
     std::vector<Cell> cells;
     StreamReader reader(text, StreamReader::Commands::switches);
@@ -151,9 +161,9 @@ std::vector<Cell> VirtualDisplay::decode(ByteSpan text)
         if (item.kind == StreamItem::Kind::command) {
             applySwitch(item);
         } else if (item.kind == StreamItem::Kind::text) {
-            for (const std::uint8_t byte : item.bytes) {
-                cells.push_back(
-                    {m_tables.character(m_codes, byte).value_or(kUndecoded), m_reverse});
+            for (std::size_t i = 0; i < item.bytes.size(); ++i) {
+                cells.push_back({m_tables.character(m_codes, item.bytes[i]).value_or(kUndecoded),
+                                 m_reverse, offset + item.offset + i});
             }
         }
     }
@@ -168,11 +178,36 @@ void VirtualDisplay::show(const Cell& shown)
     }
     const Position place{window.area.at.column + window.cursor.column,
                          window.area.at.line + window.cursor.line};
+    m_at = shown.source;
     if (m_marquee && m_marquee->area.contains(place)) {
-        m_marquee.reset();
+        loseMarquee();
     }
-    *cells(place) = shown;
+    Cell& cell = *cells(place);
+    lose(cell);
+    cell = shown;
+    if (m_trace != nullptr) {
+        m_trace->shown[shown.source] = {shown.character, place, m_selected, shown.reverse};
+        if (m_clock && &m_cells.back() - &cell < clockColumns()) {
+            lose(cell);
+        }
+    }
     advance(window);
+}
+
+void VirtualDisplay::lose(Cell& cell, bool scrolled)
+{
+    if (m_trace != nullptr && cell.source != Cell::kNoSource) {
+        m_trace->losses.push_back({cell.source, m_at, scrolled});
+        cell.source = Cell::kNoSource;
+    }
+}
+
+void VirtualDisplay::loseMarquee()
+{
+    for (Cell& cell : m_marquee->text) {
+        lose(cell);
+    }
+    m_marquee.reset();
 }
 
 // Moves the cursor past the character just shown. At the end of a line it wraps to the start of the
@@ -199,10 +234,12 @@ void VirtualDisplay::scroll(Window& window)
     const auto row = [&](int line) { return cells({at.column, at.line + line}); };
     if (window.mode == Mode::scrollLeft) {
         const auto line = row(window.cursor.line);
+        lose(*line, true);
         std::shift_left(line, line + size.columns, 1);
         --window.cursor.column;
         return;
     }
+    std::for_each_n(row(0), size.columns, [this](Cell& cell) { lose(cell, true); });
     for (int line = 1; line < size.lines; ++line) {
         std::copy_n(row(line), size.columns, row(line - 1));
     }
@@ -251,16 +288,24 @@ bool VirtualDisplay::destroy(unsigned number)
 bool VirtualDisplay::startMarquee(const StreamItem& command)
 {
     const std::optional<int> format = namedValue(command, 0);
-    const std::vector<Cell> text =
-        decode(command.text());  // its switches stay even if no marquee starts
+    const std::vector<Cell> text = decode(
+        command.text(), command.offset + command.bytes.size() -
+                            command.text().size());  // its switches stay even if no marquee starts
     if (!format || text.empty()) {
         return false;
     }
     const auto& [area, mode, cursor] = selected();
     const Area line{{area.at.column, area.at.line + cursor.line}, {area.size.columns, 1}};
+    if (m_marquee) {
+        loseMarquee();
+    }
+    std::for_each_n(cells(line.at), line.size.columns, [this](Cell& cell) { lose(cell); });
     clear(line);
     m_marquee = Marquee{
         line, *format == 1, number(command, 1), number(command, 2), number(command, 3), text};
+    for (const Cell& cell : m_trace != nullptr ? text : std::vector<Cell>()) {
+        m_trace->shown[cell.source] = {cell.character, line.at, m_selected, cell.reverse};
+    }
     return true;
 }
 
@@ -294,7 +339,7 @@ Screen VirtualDisplay::screen(std::string_view time) const
                     screen.cells.begin() + at.line * m_size.columns + at.column);
     }
     if (m_clock) {
-        const std::size_t shown = std::min(time.size(), static_cast<std::size_t>(m_size.columns));
+        const std::size_t shown = std::min(time.size(), static_cast<std::size_t>(clockColumns()));
         std::transform(time.end() - static_cast<std::ptrdiff_t>(shown), time.end(),
                        screen.cells.end() - static_cast<std::ptrdiff_t>(shown), [](char c) {
                            return Cell{static_cast<char32_t>(c), false};

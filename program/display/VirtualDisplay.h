@@ -5,9 +5,39 @@
 #include "program/profile/ProfileTables.h"
 #include "program/stream/CommandStream.h"
 
+#include <algorithm>
 #include <map>
 #include <string_view>
 #include <vector>
+
+// What became of the characters of a stream. Places in the stream are offsets in bytes.
+struct DisplayTrace {
+    // A character as it came to the display: in a cell, or in a marquee.
+    struct Shown {
+        char32_t character = 0;
+        Position place;  // on the whole display; of a marquee, the beginning of its line
+        unsigned window = 0;
+        bool reverse = false;
+    };
+    // A character that is no longer there, other than by a clear, a reset or the end of a window.
+    struct Loss {
+        std::size_t lost;
+        std::size_t by;  // the character or command that took its place
+        bool scrolled;   // it left its window at the edge
+    };
+    // A command without effect.
+    struct Ignored {
+        std::size_t offset;
+        const DisplayCommand* command;  // null for unknown bytes
+        Area window;                    // that was selected
+        unsigned windowNumber;
+    };
+
+    std::map<std::size_t, Shown> shown;
+    std::vector<Loss> losses;
+    std::vector<Ignored> ignored;
+    unsigned selected = 0;  // the window at the end
+};
 
 class VirtualDisplay {
 public:
@@ -15,8 +45,9 @@ public:
     // the first column and line in commands. `tables` must outlive the display.
     VirtualDisplay(const ProfileTables& tables, Size size, int origin);
 
-    // Carries out a stream of whole commands; one that its end cuts off is ignored.
-    void run(ByteSpan bytes);
+    // Carries out a stream of whole commands; one that its end cuts off is ignored. `trace`, if
+    // any, gets what becomes of this stream's characters.
+    void run(ByteSpan bytes, DisplayTrace* trace = nullptr);
 
     // What the display shows. `time` is what the clock shows: HH:MM.
     Screen screen(std::string_view time) const;
@@ -36,8 +67,12 @@ private:
 
     void powerOn();
     bool carryOut(const StreamItem& command);
-    std::vector<Cell> decode(ByteSpan text);
+    // The characters of a text that begins at the offset.
+    std::vector<Cell> decode(ByteSpan text, std::size_t offset);
     void show(const Cell& cell);
+    // Tells that the character in a cell is lost.
+    void lose(Cell& cell, bool scrolled = false);
+    void loseMarquee();
     void advance(Window& window) const;
     void scroll(Window& window);
     bool moveCursor(int column, int line);
@@ -47,6 +82,8 @@ private:
     void clear(const Area& area);
     bool applySwitch(const StreamItem& item);
 
+    // The clock is at the end of the last line.
+    int clockColumns() const { return std::min(m_size.columns, 5); }  // HH:MM
     Window& selected() { return m_windows.at(m_selected); }
     // The cells from a position on, to change them within its line.
     std::vector<Cell>::iterator cells(Position from)
@@ -59,6 +96,8 @@ private:
     Size m_size;
     int m_origin;
     std::vector<std::size_t> m_ignored;
+    DisplayTrace* m_trace = nullptr;
+    std::size_t m_at = 0;  // what is carried out: offset of the command or character
 
     // A reset sets all of these back.
     std::vector<Cell> m_cells;

@@ -1,8 +1,8 @@
 #include "program/profile/CharacterReport.h"
 
+#include "base/StatusText.h"
 #include "converter/RuvoConverter.h"
 #include "program/text/CharacterText.h"
-#include "base/StatusText.h"
 
 #include <unicode/uchar.h>
 #include <unicode/utf8.h>
@@ -14,13 +14,7 @@
 
 namespace {
 
-struct Character {
-    std::optional<char32_t> codePoint;  // nothing for malformed UTF-8
-    std::string_view bytes;
-};
-
-// A character and the marks that follow it, or a character, mark or malformed byte on its own.
-using Cluster = std::vector<Character>;
+using Cluster = SentCluster::Characters;
 
 // The byte of a character, the table selected for it, and the set if it came from one.
 struct SentCode {
@@ -29,12 +23,13 @@ struct SentCode {
     std::optional<std::uint8_t> set;
 };
 
-bool isMark(const Character& character)
+bool isMark(const SourceCharacter& character)
 {
     return character.codePoint &&
            (U_GET_GC_MASK(static_cast<UChar32>(*character.codePoint)) & U_GC_M_MASK) != 0;
 }
 
+// A character and the marks that follow it, or a character, mark or malformed byte on its own.
 std::vector<Cluster> clusters(std::string_view text)
 {
     std::vector<Cluster> result;
@@ -44,7 +39,7 @@ std::vector<Cluster> clusters(std::string_view text)
         const int32_t start = i;
         UChar32 codePoint = 0;
         U8_NEXT(bytes, i, size, codePoint);
-        Character character{
+        SourceCharacter character{
             {}, text.substr(static_cast<std::size_t>(start), static_cast<std::size_t>(i - start))};
         if (codePoint >= 0) {
             character.codePoint = static_cast<char32_t>(codePoint);
@@ -83,7 +78,7 @@ std::vector<Switch> switches(const std::vector<unsigned char>& records)
 std::vector<SentCode> send(short handle, const Cluster& cluster)
 {
     std::string text;
-    for (const Character& character : cluster) {
+    for (const SourceCharacter& character : cluster) {
         text += character.bytes;
     }
     RuvoSetData(handle, reinterpret_cast<unsigned char*>(text.data()), text.size());
@@ -119,84 +114,98 @@ std::vector<SentCode> send(short handle, const Cluster& cluster)
     return sent;
 }
 
-class Reporter {
-public:
-    explicit Reporter(const ProfileTables& tables) : m_tables(tables) {}
-
-    std::string line(const Cluster& cluster, const std::vector<SentCode>& sent) const
-    {
-        std::string codePoints;
-        std::string shown;
-        std::string names;
-        for (const Character& character : cluster) {
-            const std::string_view plus = codePoints.empty() ? "" : " + ";
-            if (!character.codePoint) {
-                codePoints += "no UTF-8";
-                names += "malformed text";
-                continue;
-            }
-            codePoints.append(plus) += codePointText(*character.codePoint);
-            names.append(plus) += characterName(*character.codePoint);
-            if (shown.empty() && isMark(character)) {
-                shown += "\u25CC";  // a dotted circle, to carry the mark
-            }
-            appendCharacter(shown, *character.codePoint);
-        }
-        std::string text = codePoints + "  " + shown + "  " + names + ": ";
-        for (const SentCode& code : sent) {
-            if (&code != sent.data()) {
-                text += "; ";
-            }
-            text += outcome(cluster, code);
-        }
-        return text + (sent.empty() ? "nothing is sent\n" : "\n");
+SentCharacter fateOf(const Cluster& cluster, const SentCode& code, const ProfileTables& tables)
+{
+    const CodeState state{code.table, code.set.value_or(tables.powerOn().set)};
+    SentCharacter result{{}, Fate::missing, tables.character(state, code.byte)};
+    char place[16];
+    std::snprintf(place, sizeof place, "%02X in ", unsigned{code.byte});
+    result.place = place + (code.set ? "set " + tables.setName(*code.set)
+                                     : "table " + tables.tableName(code.table));
+    const std::optional<char32_t> sent = cluster.front().codePoint;
+    const bool itself = cluster.size() == 1 && sent &&
+                        (code.set ? tables.setHas(*code.set, code.byte, *sent)
+                                  : tables.tableHas(code.table, code.byte, *sent));
+    if (itself) {
+        result.fate = result.shown == sent ? Fate::itself : Fate::sharesByte;
+    } else if (result.shown && (code.set || code.byte != tables.missingCharacter())) {
+        result.fate = cluster.size() > 1 ? Fate::composed : Fate::spacingForm;
     }
+    return result;
+}
 
-private:
-    std::string outcome(const Cluster& cluster, const SentCode& code) const
-    {
-        const CodeState state{code.table, code.set.value_or(m_tables.powerOn().set)};
-        const auto shown = m_tables.character(state, code.byte);
-        char place[16];
-        std::snprintf(place, sizeof place, "%02X in ", unsigned{code.byte});
-        const std::string where = place + (code.set ? "set " + m_tables.setName(*code.set)
-                                                    : "table " + m_tables.tableName(code.table));
-        const std::optional<char32_t> sent = cluster.front().codePoint;
-        const bool itself = cluster.size() == 1 && sent &&
-                            (code.set ? m_tables.setHas(*code.set, code.byte, *sent)
-                                      : m_tables.tableHas(code.table, code.byte, *sent));
-        if (itself) {
-            return where +
-                   (shown == sent ? "" : ", where it is also " + describedCharacter(*shown));
-        }
-        const bool missing = !code.set && code.byte == m_tables.missingCharacter();
-        if (missing || !shown) {
-            return "missing character, " + where;
-        }
-        return (cluster.size() > 1 ? "composed to " : "spacing form ") +
-               describedCharacter(*shown) + ", " + where;
+std::string outcome(const SentCharacter& sent)
+{
+    switch (sent.fate) {
+    case Fate::itself:
+        return sent.place;
+    case Fate::sharesByte:
+        return sent.place + ", where it is also " + describedCharacter(sent.shown.value_or(0));
+    case Fate::missing:
+        return "missing character, " + sent.place;
+    case Fate::composed:
+        return "composed to " + describedCharacter(sent.shown.value_or(0)) + ", " + sent.place;
+    case Fate::spacingForm:
+        return "spacing form " + describedCharacter(sent.shown.value_or(0)) + ", " + sent.place;
     }
+    return "";
+}
 
-    const ProfileTables& m_tables;
-};
+std::string line(const SentCluster& cluster)
+{
+    std::string codePoints;
+    std::string shown;
+    std::string names;
+    for (const SourceCharacter& character : cluster.characters) {
+        const std::string_view plus = codePoints.empty() ? "" : " + ";
+        if (!character.codePoint) {
+            codePoints += "no UTF-8";
+            names += "malformed text";
+            continue;
+        }
+        codePoints.append(plus) += codePointText(*character.codePoint);
+        names.append(plus) += characterName(*character.codePoint);
+        if (shown.empty() && isMark(character)) {
+            shown += "\u25CC";  // a dotted circle, to carry the mark
+        }
+        appendCharacter(shown, *character.codePoint);
+    }
+    std::string text = codePoints + "  " + shown + "  " + names + ": ";
+    for (const SentCharacter& sent : cluster.sent) {
+        text += (&sent == cluster.sent.data() ? "" : "; ") + outcome(sent);
+    }
+    return text + (cluster.sent.empty() ? "nothing is sent\n" : "\n");
+}
 
 }  // namespace
 
-std::string reportCharacters(std::string_view text, short handle, const ProfileTables& tables)
+std::vector<SentCluster> sendCharacters(std::string_view text, short handle,
+                                        const ProfileTables& tables)
 {
-    const Reporter reporter(tables);
-    std::string report;
+    std::vector<SentCluster> result;
     RuvoSetEncodeType(handle, RUVO_UTF8);
     for (const Cluster& cluster : clusters(text)) {
-        const std::vector<SentCode> sent = send(handle, cluster);
-        // If nothing was composed, each character has a line of its own.
-        if (sent.size() == cluster.size() && cluster.size() > 1) {
-            for (std::size_t i = 0; i < sent.size(); ++i) {
-                report += reporter.line({cluster[i]}, {sent[i]});
+        const std::vector<SentCode> codes = send(handle, cluster);
+        // If nothing was composed, each character is on its own.
+        if (codes.size() == cluster.size() && cluster.size() > 1) {
+            for (std::size_t i = 0; i < codes.size(); ++i) {
+                result.push_back({{cluster[i]}, {fateOf({cluster[i]}, codes[i], tables)}});
             }
-        } else {
-            report += reporter.line(cluster, sent);
+            continue;
         }
+        result.push_back({cluster, {}});
+        for (const SentCode& code : codes) {
+            result.back().sent.push_back(fateOf(cluster, code, tables));
+        }
+    }
+    return result;
+}
+
+std::string reportCharacters(std::string_view text, short handle, const ProfileTables& tables)
+{
+    std::string report;
+    for (const SentCluster& cluster : sendCharacters(text, handle, tables)) {
+        report += line(cluster);
     }
     return report;
 }
