@@ -7,11 +7,15 @@ _kestrix_disp()
     COMPREPLY=()
 
     if [ "$COMP_CWORD" -eq 1 ]; then
-        mapfile -t COMPREPLY < <(compgen -W "render explain preview check which --help --version" -- "$cur")
+        mapfile -t COMPREPLY < <(compgen -W "render explain preview lint check which --help --version" -- "$cur")
         return
     fi
     case $prev in
     --device | --columns | --rows | --clock) return ;;
+    --format)
+        mapfile -t COMPREPLY < <(compgen -W "text json" -- "$cur")
+        return
+        ;;
     --origin)
         mapfile -t COMPREPLY < <(compgen -W "0 1" -- "$cur")
         return
@@ -25,7 +29,8 @@ _kestrix_disp()
         ;;
     esac
     case ${COMP_WORDS[1]} in
-    render) options="--hex --raw --output $profile" ;;
+    render) options="--hex --raw --output --columns --rows --origin --strict --quiet $profile" ;;
+    lint) options="--columns --rows --origin --strict --quiet --format --rules $profile" ;;
     explain) options="--document --hex --raw $profile" ;;
     preview)
         options="--document --hex --raw --columns --rows --origin --clock --sgr --ascii --svg --png $profile"

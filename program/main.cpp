@@ -14,7 +14,7 @@
 namespace {
 
 constexpr Command (*kCommands[])(CLI::App&) = {
-    renderCommand, explainCommand, previewCommand, whichCommand, checkCommand,
+    renderCommand, explainCommand, previewCommand, whichCommand, checkCommand, lintCommand,
 };
 
 bool noneParsed(const std::vector<Command>& commands)

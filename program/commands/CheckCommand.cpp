@@ -1,8 +1,8 @@
 // kestrix-disp check: the faults of a device profile, line by line.
+#include "base/StatusText.h"
 #include "program/check/ProfileCheck.h"
 #include "program/commands/Commands.h"
 #include "program/commands/Files.h"
-#include "base/StatusText.h"
 
 #include <CLI/CLI.hpp>
 

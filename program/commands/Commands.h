@@ -26,3 +26,4 @@ Command explainCommand(CLI::App& program);
 Command previewCommand(CLI::App& program);
 Command whichCommand(CLI::App& program);
 Command checkCommand(CLI::App& program);
+Command lintCommand(CLI::App& program);

@@ -1,6 +1,7 @@
 // kestrix-disp preview: what a display shows after a document or a command stream.
 #include "program/commands/Commands.h"
 #include "program/commands/Files.h"
+#include "program/commands/LintOptions.h"
 #include "program/commands/StreamInput.h"
 #include "program/display/PngDrawing.h"
 #include "program/display/SvgDrawing.h"
@@ -20,8 +21,6 @@
 #include <locale.h>
 
 namespace {
-
-constexpr int kMaxSize = 255;  // a position in a command is one byte
 
 struct Options {
     StreamInput input;
@@ -55,12 +54,6 @@ std::string localTime()
                    std::strftime(text, sizeof text, "%H:%M", &fields) != 0
                ? text
                : "00:00";
-}
-
-// A range check without the text that CLI11 would add to the help.
-CLI::Validator within(int least, int most)
-{
-    return CLI::Range(least, most).description("");
 }
 
 // "" for a time of the form HH:MM, else a message.
@@ -121,19 +114,7 @@ Command previewCommand(CLI::App& program)
         "preview", "Shows what a document or command stream leaves on a display: in the terminal, "
                    "or as a picture");
     options->input.addTo(*arguments);
-    arguments->add_option("--columns", options->size.columns, "Characters in a line, 1 to 255")
-        ->check(within(1, kMaxSize))
-        ->type_name("N")
-        ->capture_default_str();
-    arguments->add_option("--rows", options->size.lines, "Lines of the display, 1 to 255")
-        ->check(within(1, kMaxSize))
-        ->type_name("N")
-        ->capture_default_str();
-    arguments
-        ->add_option("--origin", options->origin, "Number of the first column and line, 0 or 1")
-        ->check(within(0, 1))
-        ->type_name("N")
-        ->capture_default_str();
+    addDisplayOptions(*arguments, options->size, options->origin);
     arguments
         ->add_option("--clock", options->time,
                      "Time that the clock shows; the local time if not given")

@@ -1,11 +1,13 @@
 // kestrix-disp render: a document's display commands, raw or as a hex dump.
 #include "program/commands/Commands.h"
 #include "program/commands/Files.h"
+#include "program/commands/LintOptions.h"
 #include "program/commands/StreamInput.h"
 #include "program/text/HexText.h"
 
 #include <CLI/CLI.hpp>
 
+#include <iostream>
 #include <memory>
 #include <string>
 #include <vector>
@@ -15,21 +17,36 @@ namespace {
 struct Options {
     std::string document;
     std::string output = "-";
-    ProfileOptions profile;
+    LintOptions lint;
     bool hex = false;
     bool raw = false;
 };
 
 int render(const Options& options)
 {
-    std::vector<std::string> inputs = profileFiles(options.profile);
+    std::vector<std::string> inputs = profileFiles(options.lint.profile);
     inputs.push_back(options.document);
     requireSeparate(inputs, {options.output});
-    const CommandBytes commands = renderInput(readFile(options.document), options.profile);
+    const std::string document = readFile(options.document);
+    const LintedDocument linted =
+        lintDocument(document, options.lint.profile, options.lint.display);
+    for (const LintFinding& finding : linted.findings) {
+        if (!options.lint.quiet) {
+            std::cerr << lintLine(options.document, finding);
+        }
+    }
+    if (options.lint.strict && !linted.findings.empty()) {
+        return kWrongInput;
+    }
+    const bool whole = linted.run.end == DocumentEnd::wellFormed;
+    if (!whole) {
+        tellIfNoDocument(document);
+    }
+    const std::string bytes(linted.run.bytes.begin(), linted.run.bytes.end());
     const bool toPerson = options.output == "-" && writesToPerson();
     const bool hex = options.hex || (toPerson && !options.raw);
-    writeFile(options.output, hex ? hexDump(commands.bytes) : commands.bytes);
-    return commands.whole ? kDone : kWrongInput;
+    writeFile(options.output, hex ? hexDump(bytes) : bytes);
+    return whole ? kDone : kWrongInput;
 }
 
 }  // namespace
@@ -43,7 +60,8 @@ Command renderCommand(CLI::App& program)
     arguments->add_option("FILE", options->document, "The document; \"-\" is the standard input")
         ->required()
         ->type_name("");
-    options->profile.addTo(*arguments);
+    options->lint.addTo(*arguments, "Write nothing if lint finds anything");
+    arguments->add_flag("--quiet", options->lint.quiet, "Do not say what lint finds");
     CLI::Option* const hex = arguments->add_flag("--hex", options->hex, "Write a hex dump");
     arguments->add_flag("--raw", options->raw, "Write raw bytes")->excludes(hex);
     arguments->add_option("-o,--output", options->output, "Where to write")->type_name("FILE");

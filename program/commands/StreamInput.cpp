@@ -50,12 +50,19 @@ bool isDocument(std::string_view bytes)
 
 }  // namespace
 
+void tellIfNoDocument(const std::string& bytes)
+{
+    if (!isDocument(bytes) && !std::ranges::all_of(bytes, isPrintable)) {
+        std::cerr << "kestrix-disp: the input holds control codes and is no document; explain and "
+                     "preview read command streams\n";
+    }
+}
+
 CommandBytes renderInput(const std::string& bytes, const ProfileOptions& profile)
 {
     CommandBytes commands = renderDocument(bytes, profile);
-    if (!commands.whole && !isDocument(bytes) && !std::ranges::all_of(bytes, isPrintable)) {
-        std::cerr << "kestrix-disp: the input holds control codes and is no document; explain and "
-                     "preview read command streams\n";
+    if (!commands.whole) {
+        tellIfNoDocument(bytes);
     }
     return commands;
 }

@@ -7,6 +7,9 @@
 
 #include <string>
 
+// Says on the standard error if the bytes, which are no whole document, are no text either.
+void tellIfNoDocument(const std::string& bytes);
+
 // Renders a document as renderDocument does. If it is no text, says so on the standard error.
 CommandBytes renderInput(const std::string& bytes, const ProfileOptions& profile);
 

@@ -82,6 +82,12 @@ void VirtualDisplay::run(ByteSpan bytes, DisplayTrace* trace)
         } else if (item.kind == StreamItem::Kind::command) {
             understood = carryOut(item);
         }
+        const bool selects =
+            item.kind == StreamItem::Kind::command &&
+            (item.command->action == Action::selectWindow || item.command->action == Action::reset);
+        if (trace != nullptr && understood && selects) {
+            trace->selections.push_back(item.offset);
+        }
         if (!understood) {
             m_ignored.push_back(item.offset);
             if (trace != nullptr) {

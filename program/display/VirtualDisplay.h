@@ -36,7 +36,8 @@ struct DisplayTrace {
     std::map<std::size_t, Shown> shown;
     std::vector<Loss> losses;
     std::vector<Ignored> ignored;
-    unsigned selected = 0;  // the window at the end
+    std::vector<std::size_t> selections;  // commands that select a window, and resets
+    unsigned selected = 0;                // the window at the end
 };
 
 class VirtualDisplay {

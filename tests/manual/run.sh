@@ -20,4 +20,10 @@ for file in docs/kestrix-disp.1 program/completion.bash; do
         done
     done
 done
+# Each rule of lint stands in the manual page, with its words.
+LC_ALL=C.UTF-8 MANWIDTH=1000 man -l "$root/docs/kestrix-disp.1" 2>&1 | col -bx >"${TMPDIR:-/tmp}/manual.$$"
+trap 'rm -f "${TMPDIR:-/tmp}/manual.$$"' EXIT
+"$program" lint --rules | while read -r name level words; do
+    tr -s ' \n' ' ' <"${TMPDIR:-/tmp}/manual.$$" | grep -qiF "$name ($level) $words." || echo "$name: $words"
+done | grep . && fail "the manual page lacks these rules of lint"
 exit $status

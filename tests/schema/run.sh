@@ -11,7 +11,7 @@ valid() { xmllint --noout --nonet --relaxng $schema.rng "$1" >/dev/null 2>&1; }
 rnc2rng $schema.rnc | diff $schema.rng - || fail "$schema.rng is not what rnc2rng makes of $schema.rnc (>)"
 
 for example in examples/*.xml; do
-    valid "$example" || fail "not accepted: $example"
+    [ "$example" = examples/mistakes.xml ] || valid "$example" || fail "not accepted: $example"
 done
 
 check() { # accepted or rejected, then an element on each line

@@ -1,0 +1,30 @@
+// The options of the commands that judge documents.
+#pragma once
+
+#include "program/lint/DocumentLint.h"
+
+#include <string>
+#include <vector>
+
+namespace CLI {
+class App;
+}
+
+struct LintOptions {
+    ProfileOptions profile;
+    LintDisplay display;
+    bool strict = false;  // warnings count as errors
+    bool quiet = false;
+
+    // Adds all but --quiet; `strictWords` says what --strict does.
+    void addTo(CLI::App& arguments, const std::string& strictWords);
+
+    // Whether one of the findings counts as an error.
+    bool fails(const std::vector<LintFinding>& findings) const;
+};
+
+// "FILE:7: error: text [rule]", and a line feed.
+std::string lintLine(const std::string& file, const LintFinding& finding);
+
+// Adds --columns, --rows and --origin.
+void addDisplayOptions(CLI::App& arguments, Size& size, int& origin);

@@ -1,0 +1,425 @@
+#include "program/lint/LayoutLint.h"
+
+#include "engine/TagParser.h"
+#include "program/display/VirtualDisplay.h"
+#include "program/profile/CharacterReport.h"
+#include "program/text/CharacterText.h"
+
+#include <unicode/normalizer2.h>
+#include <unicode/unistr.h>
+
+#include <algorithm>
+#include <map>
+#include <set>
+#include <utility>
+
+namespace {
+
+constexpr std::size_t kNoElement = static_cast<std::size_t>(-1);
+
+std::string counted(std::size_t count, const std::string& noun)
+{
+    return std::to_string(count) + " " + noun + (count == 1 ? "" : "s");
+}
+
+bool showsText(const CarriedElement& element)
+{
+    return element.name == "text" || element.name == "marquee";
+}
+
+// The offsets of the character bytes among the bytes of an element, those of a marquee's text too.
+void findCharacters(ByteSpan bytes, std::size_t offset, StreamReader::Commands commands,
+                    std::vector<std::size_t>& offsets)
+{
+    StreamReader reader(bytes, commands);
+    for (StreamItem item; reader.next(item);) {
+        if (item.kind == StreamItem::Kind::text) {
+            for (std::size_t i = 0; i < item.bytes.size(); ++i) {
+                offsets.push_back(offset + item.offset + i);
+            }
+        } else if (item.kind == StreamItem::Kind::command &&
+                   item.command->action == Action::marquee) {
+            findCharacters(item.text(),
+                           offset + item.offset + item.bytes.size() - item.text().size(),
+                           StreamReader::Commands::switches, offsets);
+        }
+    }
+}
+
+// Whether the display shows a cluster as itself by the one character.
+bool isItself(const SentCluster& cluster, char32_t shown)
+{
+    icu::UnicodeString text;
+    for (const SourceCharacter& character : cluster.characters) {
+        if (!character.codePoint) {
+            return false;
+        }
+        text.append(static_cast<UChar32>(*character.codePoint));
+    }
+    UErrorCode status = U_ZERO_ERROR;
+    const icu::Normalizer2* const nfc = icu::Normalizer2::getNFCInstance(status);
+    const icu::UnicodeString one(static_cast<UChar32>(shown));
+    return U_SUCCESS(status) != 0 && nfc->normalize(text, status) == nfc->normalize(one, status) &&
+           U_SUCCESS(status) != 0;
+}
+
+// The characters whose place an element takes.
+struct Losses {
+    std::size_t own = 0;                        // that it wrote itself
+    std::size_t scrolled = 0;                   // its own, out of the window
+    std::size_t underClock = 0;                 // its own
+    std::map<std::size_t, std::size_t> others;  // by the element that wrote them
+};
+
+class LayoutLint {
+public:
+    LayoutLint(const std::vector<CarriedElement>& elements, ByteSpan stream,
+               const LintDisplay& display, std::vector<LintFinding>& findings)
+        : m_elements(elements), m_stream(stream), m_display(display), m_findings(findings)
+    {
+    }
+
+    void run(const ProfileTables& tables, short handle)
+    {
+        VirtualDisplay(tables, m_display.size, m_display.origin).run(m_stream, &m_trace);
+        for (const CarriedElement& element : m_elements) {
+            if (showsText(element)) {
+                judgeCharacters(element, tables, handle);
+            }
+        }
+        judgeIgnored();
+        sortLosses();
+        for (std::size_t i = 0; i < m_elements.size(); ++i) {
+            judgePlace(i);
+        }
+        judgeEnd();
+    }
+
+private:
+    void add(const CarriedElement& element, Rule rule, const std::string& message)
+    {
+        m_findings.push_back({element.line, rule, message});
+    }
+
+    std::vector<std::size_t> charactersOf(const CarriedElement& element) const
+    {
+        std::vector<std::size_t> offsets;
+        findCharacters(m_stream.subspan(element.begin, element.end - element.begin), element.begin,
+                       StreamReader::Commands::all, offsets);
+        return offsets;
+    }
+
+    void judgeCharacters(const CarriedElement& element, const ProfileTables& tables, short handle)
+    {
+        const std::vector<std::size_t> offsets = charactersOf(element);
+        if (element.begin == element.end) {
+            return;  // a marquee without its waits
+        }
+        if (offsets.empty() && !element.text.empty()) {
+            add(element, Rule::rejectedText, "nothing of the text is shown: it is too long");
+            return;
+        }
+        std::set<std::string> told;
+        std::size_t at = 0;
+        for (const SentCluster& cluster : sendCharacters(element.text, handle, tables)) {
+            bool itself = cluster.sent.size() == 1;
+            std::string shownAs;
+            bool missing = false;
+            for (const SentCharacter& sent : cluster.sent) {
+                const auto shown =
+                    at < offsets.size() ? m_trace.shown.find(offsets[at]) : m_trace.shown.end();
+                ++at;
+                const char32_t character = shown == m_trace.shown.end()
+                                               ? sent.shown.value_or(0xFFFD)
+                                               : shown->second.character;
+                itself = itself && sent.fate != Fate::missing && isItself(cluster, character);
+                missing = missing || sent.fate == Fate::missing;
+                appendCharacter(shownAs, character);
+            }
+            if (!itself) {
+                tell(element, cluster, missing, shownAs, told);
+            }
+        }
+    }
+
+    void tell(const CarriedElement& element, const SentCluster& cluster, bool missing,
+              const std::string& shownAs, std::set<std::string>& told)
+    {
+        const char32_t first = cluster.characters.front().codePoint.value_or(0xFFFD);
+        const bool isBreak = first < 0x20;
+        std::string what = isBreak ? "a line break or TAB" : "\"";
+        std::string codes;
+        for (const SourceCharacter& character : cluster.characters) {
+            if (!isBreak) {
+                appendCharacter(what, character.codePoint.value_or(0xFFFD));
+                codes += (codes.empty() ? "" : " ") +
+                         codePointText(character.codePoint.value_or(0xFFFD));
+            }
+        }
+        what += isBreak ? "" : "\" (" + codes + ")";
+        what += missing && !isBreak ? " has no byte in this profile and" : "";
+        what += shownAs.empty() ? " does not show" : " shows as \"" + shownAs + "\"";
+        what += isBreak ? "; write a text on one line" : "";
+        if (told.insert(what).second) {
+            add(element, isBreak ? Rule::lineBreak : Rule::missingCharacter, what);
+        }
+    }
+
+    std::size_t elementAt(std::size_t offset) const
+    {
+        const auto after = std::ranges::upper_bound(m_elements, offset, {}, &CarriedElement::begin);
+        for (auto element = after; element != m_elements.begin();) {
+            --element;
+            if (element->end > offset) {
+                return static_cast<std::size_t>(element - m_elements.begin());
+            }
+            if (element->begin != element->end) {
+                break;
+            }
+        }
+        return kNoElement;
+    }
+
+    void judgeIgnored()
+    {
+        for (const DisplayTrace::Ignored& ignored : m_trace.ignored) {
+            const std::size_t index = elementAt(ignored.offset);
+            if (index == kNoElement || ignored.command == nullptr) {
+                continue;
+            }
+            const CarriedElement& element = m_elements[index];
+            const bool known = element.misplaced;
+            m_misplaced.insert(index);
+            switch (ignored.command->action) {
+            case Action::position:
+                if (!known) {
+                    add(element, Rule::offDisplay, offDisplay(ignored));
+                }
+                break;
+            case Action::defineWindow:
+                if (!known) {
+                    add(element, Rule::offDisplay, "the window is not within the " + displayText());
+                }
+                break;
+            case Action::selectWindow:
+                m_strayFrom.push_back(ignored.offset);
+                [[fallthrough]];
+            case Action::destroyWindow:
+                if (!known) {
+                    add(element, Rule::undefinedWindow,
+                        "window " + std::to_string(m_stream[ignored.offset + 2]) +
+                            " is not defined");
+                }
+                break;
+            default:
+                break;
+            }
+        }
+    }
+
+    std::string displayText() const
+    {
+        return "display of " + counted(static_cast<std::size_t>(m_display.size.columns), "column") +
+               " and " + counted(static_cast<std::size_t>(m_display.size.lines), "line");
+    }
+
+    std::string offDisplay(const DisplayTrace::Ignored& ignored) const
+    {
+        const auto number = [&](std::size_t index) {
+            return std::to_string(m_stream[ignored.offset + index]);
+        };
+        const Size size = ignored.window.size;
+        return "column " + number(2) + " of line " + number(3) + " is off the " +
+               (ignored.windowNumber == 0
+                    ? displayText()
+                    : "window " + std::to_string(ignored.windowNumber) + " of " +
+                          counted(static_cast<std::size_t>(size.columns), "column") + " and " +
+                          counted(static_cast<std::size_t>(size.lines), "line"));
+    }
+
+    // By the element that takes the place, and by the one that loses it.
+    void sortLosses()
+    {
+        for (const DisplayTrace::Loss& loss : m_trace.losses) {
+            const std::size_t by = elementAt(loss.by);
+            const std::size_t of = elementAt(loss.lost);
+            if (by == kNoElement || of == kNoElement || (loss.scrolled && by != of) ||
+                !showsText(m_elements[of])) {
+                continue;
+            }
+            Losses& losses = m_losses[by];
+            if (loss.lost == loss.by) {
+                ++losses.underClock;
+            } else if (by == of) {
+                ++(loss.scrolled ? losses.scrolled : losses.own);
+            } else {
+                ++losses.others[of];
+            }
+        }
+    }
+
+    // Whether the element goes to another window than was meant.
+    bool isStray(const CarriedElement& element) const
+    {
+        return std::ranges::any_of(m_strayFrom, [&](std::size_t from) {
+            const auto next = std::ranges::upper_bound(m_trace.selections, from);
+            return from < element.end &&
+                   (next == m_trace.selections.end() || *next > element.begin);
+        });
+    }
+
+    void judgePlace(std::size_t index)
+    {
+        const CarriedElement& element = m_elements[index];
+        const auto entry = m_losses.find(index);
+        const Losses losses = entry == m_losses.end() ? Losses() : entry->second;
+        // An element whose own place is wrong has its finding, and so has a window.
+        if (element.misplaced || m_misplaced.contains(index) || isStray(element)) {
+            return;
+        }
+        std::string lines;
+        if (element.name == "text") {
+            lines = otherLines(element);
+        }
+        const std::string over = overOthers(losses);
+        if (!lines.empty() || losses.own + losses.scrolled != 0) {
+            tellRun(element, losses, lines, over);
+        } else if (!over.empty()) {
+            add(element, Rule::overwritten,
+                "<" + std::string(element.name) + "> stands over " + over);
+        }
+        if (losses.underClock != 0) {
+            add(element, Rule::overwritten,
+                counted(losses.underClock, "character") + " of the text " +
+                    (losses.underClock == 1 ? "is" : "are") + " under the clock");
+        }
+    }
+
+    // "text of 52 characters from column 1 of line 2 runs over line 1 and over its own first 12".
+    void tellRun(const CarriedElement& element, const Losses& losses, const std::string& lines,
+                 const std::string& over)
+    {
+        const std::vector<std::size_t> offsets = charactersOf(element);
+        const DisplayTrace::Shown& first = m_trace.shown[offsets.front()];
+        std::vector<std::string> parts;
+        if (!lines.empty()) {
+            parts.push_back("over " + lines);
+        }
+        if (!over.empty()) {
+            parts.push_back("over " + over);
+        }
+        if (losses.own != 0) {
+            parts.push_back("over its own first " + std::to_string(losses.own));
+        }
+        std::string text = "text of " + counted(offsets.size(), "character") + " from column " +
+                           std::to_string(first.place.column + m_display.origin) + " of line " +
+                           std::to_string(first.place.line + m_display.origin);
+        if (losses.scrolled != 0) {
+            text += " is too long for its window: its first " + std::to_string(losses.scrolled) +
+                    " scroll away";
+        } else {
+            text += " runs ";
+            for (std::size_t i = 0; i < parts.size(); ++i) {
+                text += (i == 0 ? "" : i + 1 == parts.size() ? " and " : ", ") + parts[i];
+            }
+        }
+        const bool loses = losses.own + losses.scrolled != 0 || !over.empty();
+        add(element, loses ? Rule::overflow : Rule::wrap, text);
+    }
+
+    // "line 1", "lines 1, 3": where a text of the whole display runs on to. In a window it may.
+    std::string otherLines(const CarriedElement& element)
+    {
+        std::set<int> lines;
+        int first = -1;
+        for (const std::size_t offset : charactersOf(element)) {
+            const auto shown = m_trace.shown.find(offset);
+            if (shown == m_trace.shown.end() || shown->second.window != 0) {
+                return "";
+            }
+            const int line = shown->second.place.line;
+            first = first < 0 ? line : first;
+            lines.insert(line);
+        }
+        lines.erase(first);
+        std::string text;
+        for (const int line : lines) {
+            text += (text.empty() ? "" : ", ") + std::to_string(line + m_display.origin);
+        }
+        return text.empty() ? "" : (lines.size() == 1 ? "line " : "lines ") + text;
+    }
+
+    // "5 characters of the text of line 7"
+    std::string overOthers(const Losses& losses) const
+    {
+        std::string text;
+        for (const auto& [of, count] : losses.others) {
+            text += (text.empty() ? "" : ", ") + counted(count, "character") + " of the " +
+                    std::string(m_elements[of].name) + " of line " +
+                    std::to_string(m_elements[of].line);
+        }
+        return text;
+    }
+
+    void judgeEnd()
+    {
+        const CarriedElement* japanese = nullptr;
+        const CarriedElement* window = nullptr;
+        for (const CarriedElement& element : m_elements) {
+            StreamReader reader(m_stream.subspan(element.begin, element.end - element.begin));
+            for (StreamItem item; reader.next(item);) {
+                const bool whole = item.kind == StreamItem::Kind::command;
+                if (whole && item.command->action == Action::selectWindow &&
+                    item.parameter(0) == m_trace.selected) {
+                    window = &element;
+                }
+            }
+            if (showsText(element) && element.begin != element.end) {
+                if (const xmlChar* const lang = languageOf(element)) {
+                    japanese = TagParser::isLangJP(reinterpret_cast<const char*>(lang)) ? &element
+                                                                                        : nullptr;
+                }
+            }
+        }
+        if (japanese != nullptr) {
+            add(*japanese, Rule::language,
+                "the Japanese character set stays selected; end with a text in another language");
+        }
+        if (window != nullptr && m_trace.selected != 0) {
+            add(*window, Rule::openWindow,
+                "window " + std::to_string(m_trace.selected) +
+                    " is still selected at the end, and the next document would go there");
+        }
+    }
+
+    static const xmlChar* languageOf(const CarriedElement& element)
+    {
+        const xmlChar* language = nullptr;
+        for (const xmlAttr* attribute = element.node->properties; attribute != nullptr;
+             attribute = attribute->next) {
+            if (xmlStrEqual(attribute->name, reinterpret_cast<const xmlChar*>("lang")) != 0 &&
+                attribute->children != nullptr) {
+                language = attribute->children->content;
+            }
+        }
+        return language;
+    }
+
+    const std::vector<CarriedElement>& m_elements;
+    ByteSpan m_stream;
+    const LintDisplay& m_display;
+    std::vector<LintFinding>& m_findings;
+    DisplayTrace m_trace;
+    std::map<std::size_t, Losses> m_losses;  // by the element that takes the place
+    std::set<std::size_t> m_misplaced;       // elements with a command that has no effect
+    std::vector<std::size_t> m_strayFrom;    // where a window was not selected that was meant
+};
+
+}  // namespace
+
+void lintLayout(const std::vector<CarriedElement>& elements, ByteSpan stream,
+                const ProfileTables& tables, const LintDisplay& display, short handle,
+                std::vector<LintFinding>& findings)
+{
+    LayoutLint(elements, stream, display, findings).run(tables, handle);
+}

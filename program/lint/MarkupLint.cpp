@@ -1,0 +1,248 @@
+#include "program/lint/MarkupLint.h"
+
+#include "engine/ParserRegistry.h"
+#include "engine/TagParser.h"
+#include "program/lint/AttributeValue.h"
+#include "program/lint/Elements.h"
+#include "program/stream/CommandStream.h"
+#include "program/text/CharacterText.h"
+#include "program/text/HexText.h"
+
+#include <algorithm>
+#include <cstring>
+#include <iterator>
+#include <map>
+
+namespace {
+
+constexpr std::string_view kBlanks = " \t\r\n\v\f";
+
+const char* asText(const xmlChar* text)
+{
+    return text == nullptr ? "" : reinterpret_cast<const char*>(text);
+}
+
+std::string quoted(std::string_view text)
+{
+    constexpr std::size_t most = 60;  // bytes, about a line
+    const bool isLong = text.size() > most;
+    while (isLong && text.size() > most - 3) {
+        text.remove_suffix(1);
+    }
+    while (isLong && !text.empty() && (static_cast<unsigned char>(text.back()) & 0x80) != 0) {
+        text.remove_suffix(1);
+    }
+    return "\"" + printable(std::string(text)) + (isLong ? "..." : "") + "\"";
+}
+
+std::string suggestion(std::string_view meant)
+{
+    return meant.empty() ? "" : "; did you mean \"" + std::string(meant) + "\"?";
+}
+
+class MarkupLint {
+public:
+    MarkupLint(CarriedElement& element, std::string_view bytes, std::vector<LintFinding>& findings)
+        : m_element(element), m_bytes(bytes), m_findings(findings)
+    {
+    }
+
+    void run()
+    {
+        const bool isRoot =
+            m_element.node->parent != nullptr && m_element.node->parent->type != XML_ELEMENT_NODE;
+        if (isRoot && m_element.name != kRoot) {
+            add(Rule::schema, "the root element is <" + std::string(m_element.name) + ">, not <" +
+                                  std::string(kRoot) + ">");
+        }
+        if (!isRoot && std::ranges::find(kElements, m_element.name) == std::end(kElements)) {
+            add(Rule::unknownElement, "<" + std::string(m_element.name) + "> is no element" +
+                                          suggestion(nearest(m_element.name, std::begin(kElements),
+                                                             std::end(kElements))));
+            return;
+        }
+        if (!isRoot || m_element.name == kRoot) {
+            readAttributes();
+            judgeAttributes();
+            judgeTogether();
+        }
+        judgeContent();
+        if (m_element.name == "command") {
+            judgeCommand();
+        }
+    }
+
+private:
+    void add(Rule rule, const std::string& message)
+    {
+        m_findings.push_back({m_element.line, rule, message});
+    }
+
+    bool has(const char* name) const { return m_values.contains(name); }
+    bool is(const char* name, std::string_view value) const
+    {
+        const auto entry = m_values.find(name);
+        return entry != m_values.end() && entry->second == value;
+    }
+    bool isYes(const char* name) const { return is(name, "true") || is(name, "1"); }
+
+    void readAttributes()
+    {
+        for (const xmlAttr* attribute = m_element.node->properties; attribute != nullptr;
+             attribute = attribute->next) {
+            const xmlNode* const value = attribute->children;
+            m_values[asText(attribute->name)] = value == nullptr ? "" : asText(value->content);
+            if (value != nullptr && (value->next != nullptr || value->type != XML_TEXT_NODE)) {
+                add(Rule::entity, std::string(asText(attribute->name)) +
+                                      ": the value ends before an entity of the document type");
+            }
+        }
+    }
+
+    void judgeAttributes()
+    {
+        std::vector<std::string_view> names;
+        std::string missing;
+        for (const AttributeRow& row : kAttributes) {
+            if (row.element != m_element.name) {
+                continue;
+            }
+            names.push_back(row.name);
+            const auto entry = m_values.find(std::string(row.name));
+            if (entry == m_values.end()) {
+                missing +=
+                    !row.needed ? "" : (missing.empty() ? "" : " and ") + std::string(row.name);
+                continue;
+            }
+            if (const std::string fault = valueFault(row, entry->second); !fault.empty()) {
+                add(Rule::value, entry->first + "=" + quoted(entry->second) + " " + fault);
+                m_element.misplaced = true;
+            }
+        }
+        if (!missing.empty()) {
+            add(Rule::missingAttribute,
+                "<" + std::string(m_element.name) + "> without " + missing + " does nothing");
+        }
+        for (const auto& [name, value] : m_values) {
+            if (std::ranges::find(names, name) == names.end()) {
+                add(Rule::unknownAttribute,
+                    "<" + std::string(m_element.name) + "> has no attribute " + name +
+                        suggestion(nearest(name, names.data(), names.data() + names.size())));
+            }
+        }
+    }
+
+    // Attributes that have an effect only together with others, or without them.
+    void judgeTogether()
+    {
+        const bool isWindow = m_element.name == "window";
+        const bool isCursor = m_element.name == "cursor";
+        const bool whole = has("x") && has("y") && has("width") && has("height");
+        const bool any = has("x") || has("y") || has("width") || has("height");
+        if (isWindow && any && isYes("destroy")) {
+            add(Rule::noEffect, whole ? "a position and size with destroy: nothing is done"
+                                      : "a position or size has no effect with destroy");
+        } else if (isWindow && any && !whole) {
+            add(Rule::noEffect, "x, y, width and height have an effect only together");
+        } else if (isWindow && has("scrollmode") && (!whole || isYes("destroy"))) {
+            add(Rule::noEffect, "scrollmode has an effect only with x, y, width and height");
+        } else if (isCursor && has("moveto") && (has("x") || has("y"))) {
+            add(Rule::noEffect, has("x") && has("y") ? "x and y together with moveto move nothing"
+                                                     : "x or y without the other has no effect");
+        } else if (!isWindow && has("x") != has("y")) {
+            add(Rule::noEffect,
+                std::string(has("x") ? "x without y" : "y without x") + " has no effect");
+        } else if (isCursor && !has("x") && !has("moveto") && !has("type")) {
+            add(Rule::missingAttribute, "<cursor> without x and y, moveto or type does nothing");
+        } else {
+            return;
+        }
+        m_element.misplaced = true;
+    }
+
+    // What the element holds beside the elements that are carried out.
+    void judgeContent()
+    {
+        const bool collects = collectsText(std::string(m_element.name).c_str());
+        for (const xmlNode* node = m_element.node->children; node != nullptr; node = node->next) {
+            const std::string_view text =
+                node->content != nullptr ? asText(node->content) : std::string_view();
+            const bool isText = node->type == XML_TEXT_NODE || node->type == XML_CDATA_SECTION_NODE;
+            if (node->type == XML_ENTITY_REF_NODE) {
+                m_findings.push_back({lineOf(node), Rule::entity,
+                                      std::string("&") + asText(node->name) + "; gives nothing"});
+            } else if (collects && node->type == XML_ELEMENT_NODE) {
+                m_findings.push_back({lineOf(node), Rule::nested,
+                                      "<" + std::string(asText(node->name)) + "> inside of <" +
+                                          std::string(m_element.name) +
+                                          "> gives nothing, nor does what it holds"});
+            } else if (!collects && isText && text.find_first_not_of(kBlanks) != text.npos) {
+                addStrayText(node, text);
+            }
+        }
+    }
+
+    static unsigned long lineOf(const xmlNode* node)
+    {
+        return static_cast<unsigned long>(std::max(xmlGetLineNo(node), 0L));
+    }
+
+    void addStrayText(const xmlNode* node, std::string_view text)
+    {
+        // The XML library gives the line in which a text ends.
+        text.remove_prefix(text.find_first_not_of(kBlanks));
+        const auto breaks = static_cast<unsigned long>(std::ranges::count(text, '\n'));
+        const std::size_t end = text.find_last_not_of(kBlanks) + 1;
+        m_findings.push_back({lineOf(node) - std::min(breaks, lineOf(node)), Rule::strayText,
+                              quoted(text.substr(0, end)) + " is in <" +
+                                  std::string(m_element.name) + ">, where no text is shown"});
+    }
+
+    void judgeCommand()
+    {
+        std::string_view text = m_element.text;
+        text.remove_prefix(std::min(text.find_first_not_of(kBlanks), text.size()));
+        text = text.substr(0, text.find_last_not_of(kBlanks) + 1);
+        if (m_bytes.size() * 2 != text.size() || text.empty()) {
+            add(Rule::command, m_bytes.empty()
+                                   ? quoted(text) + " sends nothing: it is no hexadecimal text"
+                                   : "of " + quoted(text) + " only " + hexText(m_bytes) +
+                                         " goes out: write pairs without white space");
+            return;
+        }
+        StreamReader reader(
+            {reinterpret_cast<const std::uint8_t*>(m_bytes.data()), m_bytes.size()});
+        for (StreamItem item; reader.next(item);) {
+            if (item.kind == StreamItem::Kind::cut) {
+                add(Rule::command, "ends in the middle of a display command, which takes what "
+                                   "follows for its rest");
+            }
+        }
+    }
+
+    // "1B 40"
+    static std::string hexText(std::string_view bytes)
+    {
+        std::string text;
+        for (const char byte : bytes.substr(0, 8)) {
+            constexpr char digits[] = "0123456789ABCDEF";
+            const auto value = static_cast<unsigned char>(byte);
+            text += text.empty() ? "" : " ";
+            text += digits[value >> 4];
+            text += digits[value & 0x0F];
+        }
+        return text + (bytes.size() > 8 ? " ..." : "");
+    }
+
+    CarriedElement& m_element;
+    std::string_view m_bytes;
+    std::vector<LintFinding>& m_findings;
+    std::map<std::string, std::string, std::less<>> m_values;  // of the attributes, by local name
+};
+
+}  // namespace
+
+void lintMarkup(CarriedElement& element, std::string_view bytes, std::vector<LintFinding>& findings)
+{
+    MarkupLint(element, bytes, findings).run();
+}
