@@ -241,7 +241,7 @@ void VirtualDisplay::scroll(Window& window)
     if (window.mode == Mode::scrollLeft) {
         const auto line = row(window.cursor.line);
         lose(*line, true);
-        std::shift_left(line, line + size.columns, 1);
+        *std::shift_left(line, line + size.columns, 1) = {};
         --window.cursor.column;
         return;
     }

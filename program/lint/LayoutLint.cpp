@@ -197,6 +197,7 @@ private:
                 }
                 break;
             case Action::defineWindow:
+                m_notDefined.insert(m_stream[ignored.offset + 2]);
                 if (!known) {
                     add(element, Rule::offDisplay, "the window is not within the " + displayText());
                 }
@@ -205,7 +206,7 @@ private:
                 m_strayFrom.push_back(ignored.offset);
                 [[fallthrough]];
             case Action::destroyWindow:
-                if (!known) {
+                if (!known && !m_notDefined.contains(m_stream[ignored.offset + 2])) {
                     add(element, Rule::undefinedWindow,
                         "window " + std::to_string(m_stream[ignored.offset + 2]) +
                             " is not defined");
@@ -411,6 +412,7 @@ private:
     std::vector<LintFinding>& m_findings;
     DisplayTrace m_trace;
     std::map<std::size_t, Losses> m_losses;  // by the element that takes the place
+    std::set<unsigned> m_notDefined;         // windows that are not on the display
     std::set<std::size_t> m_misplaced;       // elements with a command that has no effect
     std::vector<std::size_t> m_strayFrom;    // where a window was not selected that was meant
 };
