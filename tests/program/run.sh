@@ -34,7 +34,7 @@ printf '<any><clear/><text>a</text></any>' >"$work/document"
 "$program" render "$work/document" --hex >"$work/hex"
 
 status 0 --help
-for command in render explain preview which check; do
+for command in render explain preview lint which check; do
     status 0 "$command" --help
     grep -q -- '--device' "$work/out" || fail "no help for $command on the standard output"
 done
@@ -236,6 +236,53 @@ printf '<any a:b="c"/>' | "$program" render - 2>"$work/err" || fail "status for 
 [ -s "$work/err" ] || fail "no message for a namespace"
 
 # An output is complete or what it was before. Each row catches a way to lose an input or an old file.
+# lint tells all findings of all files, and a file that cannot be read is one.
+echo '<ovix-display><clear/></ovix-display>' >"$work/good"
+printf '<ovix-display>\n<text x="1" y="1">\342\210\222</text></ovix-display>' >"$work/warned"
+status 0 lint "$work/good" --format json
+[ ! -s "$work/out" ] || fail "findings of a good document"
+lint_status() {
+    expected=$1
+    shift
+    actual=0
+    "$program" lint "$@" >"$work/out" 2>"$work/err" || actual=$?
+    [ "$actual" -eq "$expected" ] || fail "lint: status $actual, not $expected: $*"
+    [ ! -s "$work/err" ] || fail "lint: a message: $(cat "$work/err")"
+}
+lint_status 0 "$work/warned"
+lint_status 1 "$work/warned" --strict
+lint_status 1 "$work/none" "$work" "$work/warned" "$work/good" - <"$work/damaged"
+gives "lint of several files" <<END
+$work/none: error: cannot read $work/none: No such file or directory [file]
+$work: error: cannot read $work: Is a directory [file]
+$work/warned:2: warning: "−" (U+2212) has no byte in this profile and shows as "?" [missing-character]
+-:1: warning: the root element is <any>, not <ovix-display> [schema]
+-:3: error: </wrong> stands where <any> of line 1 must end first [not-well-formed]
+-:3: error: "000000000000000000000000000000000000000000000000000000000..." is in <any>, where no text is shown [stray-text]
+END
+lint_status 0 "$work/warned" --format json
+gives "lint in JSON" <<END
+{"file": "$work/warned", "line": 2, "rule": "missing-character", "level": "warning", "message": "\"−\" (U+2212) has no byte in this profile and shows as \"?\""}
+END
+lint_status 1 "$work/damaged" --quiet
+[ ! -s "$work/out" ] || fail "lint is not quiet"
+status 2 lint
+status 2 lint "$work/good" --format xml
+printf '<ovix-display><text x="1" y="1">%021d</text></ovix-display>' 0 >"$work/long"
+lint_status 0 "$work/long"
+grep -q '\[wrap\]$' "$work/out" || fail "a text that runs on is not told"
+lint_status 0 "$work/long" --columns 21
+[ ! -s "$work/out" ] || fail "the size of the display is not used"
+
+# render tells the same while it writes; with --strict it writes nothing.
+status 0 render "$work/warned"
+says 'warned:2: warning: .* \[missing-character\]$'
+status 0 render "$work/warned" --quiet
+[ ! -s "$work/err" ] || fail "render is not quiet"
+echo old >"$work/kept"
+status 1 render "$work/warned" --strict --output "$work/kept"
+[ "$(cat "$work/kept")" = old ] || fail "written in spite of --strict"
+
 if "$program" --help >/dev/full 2>"$work/err" || "$program" render "$work/document" >/dev/full 2>>"$work/err"; then
     fail "status 0 for an output that cannot be written"
 fi
