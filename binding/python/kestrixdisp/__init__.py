@@ -189,12 +189,12 @@ class _Closable:
         """Runs what calls the library for the object, and lets nothing else use it meanwhile."""
         with _lock:
             self._check_idle()
-            if not self._finalizer.alive:
-                raise ValueError(f"the {type(self).__name__} is closed")
             # Memory that work has from the library, and the output between two calls, would be
             # gone if a signal handler used the object. Between these two lines none runs.
             self._busy = True
             try:
+                if not self._finalizer.alive:
+                    raise ValueError(f"the {type(self).__name__} is closed")
                 return work()
             finally:
                 self._busy = False

@@ -18,7 +18,7 @@ COMMON = {"ICSCommandDefault": 0, "DecompositionClassNumber": 100, "GeneralCateg
 
 
 def write_profile(settings=None):
-    """Writes the small display of the C++ tests into the current folder, as the device "default"."""
+    """Writes the small display of the C++ tests into the current folder, as "default"."""
     def section(name, keys):
         return [f"[{name}]", *(f"{key}={value}" for key, value in keys.items())]
 

@@ -49,7 +49,8 @@ def test_documents(_fault, settings, steps):
 def test_document_errors(document, line, message, partial):
     with Display(*NAMES) as display:
         for _ in range(2):
-            with pytest.raises(DocumentError, match=f"^line {line}: {re.escape(message)}") as caught:
+            where = f"^line {line}: "
+            with pytest.raises(DocumentError, match=where + re.escape(message)) as caught:
                 display.parse(document)
             assert caught.value.line == line
             assert caught.value.partial.startswith(partial)
@@ -189,7 +190,7 @@ def test_closed(use):
 @pytest.mark.parametrize("arguments, document, status, output, message", [
     (["-"], b"<clear/>", 0, b"\x0c", ""),
     (["document.xml"], None, 0, b"\x1bt\0\x0a", ""),
-    (["-"], f"<any><clear/>{BLANKS}".encode(), 1, b"\x0c", "kestrixdisp: -: line 1: the end tag of"),
+    (["-"], f"<any><clear/>{BLANKS}".encode(), 1, b"\x0c", "disp: -: line 1: the end tag of"),
     (["-"], b"", 1, b"", "there is no root element"),
     (["missing.xml"], None, 1, b"", "missing.xml"),
     (["-", "--device", "missing"], b"<a/>", 1, b"", "(status -200)"),
