@@ -9,21 +9,21 @@ data is b"\\x0c", to be sent to the display as it is, for example to a serial po
 binary mode. Converter turns a text alone into the bytes of a display's code tables. From a shell,
 "python3 -m kestrixdisp FILE" writes the bytes of a document to the standard output.
 
-Devices and settings. device is the name of the device information file, which says what code tables
-the display has. setting is the name of the ID file, without ".txt"; it names the folder where the
-device information file is. Without an ID file of this name, that is the current folder. Names are
-of 1 to 127 printable ASCII characters; others raise ValueError, or Error with the status -20.
+Devices and settings. device is the name of the device information file, which says what code
+tables the display has. setting is the name of the ID file, without ".txt"; it names the folder of
+the device profile. Without an ID file of this name, that is the current folder. Names are of 1 to
+127 printable ASCII characters; others raise ValueError, or Error with the status -20.
 
 Closing. close(), or the end of a with statement, frees what an object holds. An object that is
-forgotten is closed when it is collected, at the latest when the interpreter ends.
-A closed object raises ValueError when it is used; closing it again does nothing.
+forgotten is closed when it is collected, at the latest when the interpreter ends. A closed object
+raises ValueError when it is used; closing it again does nothing.
 
 Threads. Every object may be used from every thread. The library does one thing at a time in a
 process, so all calls of the package wait for each other; Python code in other threads runs on
 meanwhile. C, C++ or Perl code in the same process must not call the library at the same time, nor
 may the package be used in two interpreters of one process at the same time.
 
-Signal handlers, and finalizers, may use other objects of the package at any time. An object whose
+Signal handlers and finalizers may use other objects of the package at any time. An object whose own
 call they interrupt raises RuntimeError.
 
 Fork. A fork waits until no other thread is in a call. After it, parent and child may go on with
@@ -248,8 +248,9 @@ class Display(_Closable):
     def parse(self, document: Union[str, bytes]) -> bytes:
         """Returns the commands of a document.
 
-        A str goes in as UTF-8, and bytes as they are, in the encoding that they declare. Anything
-        in the document that is not understood gives no command.
+        A str goes in as UTF-8, and bytes as they are, in the encoding that they declare. Elements
+        that are not understood, and texts that do not fit into the profile's room for output, give
+        no command.
 
         Raises DocumentError for a document that is not well-formed XML or exceeds a limit; Error if
         the profile cannot be opened, and then the next call tries again; ValueError for a str with
@@ -337,8 +338,9 @@ class Converter(_Closable):
     def convert(self, text: Union[str, bytes]) -> bytes:
         """Returns the bytes of a text, with the commands that select tables and sets in them.
 
-        bytes are read as encode_type says. They begin with the selection of a table, so that each
-        result can be sent by itself; that of an empty text is empty.
+        bytes are read as encode_type says. Each result begins with the selection of a table, so it
+        can be sent by itself; that of an empty text is empty. A character that several tables have
+        is taken from the one that is selected, also by a text before.
 
         Warns with ConversionWarning where the text is converted, but not as it is. Raises Error,
         such as with the status -510 if the result is longer than the profile allows; ValueError for
