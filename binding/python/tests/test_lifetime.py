@@ -47,7 +47,7 @@ def test_threads_and_forks():
     while time.monotonic() < end or children < 3:
         child = os.fork()
         if child == 0:
-            signal.alarm(20)
+            signal.alarm(60)  # not for ever, where the lock is closed
             good = False
             try:
                 with Display(*NAMES) as own_display, Converter(*NAMES) as own_converter:
