@@ -3,7 +3,7 @@
 set(CPACK_PACKAGE_NAME kestrixdispengine)
 set(CPACK_PACKAGE_CONTACT "Kestrix display engine maintainers <maintainers@kestrix.invalid>")
 set(CPACK_PACKAGING_INSTALL_PREFIX /usr)
-set(CPACK_SET_DESTDIR ON) # the folders of Perl and of the profile are absolute
+set(CPACK_SET_DESTDIR ON) # the folders of Perl, Python and the profile are absolute
 set(CPACK_STRIP_FILES ON)
 set(CPACK_DEB_COMPONENT_INSTALL ON)
 set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
@@ -67,6 +67,11 @@ kestrix_package(perl libkestrixdispengine-perl perl
   "customer display documents to display commands (Perl module)"
   "${what}\n.\nThe Perl module KestrixDispEngine."
   DEPENDS "libkestrixdispengine1 ${same_version}, perl, perlapi-${KESTRIX_PERL_VERSION}")
+kestrix_package(python python3-kestrixdisp python
+  "customer display documents to display commands (Python 3 module)"
+  "${what}\n.\nThe Python package kestrixdisp."
+  DEPENDS "libkestrixdispengine1 ${same_version}, python3 (>= 3.9)"
+  ALL CONTROL "${CMAKE_CURRENT_SOURCE_DIR}/cmake/deb/postinst;${CMAKE_CURRENT_SOURCE_DIR}/cmake/deb/prerm")
 kestrix_package(program kestrix-disp utils
   "renders and checks customer display documents"
   "Renders, explains and previews display documents, checks device profiles,

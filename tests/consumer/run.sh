@@ -15,11 +15,15 @@ expect() { [ "$2" = "$3" ] || fail "$1: expected \"$2\", got \"$3\""; }
 DESTDIR="$stage" cmake --install "$build" --prefix /opt/kestrix >"$work/log" || { cat "$work/log"; exit 1; }
 prefix=$stage/opt/kestrix
 perl_dir=$(perl -MConfig -e 'print $Config{installsitearch}')
-expect "outside the prefix, the profile and Perl's folder" "" \
+python=$(sed -n 's/^KESTRIX_PYTHON:FILEPATH=//p' "$build/CMakeCache.txt")
+python_dir=$(sed -n 's/^KESTRIX_PYTHON_DIR:PATH=//p' "$build/CMakeCache.txt")
+expect "outside the prefix, the profile and the folders of Perl and Python" "" \
     "$(cd "$stage" && find . -type f | grep -v -e '^\./opt/kestrix/' -e '^\./usr/local/KALDO/HalvoCvt/' \
-        -e "^\.$perl_dir/")"
+        -e "^\.$perl_dir/" -e "^\.$python_dir/kestrixdisp/")"
 
 perl -e 'exit !grep { $_ eq $ARGV[0] } @INC' "$perl_dir" || fail "perl does not search $perl_dir"
+"$python" -c 'import sys; sys.exit(sys.argv[1] not in sys.path)' "$python_dir" ||
+    fail "$python does not search $python_dir"
 
 cmake -S "$source" -B "$work/cxx" -DCMAKE_BUILD_TYPE=Release -DCMAKE_PREFIX_PATH="$prefix" \
     -DKESTRIX_VERSION="$version" >"$work/log" &&
@@ -39,6 +43,8 @@ expect "the C++ program" "0C 1F 72 01 1B 74 00 41 82 " "$("$work/cxx/document")"
 expect "the C program" "1B 74 00 41 82 " "$("$work/convert")"
 expect "the Perl module" "0c" "$(perl -I "$stage$perl_dir" -MKestrixDispEngine -e '
     print unpack "H*", KestrixDispEngine::KestrixDispEngine->new->parse("<clear/>", "default", "none")')"
+expect "the Python package" "0c" "$(echo '<any><clear/></any>' |
+    PYTHONPATH="$stage$python_dir" "$python" -m kestrixdisp - --setting none | od -An -tx1 | tr -d ' ')"
 expect "the installed program" "0c" "$(echo '<any><clear/></any>' |
     "$prefix/bin/kestrix-disp" render - --device default --setting none | od -An -tx1 | tr -d ' ')"
 

@@ -23,6 +23,8 @@ expect "the program" "0c1f72001b740041821b741080" "$(echo '<any><clear/><text>AÃ
     inside kestrix-disp render - --raw | od -An -v -tx1 | tr -d ' \n')"
 expect "the Perl module" "0c" "$(inside perl -MKestrixDispEngine -e '
     print unpack "H*", KestrixDispEngine::KestrixDispEngine->new->parse("<clear/>", "default", "DEFAULT")')"
+expect "the Python package" "0c" "$(echo '<any><clear/></any>' |
+    inside python3 -m kestrixdisp - | od -An -tx1 | tr -d ' ')"
 for example in "$root"/usr/share/kestrix-disp/examples/*.xml; do
     xmllint --noout --nonet --relaxng "$root/usr/share/kestrix-disp/ovix-display.rng" "$example" 2>&1 |
         grep -q " validates$" || fail "not accepted by the installed schema: $example"
