@@ -26,7 +26,8 @@ int main(int argc, char** argv)
                                  "</text><text x='1' y='2'>" + escaped(argv[2]) +
                                  "</text><cursor type='none'/></ovix-display>";
 
-    // The class does not say that a document ended early; but then its last command is missing.
+    // The class does not say that a document ended early, but then the command of its last
+    // element, <cursor type='none'/>, is missing.
     const std::string last("\x1F\x43\x00", 3);
     KestrixDispEngine engine;
     const std::string bytes = engine.parse(document, device, setting);  // may hold NUL bytes

@@ -16,7 +16,8 @@ my $engine = KestrixDispEngine::KestrixDispEngine->new;
 my $bytes  = $engine->parse($document, $device // "default", $setting // "DEFAULT");
 my $status = $engine->getUCHandle;
 fail(1, "till: the profile does not open, status $status") if $status < 0;
-# The module does not say that a document ended early; but then its last command is missing.
+# The module does not say that a document ended early, but then the command of its last
+# element, <cursor type='none'/>, is missing.
 fail(1, "till: the document ended early") if $bytes !~ /\x1F\x43\x00\z/;
 print $bytes;
 
