@@ -21,6 +21,6 @@ document = os.fsencode(
 try:
     with kestrixdisp.Display(till.device, till.setting) as display:
         data = display.parse(document)
-except (kestrixdisp.Error, kestrixdisp.DocumentError) as error:
+except kestrixdisp.Error as error:  # a DocumentError is one
     sys.exit(f"till: {error}")
 sys.stdout.buffer.write(data)
