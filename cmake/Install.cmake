@@ -11,10 +11,10 @@ install(TARGETS kestrix-disp)
 install(FILES ${CMAKE_BINARY_DIR}/kestrix-disp.1.gz DESTINATION ${CMAKE_INSTALL_MANDIR}/man1)
 install(FILES program/completion.bash DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-completion/completions
   RENAME kestrix-disp)
-install(FILES docs/ovix-display.rnc docs/ovix-display.rng
+install(FILES docs/ovix-display.rnc docs/ovix-display.rng docs/catalog.xml
   DESTINATION ${CMAKE_INSTALL_DATADIR}/kestrix-disp)
 install(DIRECTORY examples DESTINATION ${CMAKE_INSTALL_DATADIR}/kestrix-disp
-  FILES_MATCHING PATTERN "*.xml")
+  FILES_MATCHING PATTERN "*.xml" PATTERN till EXCLUDE)
 configure_file(docs/kestrix-disp.1 ${CMAKE_BINARY_DIR}/kestrix-disp.1 @ONLY)
 add_custom_command(
   OUTPUT ${CMAKE_BINARY_DIR}/kestrix-disp.1.gz
