@@ -62,8 +62,9 @@ kestrix_package(library libkestrixdispengine1 libs
   CONTROL ${deb_dir}/triggers)
 kestrix_package(development libkestrixdispengine-dev libdevel
   "customer display documents to display commands (development)"
-  "${what}\n.\nHeaders, pkg-config file and CMake package."
-  DEPENDS "libkestrixdispengine1 ${same_version}")
+  "${what}\n.\nHeaders, pkg-config file and CMake package. The manual is in kestrix-disp."
+  DEPENDS "libkestrixdispengine1 ${same_version}"
+  RECOMMENDS kestrix-disp)
 kestrix_package(perl libkestrixdispengine-perl perl
   "customer display documents to display commands (Perl module)"
   "${what}\n.\nThe Perl module KestrixDispEngine."
@@ -71,8 +72,8 @@ kestrix_package(perl libkestrixdispengine-perl perl
 kestrix_package(program kestrix-disp utils
   "renders and checks customer display documents"
   "Renders, explains and previews display documents, checks device profiles,
-and says which characters a profile has. With a schema of the documents, and
-examples."
+and says which characters a profile has. With a schema of the documents,
+examples, and the manual of program and library."
   DEPENDS "libkestrixdispengine1 ${same_version}, xml-core"
   RECOMMENDS kestrix-profile-default
   CONTROL ${deb_dir}/kestrix-disp/postinst ${deb_dir}/kestrix-disp/prerm
