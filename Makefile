@@ -85,9 +85,10 @@ deb: build-deb
 	@rm -f build/*.deb
 	@cpack --preset deb
 
-# Tries the packages on a fresh Debian system; run as root, with debootstrap.
+# Tries the packages on a fresh Debian system; run as root, with debootstrap. OLD may be a folder of
+# earlier packages, to upgrade from.
 test-deb: deb
-	@tests/deb/run.sh build
+	@tests/deb/run.sh build $(OLD)
 
 clean:
 	rm -rf build

@@ -1,6 +1,9 @@
 #!/bin/sh
 # Installs the packages of `make deb` on a fresh Debian system in a temporary folder, uses them there
-# and removes them. Needs root, debootstrap and a mirror (DEBIAN_MIRROR).
+# and removes them. Needs root, debootstrap and a mirror (DEBIAN_MIRROR). With a folder of earlier
+# packages these are installed first.
+#
+#   tests/deb/run.sh PACKAGES [EARLIER-PACKAGES]
 set -eu
 packages=$(cd "$1" && pwd)
 source=$(cd "$(dirname "$0")/../.." && pwd)
@@ -12,12 +15,18 @@ fail() { echo "$*" >&2; exit 1; }
 expect() { [ "$2" = "$3" ] || fail "$1: expected \"$2\", got \"$3\""; }
 inside() { chroot "$root" env -i PATH=/usr/sbin:/usr/bin:/sbin:/bin LC_ALL=C.UTF-8 "$@"; }
 
+install_all() { # FOLDER
+    rm -f "$root"/var/tmp/*.deb
+    cp "$1"/*.deb "$root/var/tmp/"
+    inside sh -c 'DEBIAN_FRONTEND=noninteractive apt-get install -y --no-install-recommends --reinstall \
+        --allow-downgrades libxml2-utils /var/tmp/*.deb'
+}
+
 suite=$(. /etc/os-release && echo "$VERSION_CODENAME")
 {
     debootstrap --variant=minbase "$suite" "$root" "${DEBIAN_MIRROR:-http://deb.debian.org/debian}"
-    cp "$packages"/*.deb "$root/var/tmp/"
-    inside sh -c 'DEBIAN_FRONTEND=noninteractive apt-get install -y --no-install-recommends \
-        libxml2-utils /var/tmp/*.deb'
+    [ $# = 1 ] || install_all "$2"
+    install_all "$packages"
 } >"$work/log" 2>&1 || { tail -20 "$work/log"; fail "the packages do not install"; }
 
 expect "the program" "0c1f72001b740041821b741080" "$(echo '<any><clear/><text>Aé€</text></any>' |
@@ -28,6 +37,10 @@ for example in "$root"/usr/share/kestrix-disp/examples/*.xml; do
     inside xmllint --noout --nonet --relaxng https://kestrix.invalid/schema/ovix-display.rng \
         "${example#"$root"}" 2>&1 |
         grep -q " validates$" || fail "not accepted by the schema that the XML catalog finds: $example"
+done
+for page in README.md docs/tutorial.md docs/display-model.md docs/decisions.md examples/README.md \
+    examples/item.xml examples/till/till.c docs/pictures/item.svg changelog.gz; do
+    inside test -s "/usr/share/doc/kestrix-disp/$page" || fail "the documentation lacks $page"
 done
 
 # Builds a program here with what is installed there, as that system needs no compiler then.
