@@ -11,10 +11,34 @@ install(TARGETS kestrix-disp)
 install(FILES ${CMAKE_BINARY_DIR}/kestrix-disp.1.gz DESTINATION ${CMAKE_INSTALL_MANDIR}/man1)
 install(FILES program/completion.bash DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-completion/completions
   RENAME kestrix-disp)
-install(FILES docs/ovix-display.rnc docs/ovix-display.rng
+install(FILES docs/ovix-display.rnc docs/ovix-display.rng docs/catalog.xml
   DESTINATION ${CMAKE_INSTALL_DATADIR}/kestrix-disp)
 install(DIRECTORY examples DESTINATION ${CMAKE_INSTALL_DATADIR}/kestrix-disp
-  FILES_MATCHING PATTERN "*.xml")
+  FILES_MATCHING PATTERN "*.xml" PATTERN till EXCLUDE)
+
+# The documentation lies as in the sources, as its pages have links to each other; the schema and the
+# examples are links to those above.
+set(KESTRIX_DOC_DIR ${CMAKE_INSTALL_DATADIR}/doc/kestrix-disp)
+install(FILES README.md SECURITY.md CONTRIBUTING.md DESTINATION ${KESTRIX_DOC_DIR})
+install(FILES bench/README.md DESTINATION ${KESTRIX_DOC_DIR}/bench)
+install(FILES profiles/README.md DESTINATION ${KESTRIX_DOC_DIR}/profiles)
+install(FILES examples/README.md DESTINATION ${KESTRIX_DOC_DIR}/examples)
+install(DIRECTORY examples/till DESTINATION ${KESTRIX_DOC_DIR}/examples)
+configure_file(CHANGELOG.md ${CMAKE_BINARY_DIR}/cmake/changelog COPYONLY)
+execute_process(COMMAND gzip -9nf ${CMAKE_BINARY_DIR}/cmake/changelog COMMAND_ERROR_IS_FATAL ANY)
+install(FILES ${CMAKE_BINARY_DIR}/cmake/changelog.gz DESTINATION ${KESTRIX_DOC_DIR})
+install(DIRECTORY docs DESTINATION ${KESTRIX_DOC_DIR} FILES_MATCHING PATTERN "*.md" PATTERN "*.svg")
+set(link_dir ${CMAKE_BINARY_DIR}/cmake/documentation)
+file(REMOVE_RECURSE ${link_dir})
+file(MAKE_DIRECTORY ${link_dir}/docs ${link_dir}/examples)
+file(GLOB examples CONFIGURE_DEPENDS RELATIVE ${PROJECT_SOURCE_DIR} examples/*.xml)
+foreach(example ${examples})
+  file(CREATE_LINK ../../../kestrix-disp/${example} ${link_dir}/${example} SYMBOLIC)
+endforeach()
+foreach(schema ovix-display.rnc ovix-display.rng catalog.xml)
+  file(CREATE_LINK ../../../kestrix-disp/${schema} ${link_dir}/docs/${schema} SYMBOLIC)
+endforeach()
+install(DIRECTORY ${link_dir}/ DESTINATION ${KESTRIX_DOC_DIR})
 configure_file(docs/kestrix-disp.1 ${CMAKE_BINARY_DIR}/kestrix-disp.1 @ONLY)
 add_custom_command(
   OUTPUT ${CMAKE_BINARY_DIR}/kestrix-disp.1.gz

@@ -18,6 +18,7 @@ set(CPACK_DEBIAN_PACKAGE_GENERATE_SHLIBS_POLICY ">=")
 
 set(package_version ${PROJECT_VERSION}-${CPACK_DEBIAN_PACKAGE_RELEASE})
 set(same_version "(= ${package_version})")
+set(deb_dir ${PROJECT_SOURCE_DIR}/cmake/deb)
 string(TIMESTAMP package_date "%a, %d %b %Y %H:%M:%S +0000" UTC)
 
 # kestrix_package(COMPONENT NAME SECTION SUMMARY TEXT [ALL] [DEPENDS ..] [RECOMMENDS ..] [CONTROL FILES])
@@ -44,7 +45,7 @@ macro(kestrix_package component name section summary text)
     RENAME changelog.Debian.gz COMPONENT ${component})
   install(FILES cmake/deb/copyright DESTINATION ${CMAKE_INSTALL_DATADIR}/doc/${name}
     COMPONENT ${component})
-  if(EXISTS ${CMAKE_CURRENT_SOURCE_DIR}/cmake/deb/${name}.lintian-overrides)
+  if(EXISTS ${deb_dir}/${name}.lintian-overrides)
     install(FILES cmake/deb/${name}.lintian-overrides RENAME ${name}
       DESTINATION ${CMAKE_INSTALL_DATADIR}/lintian/overrides COMPONENT ${component})
   endif()
@@ -58,11 +59,12 @@ kestrix_package(library libkestrixdispengine1 libs
   "customer display documents to display commands"
   "${what}"
   RECOMMENDS kestrix-profile-default
-  CONTROL ${CMAKE_CURRENT_SOURCE_DIR}/cmake/deb/triggers)
+  CONTROL ${deb_dir}/triggers)
 kestrix_package(development libkestrixdispengine-dev libdevel
   "customer display documents to display commands (development)"
-  "${what}\n.\nHeaders, pkg-config file and CMake package."
-  DEPENDS "libkestrixdispengine1 ${same_version}")
+  "${what}\n.\nHeaders, pkg-config file and CMake package. The manual is in kestrix-disp."
+  DEPENDS "libkestrixdispengine1 ${same_version}"
+  RECOMMENDS kestrix-disp)
 kestrix_package(perl libkestrixdispengine-perl perl
   "customer display documents to display commands (Perl module)"
   "${what}\n.\nThe Perl module KestrixDispEngine."
@@ -75,16 +77,18 @@ kestrix_package(python python3-kestrixdisp python
 kestrix_package(program kestrix-disp utils
   "renders and checks customer display documents"
   "Renders, explains and previews display documents, checks device profiles,
-and says which characters a profile has. With a schema of the documents, and
-examples."
-  DEPENDS "libkestrixdispengine1 ${same_version}"
-  RECOMMENDS kestrix-profile-default)
+and says which characters a profile has. With a schema of the documents,
+examples, and the manual of program and library."
+  DEPENDS "libkestrixdispengine1 ${same_version}, xml-core"
+  RECOMMENDS kestrix-profile-default
+  CONTROL ${deb_dir}/kestrix-disp/postinst ${deb_dir}/kestrix-disp/prerm
+    ${deb_dir}/kestrix-disp/postrm)
 # In /usr/local, as the library looks for ID files in /usr/local/KALDO/HalvoCvt only.
 kestrix_package(profile kestrix-profile-default misc
   "default device profile of the Kestrix display engine"
   "Code tables and character sets of a display with nine code pages. They are
 in /usr/local/KALDO/HalvoCvt, the one place where the library looks."
-  ALL CONTROL ${CMAKE_CURRENT_SOURCE_DIR}/cmake/deb/conffiles)
+  ALL CONTROL ${deb_dir}/conffiles)
 install(FILES /usr/share/doc/unicode-data/copyright RENAME UnicodeData.copyright
   DESTINATION ${CMAKE_INSTALL_DATADIR}/doc/kestrix-profile-default COMPONENT profile)
 

@@ -1,16 +1,11 @@
 #!/usr/bin/perl
 # Compares README.md with the code: its tables of elements, functions and status codes with the headers
-# and the program's texts. Puts its C++, C and Perl into programs, whose output must be that of
-# kestrix-disp. The schema of display documents must have the same elements as the README.
-#
-#   tests/reference.pl BUILD
+# and the program's texts, and its lines of programs with the programs that the tests "tills" and
+# "consumer" run. The schema of display documents must have the same elements as the README.
 use strict;
 use warnings;
-use Cwd 'abs_path';
 use File::Basename 'dirname';
-use File::Temp 'tempdir';
 
-my $build = abs_path($ARGV[0]);
 chdir dirname(__FILE__) . '/..' or die;
 my $failed = 0;
 
@@ -62,43 +57,13 @@ my ($pod) = text('binding/perl/KestrixDispEngine.pm') =~ /^__END__(.*)/ms;
 same('status codes, as in the manual of the Perl module,',
     [map { /-\d+/g } $pod =~ /^    (-\d+(?:, -\d+)*) {3}/mg], [grep { $_ < 0 } values %number]);
 
-my $work = tempdir(CLEANUP => 1);
-my $root = abs_path('.');
-my %snippet = $readme =~ /^```(cpp|c|perl)\n(.*?)^```/msg;
-
-# A program of a snippet: its includes, and the rest of it in a main function.
-sub program {
-    my ($language, $before, $after) = @_;
-    my ($includes, $rest) = $snippet{$language} =~ /^((?:#include[^\n]*\n)*)(.*)/s;
-    my $name = "$work/" . ($language eq 'c' ? 'c.c' : 'cpp.cpp');
-    open my $out, '>', $name or die "$name: $!";
-    print $out "$includes$before$rest$after";
-    close $out or die;
-    system($language eq 'c' ? qw(cc -std=c11) : qw(c++ -std=c++17), qw(-Wall -Wextra -Werror), "-I$root",
-        $name, '-o', "$work/$language", "-L$build", '-lkestrixdispengine', "-Wl,-rpath,$build") == 0
-        or die "does not compile: the $language of README.md\n";
-}
-
-# The escapes in the document mean the same in C++, Perl and printf.
-my $document = '<a><clear/><text>caf\303\251 \342\202\254</text></a>';
-program('cpp', qq(#include <cstdio>\nint main()\n{\nconst std::string document = "$document";\n),
-    "std::fwrite(bytes.data(), 1, bytes.size(), stdout);\n}\n");
-program('c', "#include <stdio.h>\nint main(void)\n{\nunsigned char buffer[100];\n",
-    "fwrite(buffer, 1, length, stdout);\n}\n");
-open my $perl, '>', "$work/perl" or die;
-print $perl qq{my \$document = "$document";\n$snippet{perl}print \$bytes;\n};
-close $perl or die;
-
-chdir "$build/profile" or die;
-sub rendered { return qx(printf '$_[0]' | ../kestrix-disp render - --raw) }
-my $bytes     = rendered($document);
-my $converted = rendered('<a><text>Caf\303\251</text></a>') =~ s/^\x1F\x72\x00//r;
-for (['cpp', $bytes, "$work/cpp"], ['c', $converted, "$work/c"], ['perl', $bytes, $^X, '-I../perl', "$work/perl"]) {
-    my ($language, $expected, @command) = @$_;
-    open my $run, '-|', @command or die "@command: $!";
-    my $actual = do { local $/; <$run> } // '';
-    next if $actual eq $expected && length $actual > 6;
-    $failed = 1;
-    print STDERR "the $language of README.md gives ", unpack('H*', $actual), ', not ', unpack('H*', $expected), "\n";
+my %suffix = (c => 'c', cpp => 'cpp', perl => 'pl', python => 'py', lua => 'lua');
+for my $language (sort keys %suffix) {
+    my $programs = text(glob "examples/till/*.$suffix{$language} tests/consumer/*.$suffix{$language}") =~ s/^ +//gmr;
+    my @snippets = $readme =~ /^```$language\n(.*?)^```$/gms or die "README.md has no $language\n";
+    for my $snippet (grep { index($programs, s/^ +//gmr) < 0 } @snippets) {
+        $failed = 1;
+        print STDERR "no program has these lines of README.md:\n$snippet";
+    }
 }
 exit $failed;

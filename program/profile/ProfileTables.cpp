@@ -1,10 +1,10 @@
 #include "program/profile/ProfileTables.h"
 
+#include "base/StatusText.h"
 #include "converter/profile/SettingsFiles.h"
 #include "converter/profile/TableFiles.h"
 #include "program/profile/ProfileOptions.h"
 #include "program/text/CharacterText.h"
-#include "base/StatusText.h"
 
 #include <algorithm>
 #include <memory>

@@ -40,13 +40,18 @@ LD_LIBRARY_PATH=$(dirname "$(find "$prefix" -name libkestrixdispengine.so.1)")
 export LD_LIBRARY_PATH
 cd "$build/profile"
 expect "the C++ program" "0C 1F 72 01 1B 74 00 41 82 " "$("$work/cxx/document")"
-expect "the C program" "1B 74 00 41 82 " "$("$work/convert")"
+expect "the C program" "1B 74 00 41 82 " "$("$work/convert" none)"
 expect "the Perl module" "0c" "$(perl -I "$stage$perl_dir" -MKestrixDispEngine -e '
     print unpack "H*", KestrixDispEngine::KestrixDispEngine->new->parse("<clear/>", "default", "none")')"
 expect "the Python package" "0c" "$(echo '<any><clear/></any>' |
     PYTHONPATH="$stage$python_dir" "$python" -m kestrixdisp - --setting none | od -An -tx1 | tr -d ' ')"
 expect "the installed program" "0c" "$(echo '<any><clear/></any>' |
     "$prefix/bin/kestrix-disp" render - --device default --setting none | od -An -tx1 | tr -d ' ')"
+
+expect "links that lead nowhere in the installed documentation" "" "$(cd "$prefix/share/doc/kestrix-disp" &&
+    find . -name '*.md' -exec perl -ne '
+        ($folder) = $ARGV =~ m{(.*)/};
+        for (/\]\((?!https?:)([^)#]+)/g) { print "$ARGV: $_\n" if !-e "$folder/$_" }' {} +)"
 
 # The ID file of the default profile names its folder; the value loses its last two bytes (CR LF).
 id=$stage/usr/local/KALDO/HalvoCvt/DEFAULT.txt

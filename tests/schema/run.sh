@@ -14,6 +14,10 @@ for example in examples/*.xml; do
     [ "$example" = examples/mistakes.xml ] || valid "$example" || fail "not accepted: $example"
 done
 
+uri=$(sed -n 's/.*xml-model href="\([^"]*\)".*/\1/p' examples/README.md)
+XML_CATALOG_FILES=docs/catalog.xml xmllint --noout --nonet --relaxng "$uri" examples/item.xml 2>/dev/null ||
+    fail "the catalog does not find $uri, the schema that examples/README.md names"
+
 check() { # accepted or rejected, then an element on each line
     while IFS= read -r element; do
         echo "<ovix-display>$element</ovix-display>" | { valid - && echo accepted || echo rejected; } |

@@ -10,10 +10,11 @@ namespace {
 
 constexpr long unlimited = std::numeric_limits<long>::max();
 
-long remaining = unlimited;
-bool failed = false;
-long live = 0;
-std::size_t bytes = 0;
+// Of each thread, as a lock would put the threads in an order and hide their races.
+thread_local long remaining = unlimited;
+thread_local bool failed = false;
+thread_local long live = 0;
+thread_local std::size_t bytes = 0;
 
 }  // namespace
 

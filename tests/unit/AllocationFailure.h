@@ -3,8 +3,8 @@
 
 #include <cstddef>
 
-// While it lives, the given number of allocations by operator new succeed, and all later ones throw
-// std::bad_alloc. Only one may live at a time.
+// While it lives, the given number of allocations by operator new of its thread succeed, and all
+// later ones throw std::bad_alloc. Only one may live at a time.
 class AllocationFailure {
 public:
     explicit AllocationFailure(long successes);
@@ -16,6 +16,6 @@ public:
     bool happened() const;
 };
 
-// What operator new has given out and not got back: allocations, and their bytes.
+// What operator new has given out to this thread and not got back: allocations, and their bytes.
 long liveAllocations();
 std::size_t liveBytes();

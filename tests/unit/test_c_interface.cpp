@@ -6,6 +6,8 @@
 
 #include <gtest/gtest.h>
 
+#include <chrono>
+#include <cstdlib>
 #include <cstring>
 #include <memory>
 #include <thread>
@@ -190,11 +192,16 @@ TEST_F(CInterface, TellsEachElementWithItsLineAndBytes)
 }
 
 // catches: threads in each other's way (ThreadSanitizer sees more), a lock left closed after fork
+// KESTRIX_SOAK=full runs it for a minute.
 TEST_F(CInterface, ThreadsAndForksMayUseIt)
 {
-    const auto work = [](int rounds) {
+    using Clock = std::chrono::steady_clock;
+    const char* const soak = std::getenv("KESTRIX_SOAK");
+    const Clock::time_point end =
+        Clock::now() + std::chrono::minutes(soak != nullptr && std::string(soak) == "full" ? 1 : 0);
+    const auto work = [](int rounds, Clock::time_point until) {
         bool same = true;
-        for (int i = 0; i < rounds; ++i) {
+        for (int i = 0; i < rounds || Clock::now() < until; ++i) {
             KestrixDisp* const own = kestrix_disp_new();
             const unsigned char* data = nullptr;
             std::size_t length = 0;
@@ -210,13 +217,13 @@ TEST_F(CInterface, ThreadsAndForksMayUseIt)
     std::vector<std::thread> threads;
     std::vector<char> results(4);
     for (char& result : results) {
-        threads.emplace_back([&] { result = work(100); });
+        threads.emplace_back([&] { result = work(100, end); });
     }
-    for (int i = 0; i < 20; ++i) {
+    for (int i = 0; i < 20 || Clock::now() < end; ++i) {
         const pid_t child = fork();
         if (child == 0) {
             alarm(10);
-            _exit(work(1) ? 0 : 1);
+            _exit(work(1, {}) ? 0 : 1);
         }
         int status = -1;
         waitpid(child, &status, 0);
