@@ -56,7 +56,11 @@ int most(ValueKind kind)
 
 std::string numberFault(const AttributeRow& row, const std::string& value)
 {
-    const bool digits = !value.empty() && std::ranges::all_of(value, [](unsigned char c) {
+    // As the schema has it: blanks at both ends are no fault.
+    std::string_view written = value;
+    written.remove_prefix(std::min(written.find_first_not_of(" \t\r\n"), written.size()));
+    written = written.substr(0, written.find_last_not_of(" \t\r\n") + 1);
+    const bool digits = !written.empty() && std::ranges::all_of(written, [](unsigned char c) {
         return std::isdigit(c) != 0;
     });
     const std::int32_t number = decimal(value);

@@ -27,6 +27,15 @@ bool showsText(const CarriedElement& element)
     return element.name == "text" || element.name == "marquee";
 }
 
+// Without its waits a marquee gives nothing.
+bool hasWaits(const CarriedElement& element)
+{
+    const auto has = [&](const char* name) {
+        return xmlHasProp(element.node, reinterpret_cast<const xmlChar*>(name)) != nullptr;
+    };
+    return has("uwait") && has("rwait");
+}
+
 // The offsets of the character bytes among the bytes of an element, those of a marquee's text too.
 void findCharacters(ByteSpan bytes, std::size_t offset, StreamReader::Commands commands,
                     std::vector<std::size_t>& offsets)
@@ -112,8 +121,8 @@ private:
     void judgeCharacters(const CarriedElement& element, const ProfileTables& tables, short handle)
     {
         const std::vector<std::size_t> offsets = charactersOf(element);
-        if (element.begin == element.end) {
-            return;  // a marquee without its waits
+        if (element.begin == element.end && !hasWaits(element)) {
+            return;
         }
         if (offsets.empty() && !element.text.empty()) {
             add(element, Rule::rejectedText, "nothing of the text is shown: it is too long");
@@ -262,11 +271,12 @@ private:
     // Whether the element goes to another window than was meant.
     bool isStray(const CarriedElement& element) const
     {
-        return std::ranges::any_of(m_strayFrom, [&](std::size_t from) {
-            const auto next = std::ranges::upper_bound(m_trace.selections, from);
-            return from < element.end &&
-                   (next == m_trace.selections.end() || *next > element.begin);
-        });
+        const auto after = std::ranges::lower_bound(m_strayFrom, element.end);
+        if (after == m_strayFrom.begin()) {
+            return false;
+        }
+        const auto next = std::ranges::upper_bound(m_trace.selections, *(after - 1));
+        return next == m_trace.selections.end() || *next > element.begin;
     }
 
     void judgePlace(std::size_t index)
@@ -312,6 +322,7 @@ private:
         if (losses.own != 0) {
             parts.push_back("over its own first " + std::to_string(losses.own));
         }
+        const bool loses = losses.own + losses.scrolled != 0 || !over.empty();
         std::string text = "text of " + counted(offsets.size(), "character") + " from column " +
                            std::to_string(first.place.column + m_display.origin) + " of line " +
                            std::to_string(first.place.line + m_display.origin);
@@ -319,12 +330,11 @@ private:
             text += " is too long for its window: its first " + std::to_string(losses.scrolled) +
                     " scroll away";
         } else {
-            text += " runs ";
-            for (std::size_t i = 0; i < parts.size(); ++i) {
+            text += loses ? " runs " : " runs on into " + lines;
+            for (std::size_t i = 0; loses && i < parts.size(); ++i) {
                 text += (i == 0 ? "" : i + 1 == parts.size() ? " and " : ", ") + parts[i];
             }
         }
-        const bool loses = losses.own + losses.scrolled != 0 || !over.empty();
         add(element, loses ? Rule::overflow : Rule::wrap, text);
     }
 

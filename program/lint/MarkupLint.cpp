@@ -15,6 +15,9 @@
 
 namespace {
 
+// The attributes that decide where something is shown.
+constexpr std::string_view kPlace[] = {"x", "y", "width", "height", "number"};
+
 constexpr std::string_view kBlanks = " \t\r\n\v\f";
 
 const char* asText(const xmlChar* text)
@@ -26,11 +29,12 @@ std::string quoted(std::string_view text)
 {
     constexpr std::size_t most = 60;  // bytes, about a line
     const bool isLong = text.size() > most;
-    while (isLong && text.size() > most - 3) {
-        text.remove_suffix(1);
-    }
-    while (isLong && !text.empty() && (static_cast<unsigned char>(text.back()) & 0x80) != 0) {
-        text.remove_suffix(1);
+    if (isLong) {
+        std::size_t size = most - 3;
+        while ((static_cast<unsigned char>(text[size]) & 0xC0) == 0x80) {
+            --size;  // not within a character
+        }
+        text = text.substr(0, size);
     }
     return "\"" + printable(std::string(text)) + (isLong ? "..." : "") + "\"";
 }
@@ -116,7 +120,8 @@ private:
             }
             if (const std::string fault = valueFault(row, entry->second); !fault.empty()) {
                 add(Rule::value, entry->first + "=" + quoted(entry->second) + " " + fault);
-                m_element.misplaced = true;
+                m_element.misplaced =
+                    m_element.misplaced || std::ranges::find(kPlace, row.name) != std::end(kPlace);
             }
         }
         if (!missing.empty()) {
@@ -149,7 +154,7 @@ private:
         } else if (isCursor && has("moveto") && (has("x") || has("y"))) {
             add(Rule::noEffect, has("x") && has("y") ? "x and y together with moveto move nothing"
                                                      : "x or y without the other has no effect");
-        } else if (!isWindow && has("x") != has("y")) {
+        } else if ((isCursor || m_element.name == "text") && has("x") != has("y")) {
             add(Rule::noEffect,
                 std::string(has("x") ? "x without y" : "y without x") + " has no effect");
         } else if (isCursor && !has("x") && !has("moveto") && !has("type")) {
@@ -187,13 +192,30 @@ private:
         return static_cast<unsigned long>(std::max(xmlGetLineNo(node), 0L));
     }
 
+    // The line of the first character that is no blank. The XML library gives the line of the tag
+    // before or after a text exactly, that of a text only if it is all ASCII.
+    static unsigned long lineOfText(const xmlNode* node, std::string_view text)
+    {
+        const std::size_t begin = text.find_first_not_of(kBlanks);
+        const auto before =
+            static_cast<unsigned long>(std::ranges::count(text.substr(0, begin), '\n'));
+        const auto after = static_cast<unsigned long>(std::ranges::count(text.substr(begin), '\n'));
+        if (node->prev == nullptr) {
+            return lineOf(node->parent) + before;
+        }
+        if (node->prev->type == XML_ELEMENT_NODE && node->prev->children == nullptr) {
+            return lineOf(node->prev) + before;
+        }
+        const unsigned long end = lineOf(node->next == nullptr ? node : node->next);
+        return end - std::min(after, end);
+    }
+
     void addStrayText(const xmlNode* node, std::string_view text)
     {
-        // The XML library gives the line in which a text ends.
+        const unsigned long line = lineOfText(node, text);
         text.remove_prefix(text.find_first_not_of(kBlanks));
-        const auto breaks = static_cast<unsigned long>(std::ranges::count(text, '\n'));
         const std::size_t end = text.find_last_not_of(kBlanks) + 1;
-        m_findings.push_back({lineOf(node) - std::min(breaks, lineOf(node)), Rule::strayText,
+        m_findings.push_back({line, Rule::strayText,
                               quoted(text.substr(0, end)) + " is in <" +
                                   std::string(m_element.name) + ">, where no text is shown"});
     }
@@ -214,6 +236,7 @@ private:
             {reinterpret_cast<const std::uint8_t*>(m_bytes.data()), m_bytes.size()});
         for (StreamItem item; reader.next(item);) {
             if (item.kind == StreamItem::Kind::cut) {
+                m_element.misplaced = true;
                 add(Rule::command, "ends in the middle of a display command, which takes what "
                                    "follows for its rest");
             }

@@ -52,7 +52,7 @@ TEST_F(Lint, Rows)
             std::string expected;
             for (; line != row.lines.end() && line->keyword != "line" && line->keyword != "root";
                  ++line) {
-                expected += line->keyword == "clean" ? "" : line->value + "\n";
+                expected += line->keyword == "clean" ? "" : expandText(line->value) + "\n";
             }
             EXPECT_EQ(expected, said(document + end)) << "lint.txt:" << number;
         }
