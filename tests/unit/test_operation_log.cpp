@@ -237,7 +237,9 @@ TEST_F(OperationLog, AFileTakesExactlyItsSize)
     EXPECT_LT(out, fs::file_size(live));
     profile.set("LogMaxSize", "2");
     open();
-    fs::resize_file(live, 2 * megabyte - in - out);
+    expected.clear();  // the number of the handle may be longer now
+    expectEntries("SetEncodeType", 0, 0, h + ",[3]");
+    fs::resize_file(live, 2 * megabyte - expected[0].size() - expected[1].size() - 2);
     fs::remove(backup);
     RuvoSetEncodeType(handle, 3);
     EXPECT_EQ(2 * megabyte, fs::file_size(live));
