@@ -73,7 +73,7 @@ kestrix_package(python python3-kestrixdisp python
   "customer display documents to display commands (Python 3 module)"
   "${what}\n.\nThe Python package kestrixdisp."
   DEPENDS "libkestrixdispengine1 ${same_version}, python3 (>= 3.9)"
-  ALL CONTROL "${CMAKE_CURRENT_SOURCE_DIR}/cmake/deb/postinst;${CMAKE_CURRENT_SOURCE_DIR}/cmake/deb/prerm")
+  ALL CONTROL ${deb_dir}/python3-kestrixdisp/postinst ${deb_dir}/python3-kestrixdisp/prerm)
 kestrix_package(program kestrix-disp utils
   "renders and checks customer display documents"
   "Renders, explains and previews display documents, checks device profiles,

@@ -7,6 +7,8 @@
 namespace {
 
 constexpr std::string_view kTooLong = "a text, comment, tag or value of more than 10 MB";
+constexpr std::string_view kOtherEncoding =
+    "bytes that are not in the encoding that the document declares";
 
 struct Wording {
     int code;                   // an xmlParserErrors
@@ -36,7 +38,8 @@ constexpr Wording kWordings[] = {
      "bytes that are not UTF-8; if the document is in another encoding, its first line must say "
      "so"},
     {XML_ERR_INVALID_CHAR, "", "a character that XML does not allow"},
-    {XML_ERR_INVALID_ENCODING, "", "bytes that are not in the encoding that the document declares"},
+    {XML_ERR_INVALID_ENCODING, "", kOtherEncoding},
+    {XML_I18N_CONV_FAILED, "", kOtherEncoding},
     {XML_ERR_UNSUPPORTED_ENCODING, "", "the encoding $1 is not known"},
     {XML_ERR_RESERVED_XML_NAME, "XML declaration", "an <?xml that is not at the very start"},
     {XML_ERR_HYPHEN_IN_COMMENT, "", "a -- in a comment"},
@@ -46,6 +49,8 @@ constexpr Wording kWordings[] = {
     {XML_ERR_INTERNAL_ERROR, "internal error: Huge input", kTooLong},
     {XML_ERR_NO_MEMORY, "xmlSAX2Characters: huge text node", kTooLong},
 };
+
+void ignore(void*, const char*, ...) {}
 
 std::string_view text(const char* string)
 {
@@ -109,11 +114,13 @@ bool endsDocument(const xmlError& error)
 ReaderErrors::ReaderErrors()
 {
     xmlSetStructuredErrorFunc(this, hear);
+    xmlSetGenericErrorFunc(nullptr, ignore);
 }
 
 ReaderErrors::~ReaderErrors()
 {
     xmlSetStructuredErrorFunc(m_hostContext, m_hostFunction);
+    xmlSetGenericErrorFunc(m_hostGenericContext, m_hostGenericFunction);
 }
 
 void ReaderErrors::hear(void* self, xmlErrorPtr error)

@@ -29,6 +29,9 @@ private:
 
     const xmlStructuredErrorFunc m_hostFunction = xmlStructuredError;
     void* const m_hostContext = xmlStructuredErrorContext;
+    // The XML library writes a few messages past the function for errors.
+    const xmlGenericErrorFunc m_hostGenericFunction = xmlGenericError;
+    void* const m_hostGenericContext = xmlGenericErrorContext;
     std::string m_reason;
     int m_line = 0;
     bool m_ended = false;  // by the error that is kept

@@ -3,6 +3,7 @@
 #include "program/check/ProfileCheck.h"
 #include "program/commands/Commands.h"
 #include "program/commands/Files.h"
+#include "program/text/Counted.h"
 
 #include <CLI/CLI.hpp>
 
@@ -18,18 +19,13 @@ struct Options {
     bool strict = false;
 };
 
-std::string count(std::size_t number, const std::string& noun)
-{
-    return std::to_string(number) + " " + noun + (number == 1 ? "" : "s");
-}
-
 std::string verdict(const CheckedProfile& profile, const Options& options)
 {
     std::string text = "device \"" + options.device + "\" ";
     if (profile.status == RUVO_OK) {
-        text += "opens, with " + count(profile.tables, "table") + ", " +
-                count(profile.sets, "internal character set") + " and " +
-                count(profile.characters, "character");
+        text += "opens, with " + counted(profile.tables, "table") + ", " +
+                counted(profile.sets, "internal character set") + " and " +
+                counted(profile.characters, "character");
     } else {
         text += "does not open: status " + std::to_string(profile.status) + ", " +
                 std::string(statusText(profile.status));

@@ -2,6 +2,7 @@
 #include "program/commands/Commands.h"
 #include "program/commands/Files.h"
 #include "program/commands/LintOptions.h"
+#include "program/text/Counted.h"
 
 #include <CLI/CLI.hpp>
 #include <unicode/unistr.h>
@@ -95,8 +96,8 @@ int lint(const Options& options)
     }
     if (!options.lint.quiet) {
         if (options.format == "text" && writesToPerson()) {
-            text += std::to_string(options.files.size()) + " files, " + std::to_string(errors) +
-                    " errors, " + std::to_string(warnings) + " warnings\n";
+            text += counted(options.files.size(), "file") + ", " + counted(errors, "error") + ", " +
+                    counted(warnings, "warning") + "\n";
         }
         writeFile("-", text);
     }

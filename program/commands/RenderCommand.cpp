@@ -36,6 +36,7 @@ int render(const Options& options)
         }
     }
     if (options.lint.strict && !linted.findings.empty()) {
+        std::cerr << "kestrix-disp: nothing is written, as --strict allows no finding\n";
         return kWrongInput;
     }
     const bool whole = linted.run.end == DocumentEnd::wellFormed;

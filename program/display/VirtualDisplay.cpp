@@ -70,9 +70,11 @@ void VirtualDisplay::powerOn()
 void VirtualDisplay::run(ByteSpan bytes, DisplayTrace* trace)
 {
     m_trace = trace;
+    m_settled = 0;
     StreamReader reader(bytes);
     for (StreamItem item; reader.next(item);) {
         bool understood = false;
+        settle(item.offset);
         m_at = item.offset;
         if (item.kind == StreamItem::Kind::text) {
             for (const Cell& cell : decode(item.bytes, item.offset)) {
@@ -95,6 +97,7 @@ void VirtualDisplay::run(ByteSpan bytes, DisplayTrace* trace)
             }
         }
     }
+    settle(bytes.size());
     if (trace != nullptr) {
         trace->selected = m_selected;
     }
@@ -133,8 +136,7 @@ bool VirtualDisplay::carryOut(const StreamItem& command)
         return true;
     case Action::clock:
         m_clock = true;
-        std::for_each(m_cells.end() - clockColumns(), m_cells.end(),
-                      [this](Cell& cell) { lose(cell); });
+        forHidden([this](Cell& cell) { lose(cell); });
         return true;
     case Action::defineWindow:
         return define(command);
@@ -193,18 +195,57 @@ void VirtualDisplay::show(const Cell& shown)
     cell = shown;
     if (m_trace != nullptr) {
         m_trace->shown[shown.source] = {shown.character, place, m_selected, shown.reverse};
-        if (m_clock && &m_cells.back() - &cell < clockColumns()) {
-            lose(cell);
-        }
     }
     advance(window);
 }
 
-void VirtualDisplay::lose(Cell& cell, bool scrolled)
+void VirtualDisplay::lose(Cell& cell, DisplayTrace::Cause cause)
 {
     if (m_trace != nullptr && cell.source != Cell::kNoSource) {
-        m_trace->losses.push_back({cell.source, m_at, scrolled});
+        m_trace->losses.push_back({cell.source, m_at, cause});
         cell.source = Cell::kNoSource;
+    }
+}
+
+template <class Function>
+void VirtualDisplay::forHidden(Function function)
+{
+    if (m_clock) {
+        std::for_each(m_cells.end() - clockColumns(), m_cells.end(), function);
+    }
+    if (!m_marquee) {
+        return;
+    }
+    const auto [at, size] = m_marquee->area;
+    std::for_each_n(cells(at), size.columns, function);
+    // Characters that walk are seen beside the clock.
+    if (m_clock && m_marquee->places && at.line == m_size.lines - 1) {
+        for (std::size_t i = 0; i < m_marquee->text.size(); ++i) {
+            const int column =
+                at.column + static_cast<int>(i % static_cast<std::size_t>(size.columns));
+            if (column >= m_size.columns - clockColumns()) {
+                function(m_marquee->text[i]);
+            }
+        }
+    }
+}
+
+void VirtualDisplay::settle(std::size_t offset)
+{
+    if (m_trace == nullptr) {
+        return;
+    }
+    for (; m_settled < m_trace->ends.size() && m_trace->ends[m_settled] <= offset; ++m_settled) {
+        const std::size_t begin = m_settled == 0 ? 0 : m_trace->ends[m_settled - 1];
+        const std::size_t end = m_trace->ends[m_settled];
+        if (begin == end || !(m_clock || m_marquee)) {
+            continue;
+        }
+        forHidden([&](Cell& cell) {
+            if (cell.source >= begin && cell.source < end) {
+                lose(cell, DisplayTrace::Cause::hidden);
+            }
+        });
     }
 }
 
@@ -240,12 +281,13 @@ void VirtualDisplay::scroll(Window& window)
     const auto row = [&](int line) { return cells({at.column, at.line + line}); };
     if (window.mode == Mode::scrollLeft) {
         const auto line = row(window.cursor.line);
-        lose(*line, true);
+        lose(*line, DisplayTrace::Cause::scrolled);
         *std::shift_left(line, line + size.columns, 1) = {};
         --window.cursor.column;
         return;
     }
-    std::for_each_n(row(0), size.columns, [this](Cell& cell) { lose(cell, true); });
+    std::for_each_n(row(0), size.columns,
+                    [this](Cell& cell) { lose(cell, DisplayTrace::Cause::scrolled); });
     for (int line = 1; line < size.lines; ++line) {
         std::copy_n(row(line), size.columns, row(line - 1));
     }

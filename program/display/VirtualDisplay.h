@@ -19,11 +19,17 @@ struct DisplayTrace {
         unsigned window = 0;
         bool reverse = false;
     };
-    // A character that is no longer there, other than by a clear, a reset or the end of a window.
+    enum class Cause {
+        overwritten,
+        scrolled,  // left its window at the edge
+        hidden,    // stands under the clock or a marquee when its element ends
+    };
+    // A character that is not shown any more, other than by a clear, a reset or the end of a
+    // window.
     struct Loss {
         std::size_t lost;
         std::size_t by;  // the character or command that took its place
-        bool scrolled;   // it left its window at the edge
+        Cause cause;
     };
     // A command without effect.
     struct Ignored {
@@ -32,6 +38,8 @@ struct DisplayTrace {
         Area window;                    // that was selected
         unsigned windowNumber;
     };
+
+    std::vector<std::size_t> ends;  // set by the caller: where the elements end, in order
 
     std::map<std::size_t, Shown> shown;
     std::vector<Loss> losses;
@@ -72,8 +80,13 @@ private:
     std::vector<Cell> decode(ByteSpan text, std::size_t offset);
     void show(const Cell& cell);
     // Tells that the character in a cell is lost.
-    void lose(Cell& cell, bool scrolled = false);
+    void lose(Cell& cell, DisplayTrace::Cause cause = DisplayTrace::Cause::overwritten);
     void loseMarquee();
+    // Calls the function with each cell that the clock or the marquee hides.
+    template <class Function>
+    void forHidden(Function function);
+    // Tells what is hidden of elements that end at or before the offset.
+    void settle(std::size_t offset);
     void advance(Window& window) const;
     void scroll(Window& window);
     bool moveCursor(int column, int line);
@@ -98,7 +111,8 @@ private:
     int m_origin;
     std::vector<std::size_t> m_ignored;
     DisplayTrace* m_trace = nullptr;
-    std::size_t m_at = 0;  // what is carried out: offset of the command or character
+    std::size_t m_at = 0;       // what is carried out: offset of the command or character
+    std::size_t m_settled = 0;  // elements of the trace that have ended
 
     // A reset sets all of these back.
     std::vector<Cell> m_cells;

@@ -10,7 +10,7 @@
 
 namespace {
 
-constexpr int kMostInterval = 12750;  // 255 steps
+constexpr int kMostInterval = 255 * kBlinkStep;
 
 struct Reading : TagParser {
     using TagParser::decimal;
@@ -126,21 +126,20 @@ std::string valueFault(const AttributeRow& row, const std::string& value)
     const std::string number = std::to_string(decimal(value));
     const bool understood = row.kind == ValueKind::percent && isChoice(number, row.choices);
     return (row.choices.find(',') == std::string_view::npos ? "is not " : "is none of ") +
-           std::string(row.choices) + " and counts as " +
-           (understood ? number : std::string(row.otherwise));
+           std::string(row.choices) + " and " +
+           (understood ? "counts as " + number : std::string(row.otherwise));
 }
 
-std::string_view nearest(std::string_view name, const std::string_view* begin,
-                         const std::string_view* end)
+std::string_view nearest(std::string_view name, std::span<const std::string_view> names)
 {
     constexpr std::size_t longestName = 40;
     std::string_view best;
     std::size_t least = 3;
-    for (const std::string_view* candidate = begin; candidate != end; ++candidate) {
-        const std::size_t steps = name.size() > longestName ? least : distance(name, *candidate);
-        if (steps < least && steps < candidate->size()) {
+    for (const std::string_view candidate : names) {
+        const std::size_t steps = name.size() > longestName ? least : distance(name, candidate);
+        if (steps < least && steps < candidate.size()) {
             least = steps;
-            best = *candidate;
+            best = candidate;
         }
     }
     return best;

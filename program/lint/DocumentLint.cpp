@@ -2,15 +2,16 @@
 
 #include "engine/MarkupLimits.h"
 #include "engine/ParserRegistry.h"
+#include "engine/ReaderErrors.h"
 #include "program/lint/LayoutLint.h"
 #include "program/lint/MarkupLint.h"
 #include "program/lint/Schema.h"
+#include "program/stream/CommandStream.h"
+#include "program/stream/Rendering.h"
 
 #include <algorithm>
 #include <memory>
-#include <new>
-#include <stdexcept>
-#include <string_view>
+#include <string>
 #include <utility>
 
 #include <libxml/parser.h>
@@ -21,10 +22,13 @@ class Recorder : public ElementListener {
 public:
     void hear(const ElementBytes& element) override
     {
-        elements.push_back({nullptr, {}, 0, element.begin, element.end, element.name});
+        CarriedElement& carried = elements.emplace_back();
+        carried.name = element.name;
+        carried.begin = element.begin;
+        carried.end = element.end;
     }
 
-    std::vector<CarriedElement> elements;  // the name is in `text` until the node is known
+    std::vector<CarriedElement> elements;  // without their nodes
 };
 
 using Tree = std::unique_ptr<xmlDoc, void (*)(xmlDoc*)>;
@@ -32,10 +36,10 @@ using Tree = std::unique_ptr<xmlDoc, void (*)(xmlDoc*)>;
 // The document as far as it can be read.
 Tree treeOf(const std::string& document)
 {
+    const ReaderErrors silence;
     const std::size_t length = readablePart(document).length;
     return {xmlReadMemory(document.data(), static_cast<int>(length), nullptr, nullptr,
-                          XML_PARSE_RECOVER | XML_PARSE_NOERROR | XML_PARSE_NOWARNING |
-                              XML_PARSE_NONET),
+                          XML_PARSE_RECOVER | XML_PARSE_NONET),
             xmlFreeDoc};
 }
 
@@ -50,6 +54,18 @@ std::string collectedText(const xmlNode* element)
         }
     }
     return text;
+}
+
+// A value ends at the first reference to an entity.
+void readAttributes(CarriedElement& element)
+{
+    for (const xmlAttr* attribute = element.node->properties; attribute != nullptr;
+         attribute = attribute->next) {
+        const bool hasText =
+            attribute->children != nullptr && attribute->children->content != nullptr;
+        element.attributes[reinterpret_cast<const char*>(attribute->name)] =
+            hasText ? reinterpret_cast<const char*>(attribute->children->content) : "";
+    }
 }
 
 // Finds the nodes of the elements that were carried out: both come in the order of the document.
@@ -71,20 +87,18 @@ private:
                 continue;
             }
             CarriedElement& element = m_heard[m_next];
-            const char* const name = reinterpret_cast<const char*>(node->name);
-            if (element.text != name) {
+            if (element.name != reinterpret_cast<const char*>(node->name)) {
                 return;
             }
             ++m_next;
             element.node = node;
-            element.name = name;
-            element.line = static_cast<unsigned long>(std::max(xmlGetLineNo(node), 0L));
-            if (collectsText(name)) {
+            element.line = lineOf(node);
+            readAttributes(element);
+            if (collectsText(element.name.c_str())) {
                 element.text = collectedText(node);
-                continue;
+            } else {
+                visit(node->children);
             }
-            element.text.clear();
-            visit(node->children);
         }
     }
 
@@ -92,13 +106,16 @@ private:
     std::size_t m_next = 0;
 };
 
-void lintTree(std::vector<CarriedElement>& elements, std::string_view bytes,
-              std::vector<LintFinding>& findings)
+// Judges the elements of a run, whose nodes are in the tree.
+void lintElements(std::vector<CarriedElement>& elements, ByteSpan stream, xmlDoc* tree,
+                  const ProfileTables& tables, const LintDisplay& display,
+                  std::vector<LintFinding>& findings)
 {
+    Matcher(elements).run(xmlDocGetRootElement(tree));
     const Schema schema;
     for (CarriedElement& element : elements) {
         const std::size_t before = findings.size();
-        lintMarkup(element, bytes.substr(element.begin, element.end - element.begin), findings);
+        lintMarkup(element, stream.subspan(element.begin, element.end - element.begin), findings);
         // A line break has its finding as a character.
         const bool judged =
             findings.size() != before || element.text.find_first_of("\t\r\n") != std::string::npos;
@@ -106,29 +123,10 @@ void lintTree(std::vector<CarriedElement>& elements, std::string_view bytes,
         if (!judged && inRoot && !schema.allows(element.node)) {
             findings.push_back(
                 {element.line, Rule::schema,
-                 "the schema does not allow <" + std::string(element.name) + "> as it is written"});
+                 "the schema does not allow <" + element.name + "> as it is written"});
         }
     }
-}
-
-// Judges a document that the library carries out as a whole.
-void lintElements(KestrixDispEngine& engine, const std::string& document, xmlDoc* tree,
-                  const ProfileOptions& profile, const LintDisplay& display,
-                  std::vector<LintFinding>& findings)
-{
-    Recorder recorder;
-    const DocumentRun run =
-        explainedRun(engine, document, profile.device, profile.setting, &recorder);
-    std::vector<CarriedElement>& elements = recorder.elements;
-    Matcher(elements).run(xmlDocGetRootElement(tree));
-    if (elements.empty()) {
-        return;
-    }
-    const ByteSpan stream(run.bytes);
-    lintTree(elements, {reinterpret_cast<const char*>(run.bytes.data()), run.bytes.size()},
-             findings);
-    lintLayout(elements, stream, ProfileTables(profile), display, KestrixDispEngine::getUCHandle(),
-               findings);
+    lintLayout(elements, stream, tables, display, KestrixDispEngine::getUCHandle(), findings);
 }
 
 // A damaged document without its damage.
@@ -149,25 +147,24 @@ LintedDocument lintDocument(const std::string& document, const ProfileOptions& p
                             const LintDisplay& display)
 {
     KestrixDispEngine engine;
-    LintedDocument result{explainedRun(engine, document, profile.device, profile.setting), {}};
+    Recorder recorder;
+    LintedDocument result{carryOut(engine, document, profile, &recorder), {}};
     const DocumentRun& run = result.run;
-    if (run.status < 0) {
-        throw std::runtime_error(openFailure(profile, run.status));
-    }
-    if (run.end == DocumentEnd::outOfMemory) {
-        throw std::bad_alloc();
-    }
     const bool damaged = run.end == DocumentEnd::damaged;
     if (run.end != DocumentEnd::wellFormed) {
         result.findings.push_back(
             {run.line, damaged ? Rule::notWellFormed : Rule::limit, run.reason});
     }
-    if (damaged || run.end == DocumentEnd::wellFormed) {
-        const Tree tree = treeOf(document);
-        if (tree != nullptr && xmlDocGetRootElement(tree.get()) != nullptr) {
-            lintElements(engine, damaged ? repaired(tree.get()) : document, tree.get(), profile,
-                         display, result.findings);
+    const bool isReadable = damaged || run.end == DocumentEnd::wellFormed;
+    const Tree tree = isReadable ? treeOf(document) : Tree(nullptr, xmlFreeDoc);
+    if (tree != nullptr && xmlDocGetRootElement(tree.get()) != nullptr) {
+        OutputVector bytes = run.bytes;
+        if (damaged) {
+            recorder.elements.clear();
+            bytes = carryOut(engine, repaired(tree.get()), profile, &recorder).bytes;
         }
+        lintElements(recorder.elements, bytes, tree.get(), ProfileTables(profile), display,
+                     result.findings);
     }
     std::ranges::stable_sort(result.findings, {}, &LintFinding::line);
     return result;

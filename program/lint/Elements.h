@@ -14,8 +14,8 @@ enum class ValueKind : std::uint8_t {
     number,    // of a byte, from least on
     word,      // a number of two bytes
     interval,  // milliseconds; goes out in steps of 50
-    choice,    // one of `choices`; any other counts as `otherwise`
-    percent,   // one of `choices`, read as a number; any other gives nothing
+    choice,    // one of `choices`; `otherwise` says what any other does
+    percent,   // the same, read as a number
     language,
 };
 
@@ -35,9 +35,9 @@ inline constexpr AttributeRow kAttributes[] = {
     {"text", "lang", ValueKind::language},
     {"text", "x", ValueKind::number},
     {"text", "y", ValueKind::number},
-    {"text", "reverse", ValueKind::choice, false, 0, kYesNo, "false"},
+    {"text", "reverse", ValueKind::choice, false, 0, kYesNo, "counts as false"},
     {"marquee", "lang", ValueKind::language},
-    {"marquee", "format", ValueKind::choice, false, 0, "place", "format 1"},
+    {"marquee", "format", ValueKind::choice, false, 0, "place", "counts as format 1"},
     {"marquee", "uwait", ValueKind::word, true},
     {"marquee", "rwait", ValueKind::word, true},
     {"marquee", "repeat", ValueKind::number},
@@ -47,13 +47,13 @@ inline constexpr AttributeRow kAttributes[] = {
     {"window", "width", ValueKind::number, false, 1},
     {"window", "height", ValueKind::number, false, 1},
     {"window", "scrollmode", ValueKind::choice, false, 0, "overwrite, v_scroll, h_scroll",
-     "overwrite"},
-    {"window", "destroy", ValueKind::choice, false, 0, kYesNo, "false"},
+     "counts as overwrite"},
+    {"window", "destroy", ValueKind::choice, false, 0, kYesNo, "counts as false"},
     {"cursor", "x", ValueKind::number},
     {"cursor", "y", ValueKind::number},
     {"cursor", "moveto", ValueKind::choice, false, 0,
-     "top_left, top_right, bottom_left, bottom_right", "no movement"},
-    {"cursor", "type", ValueKind::choice, false, 0, "underline, none", "none"},
+     "top_left, top_right, bottom_left, bottom_right", "moves nothing"},
+    {"cursor", "type", ValueKind::choice, false, 0, "underline, none", "counts as none"},
     {"blink", "interval", ValueKind::interval, true},
-    {"brightness", "value", ValueKind::percent, true, 0, "20, 40, 60, 100", "no command"},
+    {"brightness", "value", ValueKind::percent, true, 0, "20, 40, 60, 100", "gives no command"},
 };

@@ -4,6 +4,7 @@
 #include "program/display/VirtualDisplay.h"
 #include "program/profile/CharacterReport.h"
 #include "program/text/CharacterText.h"
+#include "program/text/Counted.h"
 
 #include <unicode/normalizer2.h>
 #include <unicode/unistr.h>
@@ -16,25 +17,6 @@
 namespace {
 
 constexpr std::size_t kNoElement = static_cast<std::size_t>(-1);
-
-std::string counted(std::size_t count, const std::string& noun)
-{
-    return std::to_string(count) + " " + noun + (count == 1 ? "" : "s");
-}
-
-bool showsText(const CarriedElement& element)
-{
-    return element.name == "text" || element.name == "marquee";
-}
-
-// Without its waits a marquee gives nothing.
-bool hasWaits(const CarriedElement& element)
-{
-    const auto has = [&](const char* name) {
-        return xmlHasProp(element.node, reinterpret_cast<const xmlChar*>(name)) != nullptr;
-    };
-    return has("uwait") && has("rwait");
-}
 
 // The offsets of the character bytes among the bytes of an element, those of a marquee's text too.
 void findCharacters(ByteSpan bytes, std::size_t offset, StreamReader::Commands commands,
@@ -76,7 +58,7 @@ bool isItself(const SentCluster& cluster, char32_t shown)
 struct Losses {
     std::size_t own = 0;                        // that it wrote itself
     std::size_t scrolled = 0;                   // its own, out of the window
-    std::size_t underClock = 0;                 // its own
+    std::size_t hidden = 0;                     // its own, under the clock or a marquee
     std::map<std::size_t, std::size_t> others;  // by the element that wrote them
 };
 
@@ -90,9 +72,12 @@ public:
 
     void run(const ProfileTables& tables, short handle)
     {
+        for (const CarriedElement& element : m_elements) {
+            m_trace.ends.push_back(element.end);
+        }
         VirtualDisplay(tables, m_display.size, m_display.origin).run(m_stream, &m_trace);
         for (const CarriedElement& element : m_elements) {
-            if (showsText(element)) {
+            if (element.showsText()) {
                 judgeCharacters(element, tables, handle);
             }
         }
@@ -121,7 +106,7 @@ private:
     void judgeCharacters(const CarriedElement& element, const ProfileTables& tables, short handle)
     {
         const std::vector<std::size_t> offsets = charactersOf(element);
-        if (element.begin == element.end && !hasWaits(element)) {
+        if (element.begin == element.end && !(element.has("uwait") && element.has("rwait"))) {
             return;
         }
         if (offsets.empty() && !element.text.empty()) {
@@ -253,15 +238,16 @@ private:
         for (const DisplayTrace::Loss& loss : m_trace.losses) {
             const std::size_t by = elementAt(loss.by);
             const std::size_t of = elementAt(loss.lost);
-            if (by == kNoElement || of == kNoElement || (loss.scrolled && by != of) ||
-                !showsText(m_elements[of])) {
+            const bool scrolled = loss.cause == DisplayTrace::Cause::scrolled;
+            if (by == kNoElement || of == kNoElement || (scrolled && by != of) ||
+                !m_elements[of].showsText()) {
                 continue;
             }
             Losses& losses = m_losses[by];
-            if (loss.lost == loss.by) {
-                ++losses.underClock;
+            if (loss.cause == DisplayTrace::Cause::hidden) {
+                ++losses.hidden;
             } else if (by == of) {
-                ++(loss.scrolled ? losses.scrolled : losses.own);
+                ++(scrolled ? losses.scrolled : losses.own);
             } else {
                 ++losses.others[of];
             }
@@ -296,13 +282,12 @@ private:
         if (!lines.empty() || losses.own + losses.scrolled != 0) {
             tellRun(element, losses, lines, over);
         } else if (!over.empty()) {
-            add(element, Rule::overwritten,
-                "<" + std::string(element.name) + "> stands over " + over);
+            add(element, Rule::overwritten, "<" + element.name + "> stands over " + over);
         }
-        if (losses.underClock != 0) {
+        if (losses.hidden != 0) {
             add(element, Rule::overwritten,
-                counted(losses.underClock, "character") + " of the text " +
-                    (losses.underClock == 1 ? "is" : "are") + " under the clock");
+                counted(losses.hidden, "character") + " of the " + element.name +
+                    (losses.hidden == 1 ? " is" : " are") + " hidden by the clock or a marquee");
         }
     }
 
@@ -320,15 +305,17 @@ private:
             parts.push_back("over " + over);
         }
         if (losses.own != 0) {
-            parts.push_back("over its own first " + std::to_string(losses.own));
+            parts.push_back("over its own first" +
+                            (losses.own == 1 ? "" : " " + std::to_string(losses.own)));
         }
         const bool loses = losses.own + losses.scrolled != 0 || !over.empty();
         std::string text = "text of " + counted(offsets.size(), "character") + " from column " +
                            std::to_string(first.place.column + m_display.origin) + " of line " +
                            std::to_string(first.place.line + m_display.origin);
         if (losses.scrolled != 0) {
-            text += " is too long for its window: its first " + std::to_string(losses.scrolled) +
-                    " scroll away";
+            text += " is too long for its window: the first " +
+                    counted(losses.scrolled, "character") +
+                    (losses.scrolled == 1 ? " scrolls" : " scroll") + " away";
         } else {
             text += loses ? " runs " : " runs on into " + lines;
             for (std::size_t i = 0; loses && i < parts.size(); ++i) {
@@ -366,8 +353,7 @@ private:
         std::string text;
         for (const auto& [of, count] : losses.others) {
             text += (text.empty() ? "" : ", ") + counted(count, "character") + " of the " +
-                    std::string(m_elements[of].name) + " of line " +
-                    std::to_string(m_elements[of].line);
+                    m_elements[of].name + " of line " + std::to_string(m_elements[of].line);
         }
         return text;
     }
@@ -375,45 +361,22 @@ private:
     void judgeEnd()
     {
         const CarriedElement* japanese = nullptr;
-        const CarriedElement* window = nullptr;
         for (const CarriedElement& element : m_elements) {
-            StreamReader reader(m_stream.subspan(element.begin, element.end - element.begin));
-            for (StreamItem item; reader.next(item);) {
-                const bool whole = item.kind == StreamItem::Kind::command;
-                if (whole && item.command->action == Action::selectWindow &&
-                    item.parameter(0) == m_trace.selected) {
-                    window = &element;
-                }
-            }
-            if (showsText(element) && element.begin != element.end) {
-                if (const xmlChar* const lang = languageOf(element)) {
-                    japanese = TagParser::isLangJP(reinterpret_cast<const char*>(lang)) ? &element
-                                                                                        : nullptr;
-                }
+            const auto language = element.attributes.find("lang");
+            if (element.showsText() && element.begin != element.end &&
+                language != element.attributes.end()) {
+                japanese = TagParser::isLangJP(language->second.c_str()) ? &element : nullptr;
             }
         }
         if (japanese != nullptr) {
             add(*japanese, Rule::language,
                 "the Japanese character set stays selected; end with a text in another language");
         }
-        if (window != nullptr && m_trace.selected != 0) {
-            add(*window, Rule::openWindow,
+        if (m_trace.selected != 0) {
+            add(m_elements[elementAt(m_trace.selections.back())], Rule::openWindow,
                 "window " + std::to_string(m_trace.selected) +
                     " is still selected at the end, and the next document would go there");
         }
-    }
-
-    static const xmlChar* languageOf(const CarriedElement& element)
-    {
-        const xmlChar* language = nullptr;
-        for (const xmlAttr* attribute = element.node->properties; attribute != nullptr;
-             attribute = attribute->next) {
-            if (xmlStrEqual(attribute->name, reinterpret_cast<const xmlChar*>("lang")) != 0 &&
-                attribute->children != nullptr) {
-                language = attribute->children->content;
-            }
-        }
-        return language;
     }
 
     const std::vector<CarriedElement>& m_elements;

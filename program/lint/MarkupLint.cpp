@@ -4,14 +4,12 @@
 #include "engine/TagParser.h"
 #include "program/lint/AttributeValue.h"
 #include "program/lint/Elements.h"
-#include "program/stream/CommandStream.h"
 #include "program/text/CharacterText.h"
 #include "program/text/HexText.h"
 
 #include <algorithm>
 #include <cstring>
 #include <iterator>
-#include <map>
 
 namespace {
 
@@ -46,7 +44,7 @@ std::string suggestion(std::string_view meant)
 
 class MarkupLint {
 public:
-    MarkupLint(CarriedElement& element, std::string_view bytes, std::vector<LintFinding>& findings)
+    MarkupLint(CarriedElement& element, ByteSpan bytes, std::vector<LintFinding>& findings)
         : m_element(element), m_bytes(bytes), m_findings(findings)
     {
     }
@@ -56,17 +54,16 @@ public:
         const bool isRoot =
             m_element.node->parent != nullptr && m_element.node->parent->type != XML_ELEMENT_NODE;
         if (isRoot && m_element.name != kRoot) {
-            add(Rule::schema, "the root element is <" + std::string(m_element.name) + ">, not <" +
-                                  std::string(kRoot) + ">");
+            add(Rule::schema,
+                "the root element is <" + m_element.name + ">, not <" + std::string(kRoot) + ">");
         }
         if (!isRoot && std::ranges::find(kElements, m_element.name) == std::end(kElements)) {
-            add(Rule::unknownElement, "<" + std::string(m_element.name) + "> is no element" +
-                                          suggestion(nearest(m_element.name, std::begin(kElements),
-                                                             std::end(kElements))));
+            add(Rule::unknownElement, "<" + m_element.name + "> is no element" +
+                                          suggestion(nearest(m_element.name, kElements)));
             return;
         }
         if (!isRoot || m_element.name == kRoot) {
-            readAttributes();
+            judgeEntities();
             judgeAttributes();
             judgeTogether();
         }
@@ -82,20 +79,18 @@ private:
         m_findings.push_back({m_element.line, rule, message});
     }
 
-    bool has(const char* name) const { return m_values.contains(name); }
-    bool is(const char* name, std::string_view value) const
+    bool has(const char* name) const { return m_element.has(name); }
+    bool isYes(const char* name) const
     {
-        const auto entry = m_values.find(name);
-        return entry != m_values.end() && entry->second == value;
+        return has(name) && isTrue(m_element.attributes.find(name)->second);
     }
-    bool isYes(const char* name) const { return is(name, "true") || is(name, "1"); }
+    static bool isTrue(std::string_view value) { return value == "true" || value == "1"; }
 
-    void readAttributes()
+    void judgeEntities()
     {
         for (const xmlAttr* attribute = m_element.node->properties; attribute != nullptr;
              attribute = attribute->next) {
             const xmlNode* const value = attribute->children;
-            m_values[asText(attribute->name)] = value == nullptr ? "" : asText(value->content);
             if (value != nullptr && (value->next != nullptr || value->type != XML_TEXT_NODE)) {
                 add(Rule::entity, std::string(asText(attribute->name)) +
                                       ": the value ends before an entity of the document type");
@@ -112,8 +107,8 @@ private:
                 continue;
             }
             names.push_back(row.name);
-            const auto entry = m_values.find(std::string(row.name));
-            if (entry == m_values.end()) {
+            const auto entry = m_element.attributes.find(row.name);
+            if (entry == m_element.attributes.end()) {
                 missing +=
                     !row.needed ? "" : (missing.empty() ? "" : " and ") + std::string(row.name);
                 continue;
@@ -126,13 +121,12 @@ private:
         }
         if (!missing.empty()) {
             add(Rule::missingAttribute,
-                "<" + std::string(m_element.name) + "> without " + missing + " does nothing");
+                "<" + m_element.name + "> without " + missing + " does nothing");
         }
-        for (const auto& [name, value] : m_values) {
+        for (const auto& [name, value] : m_element.attributes) {
             if (std::ranges::find(names, name) == names.end()) {
-                add(Rule::unknownAttribute,
-                    "<" + std::string(m_element.name) + "> has no attribute " + name +
-                        suggestion(nearest(name, names.data(), names.data() + names.size())));
+                add(Rule::unknownAttribute, "<" + m_element.name + "> has no attribute " + name +
+                                                suggestion(nearest(name, names)));
             }
         }
     }
@@ -157,6 +151,8 @@ private:
         } else if ((isCursor || m_element.name == "text") && has("x") != has("y")) {
             add(Rule::noEffect,
                 std::string(has("x") ? "x without y" : "y without x") + " has no effect");
+        } else if (m_element.name == "marquee" && m_element.text.empty() && !has("CONTENT")) {
+            add(Rule::noEffect, "<marquee> without a text does nothing");
         } else if (isCursor && !has("x") && !has("moveto") && !has("type")) {
             add(Rule::missingAttribute, "<cursor> without x and y, moveto or type does nothing");
         } else {
@@ -168,7 +164,7 @@ private:
     // What the element holds beside the elements that are carried out.
     void judgeContent()
     {
-        const bool collects = collectsText(std::string(m_element.name).c_str());
+        const bool collects = collectsText(m_element.name.c_str());
         for (const xmlNode* node = m_element.node->children; node != nullptr; node = node->next) {
             const std::string_view text =
                 node->content != nullptr ? asText(node->content) : std::string_view();
@@ -179,17 +175,12 @@ private:
             } else if (collects && node->type == XML_ELEMENT_NODE) {
                 m_findings.push_back({lineOf(node), Rule::nested,
                                       "<" + std::string(asText(node->name)) + "> inside of <" +
-                                          std::string(m_element.name) +
+                                          m_element.name +
                                           "> gives nothing, nor does what it holds"});
             } else if (!collects && isText && text.find_first_not_of(kBlanks) != text.npos) {
                 addStrayText(node, text);
             }
         }
-    }
-
-    static unsigned long lineOf(const xmlNode* node)
-    {
-        return static_cast<unsigned long>(std::max(xmlGetLineNo(node), 0L));
     }
 
     // The line of the first character that is no blank. The XML library gives the line of the tag
@@ -216,8 +207,8 @@ private:
         text.remove_prefix(text.find_first_not_of(kBlanks));
         const std::size_t end = text.find_last_not_of(kBlanks) + 1;
         m_findings.push_back({line, Rule::strayText,
-                              quoted(text.substr(0, end)) + " is in <" +
-                                  std::string(m_element.name) + ">, where no text is shown"});
+                              quoted(text.substr(0, end)) + " is in <" + m_element.name +
+                                  ">, where no text is shown"});
     }
 
     void judgeCommand()
@@ -226,14 +217,17 @@ private:
         text.remove_prefix(std::min(text.find_first_not_of(kBlanks), text.size()));
         text = text.substr(0, text.find_last_not_of(kBlanks) + 1);
         if (m_bytes.size() * 2 != text.size() || text.empty()) {
-            add(Rule::command, m_bytes.empty()
+            constexpr std::size_t most = 8;
+            const std::string sent = hexBytes(m_bytes.first(std::min(m_bytes.size(), most))) +
+                                     (m_bytes.size() > most ? " ..." : "");
+            add(Rule::command, text.empty() ? "<command> without hexadecimal text sends nothing"
+                               : m_bytes.empty()
                                    ? quoted(text) + " sends nothing: it is no hexadecimal text"
-                                   : "of " + quoted(text) + " only " + hexText(m_bytes) +
+                                   : "of " + quoted(text) + " only " + sent +
                                          " goes out: write pairs without white space");
             return;
         }
-        StreamReader reader(
-            {reinterpret_cast<const std::uint8_t*>(m_bytes.data()), m_bytes.size()});
+        StreamReader reader(m_bytes);
         for (StreamItem item; reader.next(item);) {
             if (item.kind == StreamItem::Kind::cut) {
                 m_element.misplaced = true;
@@ -243,29 +237,14 @@ private:
         }
     }
 
-    // "1B 40"
-    static std::string hexText(std::string_view bytes)
-    {
-        std::string text;
-        for (const char byte : bytes.substr(0, 8)) {
-            constexpr char digits[] = "0123456789ABCDEF";
-            const auto value = static_cast<unsigned char>(byte);
-            text += text.empty() ? "" : " ";
-            text += digits[value >> 4];
-            text += digits[value & 0x0F];
-        }
-        return text + (bytes.size() > 8 ? " ..." : "");
-    }
-
     CarriedElement& m_element;
-    std::string_view m_bytes;
+    ByteSpan m_bytes;
     std::vector<LintFinding>& m_findings;
-    std::map<std::string, std::string, std::less<>> m_values;  // of the attributes, by local name
 };
 
 }  // namespace
 
-void lintMarkup(CarriedElement& element, std::string_view bytes, std::vector<LintFinding>& findings)
+void lintMarkup(CarriedElement& element, ByteSpan bytes, std::vector<LintFinding>& findings)
 {
     MarkupLint(element, bytes, findings).run();
 }

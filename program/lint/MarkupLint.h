@@ -3,8 +3,8 @@
 
 #include "program/lint/CarriedElement.h"
 #include "program/lint/DocumentLint.h"
+#include "program/stream/CommandStream.h"
 
 // Appends the findings of the element itself and of what it holds, but not those of elements in it
 // that are carried out by themselves.
-void lintMarkup(CarriedElement& element, std::string_view bytes,
-                std::vector<LintFinding>& findings);
+void lintMarkup(CarriedElement& element, ByteSpan bytes, std::vector<LintFinding>& findings);

@@ -1,6 +1,7 @@
 #include "program/stream/Explanation.h"
 
 #include "program/text/CharacterText.h"
+#include "program/text/HexText.h"
 
 #include <algorithm>
 #include <cstdio>
@@ -9,17 +10,6 @@
 namespace {
 
 constexpr std::size_t kBytesPerLine = 8;
-
-std::string hex(ByteSpan bytes)
-{
-    std::string text;
-    char digits[4];
-    for (const std::uint8_t byte : bytes) {
-        std::snprintf(digits, sizeof digits, text.empty() ? "%02X" : " %02X", unsigned{byte});
-        text += digits;
-    }
-    return text;
-}
 
 class Explainer {
 public:
@@ -64,7 +54,7 @@ private:
             if (const auto character = m_tables.character(m_state, byte)) {
                 appendCharacter(text, *character);
             } else {
-                text += "<" + hex({&byte, 1}) + ">";
+                text += "<" + hexBytes({&byte, 1}) + ">";
             }
         }
         return text;
@@ -161,10 +151,10 @@ void explainStream(ByteSpan bytes, const ProfileTables& tables,
                 item.bytes.subspan(i, std::min(kBytesPerLine, item.bytes.size() - i));
             if (i == 0) {
                 std::snprintf(line, sizeof line, "%08zx  %-*s  ", item.offset,
-                              static_cast<int>(3 * kBytesPerLine - 1), hex(row).c_str());
+                              static_cast<int>(3 * kBytesPerLine - 1), hexBytes(row).c_str());
                 text += line + explainer.words(item);
             } else {
-                text += std::string(10, ' ') + hex(row);
+                text += std::string(10, ' ') + hexBytes(row);
             }
             text += '\n';
             if (text.size() > pieceSize) {

@@ -1,24 +1,26 @@
 #include "program/stream/Rendering.h"
 
-#include "engine/DocumentRun.h"
-
 #include <iostream>
 #include <new>
 #include <stdexcept>
 
-CommandBytes renderDocument(const std::string& document, const ProfileOptions& profile)
+DocumentRun carryOut(KestrixDispEngine& engine, const std::string& document,
+                     const ProfileOptions& profile, ElementListener* listener)
 {
-    KestrixDispEngine engine;
-    const DocumentRun run = explainedRun(engine, document, profile.device, profile.setting);
+    DocumentRun run = explainedRun(engine, document, profile.device, profile.setting, listener);
     if (run.status < 0) {
         throw std::runtime_error(openFailure(profile, run.status));
     }
     if (run.end == DocumentEnd::outOfMemory) {
         throw std::bad_alloc();
     }
-    if (run.end == DocumentEnd::tooLong) {
-        throw std::runtime_error(run.reason);
-    }
+    return run;
+}
+
+CommandBytes renderDocument(const std::string& document, const ProfileOptions& profile)
+{
+    KestrixDispEngine engine;
+    const DocumentRun run = carryOut(engine, document, profile);
     const bool whole = run.end == DocumentEnd::wellFormed;
     if (!run.reason.empty()) {
         std::cerr << "kestrix-disp: line " << run.line << ": "

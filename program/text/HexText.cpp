@@ -220,6 +220,17 @@ std::size_t readHexText(std::string_view text, std::string& bytes)
 
 }  // namespace
 
+std::string hexBytes(std::span<const std::uint8_t> bytes)
+{
+    std::string text;
+    char digits[4];
+    for (const std::uint8_t byte : bytes) {
+        std::snprintf(digits, sizeof digits, text.empty() ? "%02X" : " %02X", unsigned{byte});
+        text += digits;
+    }
+    return text;
+}
+
 std::string hexDump(std::string_view bytes)
 {
     std::string text;

@@ -1,8 +1,13 @@
 // Bytes as hexadecimal text.
 #pragma once
 
+#include <cstdint>
+#include <span>
 #include <string>
 #include <string_view>
+
+// "1B 40".
+std::string hexBytes(std::span<const std::uint8_t> bytes);
 
 // A dump with sixteen bytes on a line: offset, bytes, and the printable ones as characters.
 std::string hexDump(std::string_view bytes);

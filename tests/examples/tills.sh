@@ -16,7 +16,7 @@ tool_of() {
     c) echo "${CC:-cc}" ;;
     cpp) echo "${CXX:-c++}" ;;
     pl) echo perl ;;
-    py) [ ! -d "$build/python" ] || echo python3 ;;
+    py) echo python3 ;;
     lua) echo luajit ;;
     esac
 }
@@ -50,7 +50,7 @@ fails() { # NAME DEVICE MESSAGE
 for language in c cpp pl py lua; do
     tool=$(tool_of $language)
     if ! command -v "$tool" >/dev/null; then
-        echo "till.$language is left out: ${tool:-its module} is not here"
+        echo "till.$language is left out: $tool is not here"
         continue
     fi
     rm -f "$work/till"

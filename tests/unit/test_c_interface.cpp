@@ -40,7 +40,7 @@ protected:
     unsigned long line = 0;
 };
 
-// catches: a mistake told in other words, at another line, or not at all
+// catches: a mistake told in other words, at another line, not at all, or on the standard error
 TEST_F(CInterface, SaysWhyADocumentEndsEarly)
 {
     const struct {
@@ -76,29 +76,26 @@ TEST_F(CInterface, SaysWhyADocumentEndsEarly)
          "bytes that are not UTF-8; if the document is in another encoding, its first line must "
          "say so"},
         {"<?xml version='1.0' encoding='klingon'?><any/>", 1, "the encoding klingon is not known"},
+        {"<?xml version='1.0' encoding='UTF-16'?><any/>", 1,
+         "bytes that are not in the encoding that the document declares"},
+        {"<?xml version='1.0' encoding='EUC-JP'?>\n<any>\xFF\xFF</any>", 2,
+         "bytes that are not in the encoding that the document declares"},
         {"\n<?xml version='1.0'?><any/>", 2, "an <?xml that is not at the very start"},
         {"<any><!-- a -- b --></any>", 1, "a -- in a comment"},
         {"<any><!-- a", 1, "a comment without its end, -->"},
         {"<any>]]></any>", 1, "Sequence ']]>' not allowed in content"},
     };
+    testing::internal::CaptureStderr();
     for (const auto& row : rows) {
         EXPECT_EQ(0, parse(row.document)) << row.document;
         EXPECT_EQ(row.message, message) << row.document;
         EXPECT_EQ(row.line, line) << row.document;
     }
+    EXPECT_EQ("", testing::internal::GetCapturedStderr());
     EXPECT_EQ(0,
               parse("<any>" + std::string(2000, '\n') + "<clear/>" + std::string(2000, ' ') + "&"));
     EXPECT_EQ(2001U, line);
     EXPECT_TRUE(sameBytes("\f", bytes));
-}
-
-std::string repeated(const std::string& text, int count)
-{
-    std::string result;
-    for (int i = 0; i < count; ++i) {
-        result += text;
-    }
-    return result;
 }
 
 // catches: a limit taken for damage, damage before a limit taken for the limit, the line of a limit
@@ -136,7 +133,7 @@ TEST_F(CInterface, TellsLimitsFromDamage)
     EXPECT_EQ(4U, line);
 }
 
-// catches: a text that memory ran out for lost without a word (see also test_engine_memory)
+// catches: a null pointer that is read, bytes or the message of an earlier document
 TEST_F(CInterface, TakesWhatCallersGive)
 {
     const unsigned char* data = nullptr;
