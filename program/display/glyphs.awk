@@ -1,8 +1,7 @@
-# Makes the rows of Glyphs.cpp from unifont.hex, for the glyphs that are one cell wide: 8 x 16 dots.
-BEGIN { FS = ":" }
-length($2) == 32 {
-    rows = ""
-    for (i = 1; i <= 32; i += 2)
-        rows = rows (i == 1 ? "" : ",") "0x" substr($2, i, 2)
-    printf "{0x%s,{%s}},\n", $1, rows
-}
+# Makes the rows of Glyphs.cpp from a font in BDF, in which every glyph must be 8 x 13 dots.
+$1 == "ENCODING" { character = $2 }
+$1 == "BBX" && ($2 != 8 || $3 != 13) { bad = 1; exit 1 }
+$1 == "BITMAP" { rows = ""; next }
+$1 == "ENDCHAR" { printf "{%d,{%s}},\n", character, substr(rows, 2) }
+/^[0-9A-F][0-9A-F]$/ { rows = rows ",0x" $1; count++ }
+END { if (bad || count == 0) { print "no font of 8 x 13 dots" > "/dev/stderr"; exit 1 } }

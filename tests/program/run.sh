@@ -143,24 +143,24 @@ taken '' '\001' '<\033@a' '<a\037' '' '1b40' '<a/>'
         "$program" preview --raw --columns 2 --svg - | grep '^<path\|^<use\|^<svg x\|^<anim'
 } | sed 's/^<defs><path id="c" d="[^"]*"/<defs><path id="c"/' >"$work/out"
 gives pictures <<'END'
-<svg xmlns="http://www.w3.org/2000/svg" width="112" height="144" viewBox="0 0 28 36" role="img" aria-labelledby="t s">
+<svg xmlns="http://www.w3.org/2000/svg" width="112" height="132" viewBox="0 0 28 33" role="img" aria-labelledby="t s">
 <title id="t">Customer display, 1 x 1</title>
 <desc id="s">.
 Marquee: .-</desc>
 <defs>
 <linearGradient id="b" x2="0" y2="1"><stop stop-color="#3a3f44"/><stop offset="1" stop-color="#17191c"/></linearGradient>
 <linearGradient id="g" x2="0" y2="1"><stop stop-color="#061212"/><stop offset="1" stop-color="#020809"/></linearGradient>
-<filter id="f" filterUnits="userSpaceOnUse" x="0" y="0" width="28" height="36" color-interpolation-filters="sRGB"><feGaussianBlur stdDeviation="1.2"/><feComponentTransfer><feFuncA type="linear" slope="0.55"/></feComponentTransfer><feMerge><feMergeNode/><feMergeNode in="SourceGraphic"/></feMerge></filter>
-<path id="d0" d="M3 12h0m1 0h0M3 13h0m1 0h0"/>
-<path id="d1" d="M2 9h0m1 0h0m1 0h0m1 0h0"/>
+<filter id="f" filterUnits="userSpaceOnUse" x="0" y="0" width="28" height="33" color-interpolation-filters="sRGB"><feGaussianBlur stdDeviation="1.2"/><feComponentTransfer><feFuncA type="linear" slope="0.55"/></feComponentTransfer><feMerge><feMergeNode/><feMergeNode in="SourceGraphic"/></feMerge></filter>
+<path id="d0" d="M3 9h0M2 10h0m1 0h0m1 0h0M3 11h0"/>
+<path id="d1" d="M1 6h0m1 0h0m1 0h0m1 0h0m1 0h0"/>
 </defs>
-<rect x="0" y="0" width="28" height="36" rx="4.5" fill="url(#b)"/>
-<rect x="4" y="4" width="20" height="28" rx="2" fill="url(#g)"/>
+<rect x="0" y="0" width="28" height="33" rx="4.5" fill="url(#b)"/>
+<rect x="4" y="4" width="20" height="25" rx="2" fill="url(#g)"/>
 <g transform="translate(.5 .5)" stroke-linecap="round" stroke-width="0.9">
 <defs><path id="c"/><g id="l"><use href="#c" x="0"/></g></defs>
 <g stroke="#0c2021"><use href="#l" x="10" y="10"/></g>
 <g filter="url(#f)" stroke="#6cffe2" opacity="1">
-<svg x="9.5" y="9.5" width="8" height="16"><g transform="translate(.5 .5)">
+<svg x="9.5" y="9.5" width="8" height="13"><g transform="translate(.5 .5)">
 <g><animateTransform attributeName="transform" type="translate" values="0;-9;-18" keyTimes="0;0.2;0.4" calcMode="discrete" dur="0.5s" repeatCount="2"/>
 <use href="#d0" x="0" y="0"/>
 <use href="#d1" x="9" y="0"/>
@@ -169,13 +169,13 @@ Marquee: .-</desc>
 </g>
 </g>
 </svg>
-<svg xmlns="http://www.w3.org/2000/svg" width="148" height="220" viewBox="0 0 37 55" role="img" aria-labelledby="t s">
-<path id="d0" d="M3 12h0m1 0h0M3 13h0m1 0h0"/>
-<path id="d1" d="M0 15h0m1 0h0m1 0h0m1 0h0m1 0h0m1 0h0m1 0h0m1 0h0"/>
-<path id="d2" d="M2 9h0m1 0h0m1 0h0m1 0h0"/>
+<svg xmlns="http://www.w3.org/2000/svg" width="148" height="196" viewBox="0 0 37 49" role="img" aria-labelledby="t s">
+<path id="d0" d="M3 9h0M2 10h0m1 0h0m1 0h0M3 11h0"/>
+<path id="d1" d="M0 12h0m1 0h0m1 0h0m1 0h0m1 0h0m1 0h0m1 0h0m1 0h0"/>
+<path id="d2" d="M1 6h0m1 0h0m1 0h0m1 0h0m1 0h0"/>
 <use href="#d0" x="10" y="10"/>
 <use href="#d1" x="19" y="10"/>
-<svg x="9.5" y="28.5" width="17" height="16"><g transform="translate(.5 .5)">
+<svg x="9.5" y="25.5" width="17" height="13"><g transform="translate(.5 .5)">
 <use href="#d0" x="0" y="0"><animate attributeName="visibility" values="visible;hidden" keyTimes="0;0.15385" calcMode="discrete" dur="0.26s" repeatCount="indefinite"/></use>
 <use href="#d2" x="9" y="0"><animate attributeName="visibility" values="hidden;visible;hidden" keyTimes="0;0.07692;0.15385" calcMode="discrete" dur="0.26s" repeatCount="indefinite"/></use>
 <use href="#d0" x="0" y="0" visibility="hidden"><animate attributeName="visibility" values="hidden;visible" keyTimes="0;0.15385" calcMode="discrete" dur="0.26s" repeatCount="indefinite"/></use>

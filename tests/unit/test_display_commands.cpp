@@ -140,16 +140,16 @@ std::vector<std::uint32_t> pixelsOf(std::string_view png)
 // The middles of lit dots are bright, and nothing else.
 void expectLitDots(const Screen& screen)
 {
-    const int width = 19 + 9 * screen.size.columns, height = 17 + 19 * screen.size.lines;
+    const int width = 19 + 9 * screen.size.columns, height = 17 + 16 * screen.size.lines;
     const std::vector<std::uint32_t> pixels = pixelsOf(drawPng(screen));
     ASSERT_EQ(36 * width * height, std::ssize(pixels));
     for (int i = 0; i < width * height; ++i) {
         const int x = i % width - 10, y = i / width - 10;
         bool lit = false;
-        if (x >= 0 && x < width - 20 && x % 9 < 8 && y >= 0 && y < height - 20 && y % 19 < 16) {
-            const Cell& cell = screen.cell(x / 9, y / 19);
-            const bool cursor = screen.cursor == Position{x / 9, y / 19} && y % 19 == 15;
-            lit = isLit(glyph(cell.character), x % 9, y % 19) != (cell.reverse != cursor);
+        if (x >= 0 && x < width - 20 && x % 9 < 8 && y >= 0 && y < height - 20 && y % 16 < 13) {
+            const Cell& cell = screen.cell(x / 9, y / 16);
+            const bool cursor = screen.cursor == Position{x / 9, y / 16} && y % 16 == 12;
+            lit = isLit(glyph(cell.character), x % 9, y % 16) != (cell.reverse != cursor);
         }
         const auto middle =
             static_cast<std::size_t>(6 * (6 * (y + 10) + 3) * width + 6 * (x + 10) + 3);
