@@ -67,9 +67,10 @@ std::string numberFault(const AttributeRow& row, const std::string& value)
     if (digits && number >= row.least && number <= most(row.kind)) {
         return "";
     }
-    const std::string from = std::to_string(row.least);
-    return "is no number from " + from + " to " + std::to_string(most(row.kind)) +
-           " and counts as " + std::to_string(sent(row, number));
+    const int counted = sent(row, number);
+    return "is no number from " + std::to_string(row.least) + " to " +
+           std::to_string(most(row.kind)) + " and counts as " + std::to_string(counted) +
+           (counted == 0 && !row.otherwise.empty() ? ", which " + std::string(row.otherwise) : "");
 }
 
 bool isLanguage(std::string_view value)

@@ -8,6 +8,7 @@
 #include "program/lint/Schema.h"
 #include "program/stream/CommandStream.h"
 #include "program/stream/Rendering.h"
+#include "program/text/CharacterText.h"
 
 #include <algorithm>
 #include <memory>
@@ -119,11 +120,14 @@ void lintElements(std::vector<CarriedElement>& elements, ByteSpan stream, xmlDoc
         // A line break has its finding as a character.
         const bool judged =
             findings.size() != before || element.text.find_first_of("\t\r\n") != std::string::npos;
-        const bool inRoot = element.node->parent == elements.front().node;
-        if (!judged && inRoot && !schema.allows(element.node)) {
-            findings.push_back(
-                {element.line, Rule::schema,
-                 "the schema does not allow <" + element.name + "> as it is written"});
+        const xmlNode* const root = elements.front().node;
+        // In the namespace of a root that has one, the schema allows nothing.
+        const bool comparable = element.node->parent == root && root->ns == nullptr;
+        const std::string fault = judged || !comparable ? "" : schema.fault(element.node);
+        if (!fault.empty()) {
+            findings.push_back({element.line, Rule::schema,
+                                "the schema does not allow <" + element.name +
+                                    "> as it is written: " + printable(fault)});
         }
     }
     lintLayout(elements, stream, tables, display, KestrixDispEngine::getUCHandle(), findings);

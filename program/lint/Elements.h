@@ -25,8 +25,8 @@ struct AttributeRow {
     ValueKind kind;
     bool needed = false;  // without it the element does nothing
     int least = 0;
-    std::string_view choices = {};  // with ", " between them
-    std::string_view otherwise = {};
+    std::string_view choices = {};    // with ", " between them
+    std::string_view otherwise = {};  // what another choice, or the number 0, does
 };
 
 inline constexpr std::string_view kYesNo = "true, false, 1, 0";
@@ -41,7 +41,8 @@ inline constexpr AttributeRow kAttributes[] = {
     {"marquee", "uwait", ValueKind::word, true},
     {"marquee", "rwait", ValueKind::word, true},
     {"marquee", "repeat", ValueKind::number},
-    {"window", "number", ValueKind::number, true, 1},
+    {"window", "number", ValueKind::number, true, 1, "",
+     "does nothing; <command>1A4300</command> selects the whole display"},
     {"window", "x", ValueKind::number},
     {"window", "y", ValueKind::number},
     {"window", "width", ValueKind::number, false, 1},

@@ -7,6 +7,7 @@
 #include "program/text/Counted.h"
 
 #include <unicode/normalizer2.h>
+#include <unicode/uchar.h>
 #include <unicode/unistr.h>
 
 #include <algorithm>
@@ -139,15 +140,21 @@ private:
     void tell(const CarriedElement& element, const SentCluster& cluster, bool missing,
               const std::string& shownAs, std::set<std::string>& told)
     {
+        constexpr char32_t dottedCircle = 0x25CC;  // carries a mark without a base
         const char32_t first = cluster.characters.front().codePoint.value_or(0xFFFD);
         const bool isBreak = first < 0x20;
         std::string what = isBreak ? "a line break or TAB" : "\"";
+        if (u_getCombiningClass(static_cast<UChar32>(first)) != 0) {
+            appendCharacter(what, dottedCircle);
+        }
         std::string codes;
         for (const SourceCharacter& character : cluster.characters) {
             if (!isBreak) {
-                appendCharacter(what, character.codePoint.value_or(0xFFFD));
-                codes += (codes.empty() ? "" : " ") +
-                         codePointText(character.codePoint.value_or(0xFFFD));
+                const char32_t codePoint = character.codePoint.value_or(0xFFFD);
+                appendCharacter(what, codePoint);
+                codes += (codes.empty() ? "" : " ") + (isPrintable(codePoint)
+                                                           ? codePointText(codePoint)
+                                                           : describedCharacter(codePoint));
             }
         }
         what += isBreak ? "" : "\" (" + codes + ")";

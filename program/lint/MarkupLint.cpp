@@ -56,6 +56,10 @@ public:
         if (isRoot && m_element.name != kRoot) {
             add(Rule::schema,
                 "the root element is <" + m_element.name + ">, not <" + std::string(kRoot) + ">");
+        } else if (isRoot && m_element.node->ns != nullptr) {
+            add(Rule::schema, "the root element is in the namespace " +
+                                  quoted(asText(m_element.node->ns->href)) +
+                                  "; display documents have none");
         }
         if (!isRoot && std::ranges::find(kElements, m_element.name) == std::end(kElements)) {
             add(Rule::unknownElement, "<" + m_element.name + "> is no element" +
@@ -123,10 +127,15 @@ private:
             add(Rule::missingAttribute,
                 "<" + m_element.name + "> without " + missing + " does nothing");
         }
-        for (const auto& [name, value] : m_element.attributes) {
+        for (const xmlAttr* attribute = m_element.node->properties; attribute != nullptr;
+             attribute = attribute->next) {
+            const std::string name = asText(attribute->name);
+            const bool hasPrefix = attribute->ns != nullptr && attribute->ns->prefix != nullptr;
             if (std::ranges::find(names, name) == names.end()) {
-                add(Rule::unknownAttribute, "<" + m_element.name + "> has no attribute " + name +
-                                                suggestion(nearest(name, names)));
+                add(Rule::unknownAttribute,
+                    "<" + m_element.name + "> has no attribute " +
+                        (hasPrefix ? std::string(asText(attribute->ns->prefix)) + ":" : "") + name +
+                        suggestion(nearest(name, names)));
             }
         }
     }

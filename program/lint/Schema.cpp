@@ -3,14 +3,21 @@
 #include "program/lint/Elements.h"
 
 #include <new>
-#include <string>
 #include <string_view>
 
 namespace {
 
 #include "schema.inc"
 
-void ignore(void*, xmlErrorPtr) {}
+// Keeps the first message of a validation, which is the nearest to the cause.
+void keepFirst(void* text, xmlErrorPtr error)
+{
+    auto& first = *static_cast<std::string*>(text);
+    if (first.empty() && error->message != nullptr) {
+        first = error->message;
+        first.erase(first.find_last_not_of('\n') + 1);
+    }
+}
 
 }  // namespace
 
@@ -25,7 +32,7 @@ Schema::Schema()
     }
 }
 
-bool Schema::allows(xmlNode* element) const
+std::string Schema::fault(xmlNode* element) const
 {
     const std::unique_ptr<xmlDoc, void (*)(xmlDoc*)> document(xmlNewDoc(nullptr), xmlFreeDoc);
     const std::unique_ptr<xmlRelaxNGValidCtxt, void (*)(xmlRelaxNGValidCtxt*)> validation(
@@ -41,6 +48,8 @@ bool Schema::allows(xmlNode* element) const
     if (parent == nullptr || copy == nullptr || xmlAddChild(parent, copy) == nullptr) {
         throw std::bad_alloc();
     }
-    xmlRelaxNGSetValidStructuredErrors(validation.get(), ignore, nullptr);
-    return xmlRelaxNGValidateDoc(validation.get(), document.get()) == 0;
+    std::string message;
+    xmlRelaxNGSetValidStructuredErrors(validation.get(), keepFirst, &message);
+    const bool valid = xmlRelaxNGValidateDoc(validation.get(), document.get()) == 0;
+    return valid ? "" : message.empty() ? "invalid" : message;
 }

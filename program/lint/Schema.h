@@ -2,6 +2,7 @@
 #pragma once
 
 #include <memory>
+#include <string>
 
 #include <libxml/relaxng.h>
 
@@ -10,8 +11,9 @@ public:
     // Throws std::bad_alloc.
     Schema();
 
-    // Whether a document with this element alone in its root is valid.
-    bool allows(xmlNode* element) const;
+    // What makes a document with this element alone in its root invalid, in the words of the XML
+    // library; "" if it is valid.
+    std::string fault(xmlNode* element) const;
 
 private:
     struct Free {

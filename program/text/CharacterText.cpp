@@ -6,14 +6,17 @@
 #include <algorithm>
 #include <cstdio>
 
+bool isPrintable(char32_t character)
+{
+    constexpr char32_t kSoftHyphen = 0xAD;  // a format character, but harmless
+    // u_isprint is false for values above U+10FFFF too.
+    return u_isprint(static_cast<UChar32>(character)) != 0 || character == kSoftHyphen;
+}
+
 void appendCharacter(std::string& text, char32_t character)
 {
     constexpr UChar32 kReplacement = 0xFFFD;
-    UChar32 shown = static_cast<UChar32>(character);
-    constexpr UChar32 kSoftHyphen = 0xAD;             // a format character, but harmless
-    if (!u_isprint(shown) && shown != kSoftHyphen) {  // false for values above U+10FFFF too
-        shown = kReplacement;
-    }
+    const UChar32 shown = isPrintable(character) ? static_cast<UChar32>(character) : kReplacement;
     char bytes[U8_MAX_LENGTH];
     int32_t length = 0;
     U8_APPEND_UNSAFE(bytes, length, shown);

@@ -7,6 +7,9 @@
 // would act on a terminal, and code points that are no characters.
 void appendCharacter(std::string& text, char32_t character);
 
+// False for what appendCharacter replaces by U+FFFD.
+bool isPrintable(char32_t character);
+
 // A text in UTF-8, such as the name of a file, with "?" for each control character of ASCII.
 std::string printable(std::string text);
 
