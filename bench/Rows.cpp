@@ -336,9 +336,9 @@ std::vector<Row> makeRows()
                   {{40, 0.35}, {4096, 0.35}, {1048576, 0.35}}, true);
     addIconv(rows, "ASCII", kAscii);
     addIconv(rows, "Western accents", kWestern);
-    addDocument(rows, 200, 1.15);
-    addDocument(rows, 4096, 1.2);
-    addDocument(rows, 1048576, 1.2);
+    addDocument(rows, 200, 1.3);
+    addDocument(rows, 4096, 1.25);
+    addDocument(rows, 1048576, 1.25);
     addBlockSizes(rows);
     addLengthQuery(rows);
     addManyTables(rows);
