@@ -439,14 +439,17 @@ std::string tableLines(const ProfilePlan& plan)
     return text;
 }
 
-// How many of the letters of languages the display shows.
-std::string languageLines(const ProfilePlan& plan, const std::vector<std::string>& languages)
+// How much of the writing of languages the display shows: some characters as themselves, and all
+// that have a byte so that they can be read.
+std::string languageLines(const std::vector<std::string>& languages,
+                          const std::set<char32_t>& asThemselves, const std::set<char32_t>& all)
 {
-    const std::set<char32_t> shown = plan.characters();
     std::string text;
     for (const std::string& language : languages) {
         text += reportLanguage(language, [&](char32_t character) {
-            return shown.contains(character) ? Showing::exactly : Showing::missing;
+            return asThemselves.contains(character) ? Showing::exactly
+                   : all.contains(character)        ? Showing::readably
+                                                    : Showing::missing;
         });
     }
     return text;
@@ -464,6 +467,8 @@ int makeProfile(const Options& options)
     }
     Notes notes;
     ProfilePlan plan = planProfile(options, notes);
+    const std::set<char32_t> asThemselves = plan.characters();
+    const std::set<char32_t> all = plan.characters();
     std::error_code ignored;
     const fs::path absolute = fs::absolute(folder, ignored).lexically_normal();
     OutsideFile idFile;
@@ -479,8 +484,8 @@ int makeProfile(const Options& options)
         checkName("--id", options.id);
         idFile = {fs::path(folder).parent_path() / (options.id + ".txt"), idFileText(plan.path)};
     }
-    const std::string languages = languageLines(plan, options.languages);
-    writeProfileFolder(folder, profileFiles(plan, database(options, plan.characters())), idFile);
+    const std::string languages = languageLines(options.languages, asThemselves, all);
+    writeProfileFolder(folder, profileFiles(plan, database(options, all)), idFile);
 
     for (const std::string& note : notes) {
         std::cerr << "kestrix-disp: " << note << '\n';
