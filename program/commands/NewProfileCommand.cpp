@@ -143,10 +143,11 @@ std::string fileName(std::string source, int parameter, std::set<std::string>& u
 // Whether a name can only be meant as that of a file.
 bool looksLikeFile(const std::string& name)
 {
+    std::error_code ignored;
     const std::string extension = fs::path(name).extension().string();
     return name.find('/') != std::string::npos ||
            (extension.size() > 1 && std::isdigit(static_cast<unsigned char>(extension[1])) == 0) ||
-           fs::exists(name);
+           fs::exists(name, ignored);
 }
 
 CharacterOfByte readTable(const Assignment& table, Notes& notes)

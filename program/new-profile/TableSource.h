@@ -22,7 +22,7 @@ std::string codePageList();
 
 // The number in a name: 437 of "ibm-437" and "CP437.TXT", 1252 of "windows-1252", 28592 of
 // "ISO-8859-2", as Windows counts these. Else, and if ICU has the name, the number in one of its
-// other names. Nothing without one.
+// other names, such as 20866 of "KOI8-R". Nothing without one.
 std::optional<int> codePageNumber(const std::string& name);
 
 struct TableText {
