@@ -43,6 +43,18 @@ std::vector<std::string> aliases(const char* name)
     return result;
 }
 
+// ICU's name for a code page, "" if it has none. Manuals often give a number alone; there 1252 is
+// that of Windows.
+std::string nameInICU(const std::string& name)
+{
+    for (const char* const prefix : {"", "windows-", "ibm-"}) {
+        if (!aliases((prefix + name).c_str()).empty()) {
+            return prefix + name;
+        }
+    }
+    return "";
+}
+
 icu::LocalUConverterPointer open(const char* name)
 {
     UErrorCode status = U_ZERO_ERROR;
@@ -54,6 +66,18 @@ icu::LocalUConverterPointer open(const char* name)
                                  u_errorName(status));
     }
     return converter;
+}
+
+// The byte that a code page uses for a character.
+std::optional<unsigned> byteOf(char32_t character, const icu::LocalUConverterPointer& converter)
+{
+    char byte = 0;
+    const UChar in = static_cast<UChar>(character);
+    UErrorCode status = U_ZERO_ERROR;
+    const int32_t length = ucnv_fromUChars(converter.getAlias(), &byte, 1, &in, 1, &status);
+    return U_SUCCESS(status) && length == 1
+               ? std::optional(unsigned{static_cast<unsigned char>(byte)})
+               : std::nullopt;
 }
 
 // The names of each single-byte code page of ICU, the usual one first. ICU lists pages that differ
@@ -179,12 +203,12 @@ std::optional<std::uint32_t> readHex(std::string_view text,
 
 bool isCodePage(const std::string& name)
 {
-    return !aliases(name.c_str()).empty();
+    return !nameInICU(name).empty();
 }
 
 CharacterOfByte readCodePage(const std::string& name)
 {
-    const icu::LocalUConverterPointer converter = open(name.c_str());
+    const icu::LocalUConverterPointer converter = open(nameInICU(name).c_str());
     if (ucnv_getMaxCharSize(converter.getAlias()) != 1) {
         throw UsageError("the code page " + name +
                          " has characters of several bytes; a table of a display has one byte for "
@@ -199,6 +223,13 @@ CharacterOfByte readCodePage(const std::string& name)
             ucnv_toUChars(converter.getAlias(), out, std::size(out), &in, 1, &result);
         if ((U_SUCCESS(result) != 0) && length == 1 && canBeShown(out[0])) {
             table[byte] = out[0];
+        }
+    }
+    for (unsigned byte = kFirstText; byte < table.size(); ++byte) {
+        const std::optional<unsigned> used =
+            table[byte] ? byteOf(*table[byte], converter) : std::nullopt;
+        if (used && *used != byte && table[*used] == table[byte]) {
+            table[byte].reset();
         }
     }
     return table;

@@ -7,11 +7,11 @@
 #include <string_view>
 #include <vector>
 
-// Whether ICU has a code page of this name, or by this alias.
+// Whether ICU has a code page of this name, by this alias, or with this number.
 bool isCodePage(const std::string& name);
 
-// The characters of a code page at the bytes from 20 on, without control characters. Throws
-// UsageError for a code page of several bytes a character.
+// The characters of a code page at the bytes from 20 on, without control characters, and each at
+// one byte only. Throws UsageError for a code page of several bytes a character.
 CharacterOfByte readCodePage(const std::string& name);
 
 // The names of code pages that are most like this one, as a list for a message.
