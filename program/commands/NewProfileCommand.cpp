@@ -595,7 +595,7 @@ Command newProfileCommand(CLI::App& program)
     arguments->add_option("--id", options->id, "Also writes the ID file NAME.txt, beside DIR")
         ->type_name("NAME");
     repeated("--languages", options->languages,
-             "Says how much of the writing of these languages the display shows", "de,pl,...")
+             "Says how much of the writing of these languages the display shows", "LANGUAGE,...")
         ->delimiter(',');
     CLI::Option* const list = arguments->add_flag(
         "--list", options->list, "Lists the code pages that ICU has, and does nothing else");
