@@ -74,7 +74,7 @@ void explain(DocumentRun& run, const ReaderErrors& errors)
 {
     // A damage before the place where a limit has cut the document came first.
     const bool limited = run.end != DocumentEnd::wellFormed && run.end != DocumentEnd::damaged;
-    if (limited && !errors.reason().empty() && !errors.isAtEnd()) {
+    if (limited && errors.isEnd() && !errors.isAtEnd()) {
         run.end = DocumentEnd::damaged;
     }
     // A reader without memory for a message has none.

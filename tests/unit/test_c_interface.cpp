@@ -98,12 +98,17 @@ TEST_F(CInterface, SaysWhyADocumentEndsEarly)
     EXPECT_TRUE(sameBytes("\f", bytes));
 }
 
-// catches: a limit taken for damage, damage before a limit taken for the limit, the line of a limit
+// catches: a limit taken for damage, damage before a limit taken for the limit, the line of a
+// limit, a full dictionary of names taken for exhausted memory
 TEST_F(CInterface, TellsLimitsFromDamage)
 {
     std::string tag = "<b";
     for (int i = 0; i < 5000; ++i) {
         tag += " a" + std::to_string(i) + "=''";
+    }
+    std::string names;
+    for (int i = 100000; i < 130000; ++i) {
+        names += "<c" + std::to_string(i) + std::string(40, 'y') + "/>";
     }
     const std::string tooLong = "a text, comment, tag or value of more than 10 MB";
     for (const char* encoding : {"UTF-8", "ISO-8859-1"}) {
@@ -115,6 +120,10 @@ TEST_F(CInterface, TellsLimitsFromDamage)
             {start + "<b c='" + std::string(1100000, 'x') + "'/></any>", 3,
              "a tag has more than 1048576 bytes"},
             {start + repeated("<b>", 300), 3, "more than 256 elements inside each other"},
+            {start + "<x:b>" + names + "</x:b></any>", 3,
+             "the names that differ have more than 1048576 bytes"},
+            {start + "&" + names + "</any>", 3, "an & that begins no entity; write &amp;"},
+            {start + names.substr(0, 1000000), 3, "the end tag of <any> of line 2 is missing"},
             {start + std::string(11000000, 'x') + "</any>", 3, tooLong},
             {start + "<!--" + std::string(11000000, 'x') + "--></any>", 3, tooLong},
         };
@@ -124,6 +133,13 @@ TEST_F(CInterface, TellsLimitsFromDamage)
             EXPECT_EQ(expectedLine, line) << expected;
         }
     }
+    std::string defaults;
+    for (int i = 0; i < 65; ++i) {
+        defaults += " a" + std::to_string(i) + " CDATA ''";
+    }
+    EXPECT_EQ(0, parse("<!DOCTYPE any [<!ATTLIST any" + defaults + ">]><x:any/>"));
+    EXPECT_EQ("the document type declares more than 64 attributes with default values", message);
+    EXPECT_EQ(1U, line);
     std::string namespaces = "<any>\n<clear/>\n<b";
     for (int i = 0; i < 4000; ++i) {
         namespaces += " xmlns:a" + std::to_string(i) + "='u'";
