@@ -93,7 +93,7 @@ void explain(DocumentRun& run, const ReaderErrors& errors)
 
 }  // namespace
 
-DocumentRun runDocument(KestrixDispEngine& engine, const std::string& data,
+DocumentRun runDocument(KestrixDispEngine& engine, std::string_view data,
                         const std::string& devInfo, const std::string& setting,
                         ElementListener* listener)
 {
@@ -110,7 +110,7 @@ DocumentRun runDocument(KestrixDispEngine& engine, const std::string& data,
     return run;
 }
 
-DocumentRun explainedRun(KestrixDispEngine& engine, const std::string& data,
+DocumentRun explainedRun(KestrixDispEngine& engine, std::string_view data,
                          const std::string& devInfo, const std::string& setting,
                          ElementListener* listener) noexcept
 {

@@ -7,6 +7,7 @@
 #include <gtest/gtest.h>
 
 #include <chrono>
+#include <cstdint>
 #include <cstdlib>
 #include <cstring>
 #include <memory>
@@ -149,7 +150,8 @@ TEST_F(CInterface, TellsLimitsFromDamage)
     EXPECT_EQ(4U, line);
 }
 
-// catches: a null pointer that is read, bytes or the message of an earlier document
+// catches: a null pointer that is read, bytes or the message of an earlier document, an exception
+// for a length that is none
 TEST_F(CInterface, TakesWhatCallersGive)
 {
     const unsigned char* data = nullptr;
@@ -172,6 +174,11 @@ TEST_F(CInterface, TakesWhatCallersGive)
     EXPECT_EQ(-200, parse("<any>", "missing"));
     EXPECT_EQ("- ", bytes + message + " ");
     EXPECT_EQ(-20, parse("<any/>", ""));
+    EXPECT_EQ(0, parse("<any>"));
+    EXPECT_EQ(-20, kestrix_disp_parse(d, nullptr, 0, "DEVICE", noSetting, &data, &length));
+    EXPECT_EQ(nullptr, kestrix_disp_message(d, &line));
+    EXPECT_EQ(0, kestrix_disp_parse(d, "", SIZE_MAX, "DEVICE", noSetting, &data, &length));
+    EXPECT_STREQ("the document has more than 2147483647 bytes", kestrix_disp_message(d, &line));
     EXPECT_EQ(0, parse(std::string("<any>\0<clear/></any>", 20)));
     EXPECT_EQ("a character that XML does not allow", message);
     EXPECT_STREQ("the device information file is missing", kestrix_disp_status_text(-200));
