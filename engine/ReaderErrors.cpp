@@ -48,6 +48,8 @@ constexpr Wording kWordings[] = {
     {XML_ERR_HYPHEN_IN_COMMENT, "", "a -- in a comment"},
     {XML_ERR_COMMENT_NOT_FINISHED, "", "a comment without its end, -->"},
     {XML_ERR_DOCUMENT_EMPTY, "", "a document must begin with <"},
+    {XML_ERR_INTERNAL_ERROR, "internal error: detected an error in element content",
+     "a <! that begins no comment"},
     {XML_ERR_INTERNAL_ERROR, "Excessive depth", "more than $n elements inside each other"},
     {XML_ERR_INTERNAL_ERROR, "internal error: Huge input", kTooLong},
     {XML_ERR_NO_MEMORY, "xmlSAX2Characters: huge text node", kTooLong},

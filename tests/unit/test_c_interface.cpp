@@ -84,6 +84,7 @@ TEST_F(CInterface, SaysWhyADocumentEndsEarly)
         {"\n<?xml version='1.0'?><any/>", 2, "an <?xml that is not at the very start"},
         {"<any><!-- a -- b --></any>", 1, "a -- in a comment"},
         {"<any><!-- a", 1, "a comment without its end, -->"},
+        {"<any>\n<!- a -->\n</any>", 2, "a <! that begins no comment"},
         {"<any>]]></any>", 1, "Sequence ']]>' not allowed in content"},
     };
     testing::internal::CaptureStderr();
