@@ -74,7 +74,7 @@ void explain(DocumentRun& run, const ReaderErrors& errors)
 {
     // A damage before the place where a limit has cut the document came first.
     const bool limited = run.end != DocumentEnd::wellFormed && run.end != DocumentEnd::damaged;
-    if (limited && !errors.reason().empty() && !errors.isAtEnd()) {
+    if (limited && errors.isEnd() && !errors.isAtEnd()) {
         run.end = DocumentEnd::damaged;
     }
     // A reader without memory for a message has none.
@@ -93,7 +93,7 @@ void explain(DocumentRun& run, const ReaderErrors& errors)
 
 }  // namespace
 
-DocumentRun runDocument(KestrixDispEngine& engine, const std::string& data,
+DocumentRun runDocument(KestrixDispEngine& engine, std::string_view data,
                         const std::string& devInfo, const std::string& setting,
                         ElementListener* listener)
 {
@@ -110,7 +110,7 @@ DocumentRun runDocument(KestrixDispEngine& engine, const std::string& data,
     return run;
 }
 
-DocumentRun explainedRun(KestrixDispEngine& engine, const std::string& data,
+DocumentRun explainedRun(KestrixDispEngine& engine, std::string_view data,
                          const std::string& devInfo, const std::string& setting,
                          ElementListener* listener) noexcept
 {

@@ -4,6 +4,7 @@
 #include "engine/DocumentWalk.h"
 
 #include <string>
+#include <string_view>
 
 struct DocumentRun {
     // Negative if the converter handle could not be opened, and then nothing has been read.
@@ -23,7 +24,7 @@ struct DocumentRun {
 // listener  told of each element; may be null
 //
 // Throws what parsers throw, and std::bad_alloc.
-DocumentRun runDocument(KestrixDispEngine& engine, const std::string& data,
+DocumentRun runDocument(KestrixDispEngine& engine, std::string_view data,
                         const std::string& devInfo, const std::string& setting,
                         ElementListener* listener = nullptr);
 
@@ -31,6 +32,6 @@ DocumentRun runDocument(KestrixDispEngine& engine, const std::string& data,
 // memory runs out, also in the converter or the XML library, the end is DocumentEnd::outOfMemory,
 // and the bytes are those of a part of the document. What a parser or listener throws counts as
 // that, too.
-DocumentRun explainedRun(KestrixDispEngine& engine, const std::string& data,
+DocumentRun explainedRun(KestrixDispEngine& engine, std::string_view data,
                          const std::string& devInfo, const std::string& setting,
                          ElementListener* listener = nullptr) noexcept;

@@ -61,7 +61,7 @@ private:
 
 }  // namespace
 
-DocumentSource::DocumentSource(const std::string& data)
+DocumentSource::DocumentSource(std::string_view data)
 {
     const PlainDefaults defaults;
     const ReadablePart part = readablePart(data);

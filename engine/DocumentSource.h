@@ -5,7 +5,7 @@
 #include "engine/MarkupLimits.h"
 
 #include <memory>
-#include <string>
+#include <string_view>
 
 #include <libxml/xmlreader.h>
 
@@ -20,7 +20,7 @@ public:
     static constexpr unsigned int kLargestDictionary = 1048576;
 
     // Refers to data.
-    explicit DocumentSource(const std::string& data);
+    explicit DocumentSource(std::string_view data);
     DocumentSource(const DocumentSource&) = delete;
     DocumentSource& operator=(const DocumentSource&) = delete;
 

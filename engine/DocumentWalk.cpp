@@ -245,7 +245,7 @@ void storeAttributes(xmlTextReader* reader, AttributeMap& attributes)
     }
 }
 
-DocumentEnd walkDocument(const std::string& data, const ParserMap& beginParsers,
+DocumentEnd walkDocument(std::string_view data, const ParserMap& beginParsers,
                          const ParserMap& endParsers, OutputVector& out, ElementListener* listener,
                          unsigned long& line)
 {

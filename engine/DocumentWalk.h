@@ -4,7 +4,7 @@
 #include "engine/KestrixDispEngine.h"
 #include "engine/MarkupLimits.h"
 
-#include <string>
+#include <string_view>
 
 #include <libxml/xmlreader.h>
 
@@ -46,6 +46,6 @@ public:
 // A parser may change the maps while its document runs: they are asked at each tag.
 //
 // May throw what parsers throw, and std::bad_alloc.
-DocumentEnd walkDocument(const std::string& data, const ParserMap& beginParsers,
+DocumentEnd walkDocument(std::string_view data, const ParserMap& beginParsers,
                          const ParserMap& endParsers, OutputVector& out, ElementListener* listener,
                          unsigned long& line);

@@ -75,8 +75,9 @@ public:
     //          INT_MAX. Of a malformed document the bytes up to the error. Where memory runs out
     //          the result may be empty, end early, or lack a text; commands are whole all the same
     //
-    // Every document starts in the language "en". One thing outlives a document: the handle's
-    // current code table, which the next text on the handle need not select again.
+    // Every document starts in the language "en". One thing outlives a document: the code table
+    // that the handle selected last. A character that several tables have is taken from that one.
+    // Each text selects its table itself.
     std::string parse(std::string data, std::string devInfo, std::string setting) noexcept;
 
     // Whether funcMap holds key, by content. False for null.

@@ -285,7 +285,7 @@ bool isPlainUtf8(std::string_view data)
 
 }  // namespace
 
-ReadablePart readablePart(const std::string& data)
+ReadablePart readablePart(std::string_view data)
 {
     if (isPlainUtf8(data)) {
         const Excess excess = firstExcess(data);

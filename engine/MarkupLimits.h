@@ -6,7 +6,7 @@
 #pragma once
 
 #include <cstddef>
-#include <string>
+#include <string_view>
 
 inline constexpr std::size_t kMostAttributes = 4096;        // of a tag, namespaces among them
 inline constexpr std::size_t kLargestTag = 1048576;         // bytes in UTF-8
@@ -38,4 +38,4 @@ struct ReadablePart {
 // data  at most INT_MAX bytes, in any encoding that the XML reader knows
 //
 // Throws std::bad_alloc.
-ReadablePart readablePart(const std::string& data);
+ReadablePart readablePart(std::string_view data);

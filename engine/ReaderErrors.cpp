@@ -1,8 +1,11 @@
 #include "engine/ReaderErrors.h"
 
+#include "engine/DocumentSource.h"
+
 #include <string_view>
 
 #include <libxml/parser.h>
+#include <libxml/parserInternals.h>
 
 namespace {
 
@@ -45,6 +48,8 @@ constexpr Wording kWordings[] = {
     {XML_ERR_HYPHEN_IN_COMMENT, "", "a -- in a comment"},
     {XML_ERR_COMMENT_NOT_FINISHED, "", "a comment without its end, -->"},
     {XML_ERR_DOCUMENT_EMPTY, "", "a document must begin with <"},
+    {XML_ERR_INTERNAL_ERROR, "internal error: detected an error in element content",
+     "a <! that begins no comment"},
     {XML_ERR_INTERNAL_ERROR, "Excessive depth", "more than $n elements inside each other"},
     {XML_ERR_INTERNAL_ERROR, "internal error: Huge input", kTooLong},
     {XML_ERR_NO_MEMORY, "xmlSAX2Characters: huge text node", kTooLong},
@@ -89,8 +94,22 @@ std::string atTheEnd(const xmlParserCtxt* parser)
     return "there is no root element";
 }
 
+// To the XML library a full dictionary of names is exhausted memory. It gets no room for one more
+// name, so it can be short of its limit by that name.
+bool isFullDictionary(const xmlError& error)
+{
+    constexpr std::size_t full = DocumentSource::kLargestDictionary - XML_MAX_NAME_LENGTH;
+    const auto* const parser = static_cast<const xmlParserCtxt*>(error.ctxt);
+    return error.code == XML_ERR_NO_MEMORY && parser != nullptr && parser->dict != nullptr &&
+           xmlDictGetUsage(parser->dict) > full;
+}
+
 std::string sentenceOf(const xmlError& error)
 {
+    if (isFullDictionary(error)) {
+        return "the names that differ have more than " +
+               std::to_string(DocumentSource::kLargestDictionary) + " bytes";
+    }
     if (error.code == XML_ERR_DOCUMENT_END) {
         return atTheEnd(static_cast<const xmlParserCtxt*>(error.ctxt));
     }
@@ -142,7 +161,8 @@ void ReaderErrors::keep(const xmlError& error)
     m_ended = endsDocument(error);
     m_reason = sentenceOf(error);
     m_line = error.line;
-    m_outOfMemory = error.code == XML_ERR_NO_MEMORY && m_reason != kTooLong;
+    m_outOfMemory =
+        error.code == XML_ERR_NO_MEMORY && m_reason != kTooLong && !isFullDictionary(error);
     const auto* const parser = static_cast<const xmlParserCtxt*>(error.ctxt);
     m_atEnd =
         parser != nullptr && parser->input != nullptr && parser->input->cur == parser->input->end;

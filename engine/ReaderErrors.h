@@ -19,6 +19,9 @@ public:
     const std::string& reason() const { return m_reason; }
     int line() const { return m_line; }
 
+    // Whether the error ended the document.
+    bool isEnd() const { return m_ended; }
+
     // Whether the reader was at the end of the text that it had, such as where a limit cut it.
     bool isAtEnd() const { return m_atEnd; }
     bool isOutOfMemory() const { return m_outOfMemory; }

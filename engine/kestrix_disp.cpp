@@ -55,13 +55,17 @@ short kestrix_disp_parse(KestrixDisp* display, const char* document, size_t docu
     if (length != nullptr) {
         *length = 0;
     }
-    if (display == nullptr || document == nullptr || device == nullptr || setting == nullptr ||
-        bytes == nullptr || length == nullptr) {
+    if (display == nullptr) {
         return RUVO_INVALID_ARGUMENT;
     }
     const std::lock_guard guard(lock);
     DocumentRun& latest = display->latest;
     latest = {};
+    if (document == nullptr || device == nullptr || setting == nullptr || bytes == nullptr ||
+        length == nullptr) {
+        latest.status = RUVO_INVALID_ARGUMENT;
+        return latest.status;
+    }
     try {
         latest = explainedRun(display->engine, {document, documentLength}, device, setting);
     } catch (const std::bad_alloc&) {

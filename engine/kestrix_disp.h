@@ -61,8 +61,8 @@ KESTRIX_API void kestrix_disp_free(KestrixDisp* display);
    The bytes are whole commands. Of a document that ends early they are those of the elements before
    its end, as far as the XML reader had handed them over, and kestrix_disp_message says why: a till
    that wants all or nothing sends them only if there is no message. One thing outlives a document:
-   the code table that was selected last on the device, which the next text need not select again;
-   so send all bytes, or call this function for each device with a new display. */
+   the code table that was selected last on the device. A character that several tables have is
+   taken from that one. Each text selects its table itself, so bytes may be left unsent. */
 KESTRIX_API short kestrix_disp_parse(KestrixDisp* display, const char* document,
                                      size_t documentLength, const char* device, const char* setting,
                                      const unsigned char** bytes, size_t* length);

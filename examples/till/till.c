@@ -50,7 +50,11 @@ int main(int argc, char** argv)
     else
         fprintf(stderr, "till: %s\n", wrong);
 
-    int failed = wrong != NULL || fflush(stdout) != 0;
+    int failed = wrong != NULL;
+    if (fflush(stdout) != 0 || ferror(stdout)) {
+        fputs("till: the output cannot be written\n", stderr);
+        failed = 1;
+    }
     kestrix_disp_free(display);
     free(document);
     return failed;

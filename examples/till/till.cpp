@@ -41,5 +41,9 @@ int main(int argc, char** argv)
     }
     std::cout << bytes << std::flush;
 
-    return !std::cout;
+    if (!std::cout) {
+        std::cerr << "till: the output cannot be written\n";
+        return 1;
+    }
+    return 0;
 }

@@ -36,4 +36,7 @@ if wrong ~= nil then
 end
 io.write(ffi.string(bytes[0], length[0]))
 
-if not io.stdout:close() then os.exit(1) end
+if not io.stdout:close() then
+    io.stderr:write("till: the output cannot be written\n")
+    os.exit(1)
+end

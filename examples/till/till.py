@@ -12,7 +12,7 @@ parser.add_argument("name")
 parser.add_argument("price")
 parser.add_argument("device", nargs="?", default="default")
 parser.add_argument("setting", nargs="?", default="DEFAULT")
-till = parser.parse_args()
+till = parser.parse_args(["--", *sys.argv[1:]])  # so that a price may begin with a minus
 # A text may have any character, but not & < > as they are.
 document = os.fsencode(
     f"<ovix-display><clear/><text x='1' y='1'>{escape(till.name)}</text>"

@@ -29,13 +29,14 @@ suite=$(. /etc/os-release && echo "$VERSION_CODENAME")
     install_all "$packages"
 } >"$work/log" 2>&1 || { tail -20 "$work/log"; fail "the packages do not install"; }
 
-expect "the program" "0c1f72001b740041821b741080" "$(echo '<any><clear/><text>Aé€</text></any>' |
+expect "the program" "0c1f72001b740041821b741080" "$(echo '<ovix-display><clear/><text>Aé€</text></ovix-display>' |
     inside kestrix-disp render - --raw | od -An -v -tx1 | tr -d ' \n')"
 expect "the Perl module" "0c" "$(inside perl -MKestrixDispEngine -e '
     print unpack "H*", KestrixDispEngine::KestrixDispEngine->new->parse("<clear/>", "default", "DEFAULT")')"
 expect "the Python package" "0c" "$(echo '<any><clear/></any>' |
     inside python3 -m kestrixdisp - | od -An -tx1 | tr -d ' ')"
 for example in "$root"/usr/share/kestrix-disp/examples/*.xml; do
+    [ "$(basename "$example")" != mistakes.xml ] || continue
     inside xmllint --noout --nonet --relaxng https://kestrix.invalid/schema/ovix-display.rng \
         "${example#"$root"}" 2>&1 |
         grep -q " validates$" || fail "not accepted by the schema that the XML catalog finds: $example"

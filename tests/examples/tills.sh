@@ -34,7 +34,7 @@ prepare() {
 }
 
 ../kestrix-disp render - --raw --setting none 2>"$work/messages" >"$work/expected" <<'END'
-<ovix-display><clear/><text x="1" y="1">Salt &amp; Crème &lt;2&gt; ]]&gt;</text><text x="1" y="2">2,49 €</text>
+<ovix-display><clear/><text x="1" y="1">Salt &amp; Crème &lt;2&gt; ]]&gt;</text><text x="1" y="2">-2,49 €</text>
 <cursor type="none"/></ovix-display>
 END
 
@@ -56,7 +56,14 @@ for language in c cpp pl py lua; do
     rm -f "$work/till"
     prepare || fail "cannot be built"
     # catches: a name that is not escaped, bytes that a language changes
-    "$work/till" 'Salt & Crème <2> ]]>' '2,49 €' default none | cmp - "$work/expected" || fail "other bytes"
+    "$work/till" 'Salt & Crème <2> ]]>' '-2,49 €' default none | cmp - "$work/expected" || fail "other bytes"
+    # catches: an output that is lost unnoticed, less than the buffer of the output or more
+    for price in 1 "$(printf '%9000s' 1)"; do
+        code=0
+        "$work/till" A "$price" default none >/dev/full 2>"$work/messages" || code=$?
+        [ -s "$work/messages" ] || fail "keeps quiet about a full disk"
+        [ $code = 1 ] || fail "exit status $code for a full disk"
+    done
     fails "$(printf '\351')" default "UTF-8|ended early"
     fails A missing "device information file is missing|status -200"
 done

@@ -7,6 +7,7 @@
 #include <gtest/gtest.h>
 
 #include <chrono>
+#include <cstdint>
 #include <cstdlib>
 #include <cstring>
 #include <memory>
@@ -83,6 +84,7 @@ TEST_F(CInterface, SaysWhyADocumentEndsEarly)
         {"\n<?xml version='1.0'?><any/>", 2, "an <?xml that is not at the very start"},
         {"<any><!-- a -- b --></any>", 1, "a -- in a comment"},
         {"<any><!-- a", 1, "a comment without its end, -->"},
+        {"<any>\n<!- a -->\n</any>", 2, "a <! that begins no comment"},
         {"<any>]]></any>", 1, "Sequence ']]>' not allowed in content"},
     };
     testing::internal::CaptureStderr();
@@ -98,12 +100,17 @@ TEST_F(CInterface, SaysWhyADocumentEndsEarly)
     EXPECT_TRUE(sameBytes("\f", bytes));
 }
 
-// catches: a limit taken for damage, damage before a limit taken for the limit, the line of a limit
+// catches: a limit taken for damage, damage before a limit taken for the limit, the line of a
+// limit, a full dictionary of names taken for exhausted memory
 TEST_F(CInterface, TellsLimitsFromDamage)
 {
     std::string tag = "<b";
     for (int i = 0; i < 5000; ++i) {
         tag += " a" + std::to_string(i) + "=''";
+    }
+    std::string names;
+    for (int i = 100000; i < 130000; ++i) {
+        names += "<c" + std::to_string(i) + std::string(40, 'y') + "/>";
     }
     const std::string tooLong = "a text, comment, tag or value of more than 10 MB";
     for (const char* encoding : {"UTF-8", "ISO-8859-1"}) {
@@ -115,6 +122,10 @@ TEST_F(CInterface, TellsLimitsFromDamage)
             {start + "<b c='" + std::string(1100000, 'x') + "'/></any>", 3,
              "a tag has more than 1048576 bytes"},
             {start + repeated("<b>", 300), 3, "more than 256 elements inside each other"},
+            {start + "<x:b>" + names + "</x:b></any>", 3,
+             "the names that differ have more than 1048576 bytes"},
+            {start + "&" + names + "</any>", 3, "an & that begins no entity; write &amp;"},
+            {start + names.substr(0, 1000000), 3, "the end tag of <any> of line 2 is missing"},
             {start + std::string(11000000, 'x') + "</any>", 3, tooLong},
             {start + "<!--" + std::string(11000000, 'x') + "--></any>", 3, tooLong},
         };
@@ -124,6 +135,13 @@ TEST_F(CInterface, TellsLimitsFromDamage)
             EXPECT_EQ(expectedLine, line) << expected;
         }
     }
+    std::string defaults;
+    for (int i = 0; i < 65; ++i) {
+        defaults += " a" + std::to_string(i) + " CDATA ''";
+    }
+    EXPECT_EQ(0, parse("<!DOCTYPE any [<!ATTLIST any" + defaults + ">]><x:any/>"));
+    EXPECT_EQ("the document type declares more than 64 attributes with default values", message);
+    EXPECT_EQ(1U, line);
     std::string namespaces = "<any>\n<clear/>\n<b";
     for (int i = 0; i < 4000; ++i) {
         namespaces += " xmlns:a" + std::to_string(i) + "='u'";
@@ -133,7 +151,8 @@ TEST_F(CInterface, TellsLimitsFromDamage)
     EXPECT_EQ(4U, line);
 }
 
-// catches: a null pointer that is read, bytes or the message of an earlier document
+// catches: a null pointer that is read, bytes or the message of an earlier document, an exception
+// for a length that is none
 TEST_F(CInterface, TakesWhatCallersGive)
 {
     const unsigned char* data = nullptr;
@@ -156,6 +175,11 @@ TEST_F(CInterface, TakesWhatCallersGive)
     EXPECT_EQ(-200, parse("<any>", "missing"));
     EXPECT_EQ("- ", bytes + message + " ");
     EXPECT_EQ(-20, parse("<any/>", ""));
+    EXPECT_EQ(0, parse("<any>"));
+    EXPECT_EQ(-20, kestrix_disp_parse(d, nullptr, 0, "DEVICE", noSetting, &data, &length));
+    EXPECT_EQ(nullptr, kestrix_disp_message(d, &line));
+    EXPECT_EQ(0, kestrix_disp_parse(d, "", SIZE_MAX, "DEVICE", noSetting, &data, &length));
+    EXPECT_STREQ("the document has more than 2147483647 bytes", kestrix_disp_message(d, &line));
     EXPECT_EQ(0, parse(std::string("<any>\0<clear/></any>", 20)));
     EXPECT_EQ("a character that XML does not allow", message);
     EXPECT_STREQ("the device information file is missing", kestrix_disp_status_text(-200));
