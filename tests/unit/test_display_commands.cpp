@@ -66,9 +66,12 @@ protected:
     Screen screenAfter(const std::string& stream, Size size, int origin)
     {
         VirtualDisplay display(tables, size, origin);
-        display.run(byteSpan(stream));
-        ignored = display.ignored();
-        return display.screen("12:34");
+        DisplayTrace trace;
+        display.run(byteSpan(stream), &trace);
+        ignored.clear();
+        for (const DisplayTrace::Ignored& command : trace.ignored)
+            ignored.push_back(command.offset);
+        return display.stillScreen("12:34");
     }
 
     std::vector<std::size_t> ignored;  // offsets of what had no effect in the last one
