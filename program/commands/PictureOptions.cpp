@@ -83,9 +83,9 @@ Frame PictureOptions::frame() const
     return ascii || !localeHasUtf8() ? Frame::ascii : Frame::lines;
 }
 
-void tellIgnored(const VirtualDisplay& display)
+void tellIgnored(const VirtualDisplay::Ignored& ignored)
 {
-    const auto [count, first] = display.ignored();
+    const auto [count, first] = ignored;
     if (count != 0) {
         std::cerr << "kestrix-disp: without effect on this display: " << count
                   << (count == 1 ? " command" : " commands") << ", the first at offset " << std::hex

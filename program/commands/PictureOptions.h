@@ -26,4 +26,4 @@ struct PictureOptions {
 };
 
 // Says on the standard error what had no effect, if anything had none.
-void tellIgnored(const VirtualDisplay& display);
+void tellIgnored(const VirtualDisplay::Ignored& ignored);

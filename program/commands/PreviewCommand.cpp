@@ -7,13 +7,16 @@
 #include "program/display/SvgDrawing.h"
 #include "program/display/TerminalDrawing.h"
 #include "program/display/VirtualDisplay.h"
+#include "program/emulate/Window.h"
 
 #include <CLI/CLI.hpp>
 
+#include <chrono>
 #include <cmath>
 #include <memory>
 #include <optional>
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace {
@@ -36,16 +39,88 @@ std::vector<std::string> outputsOf(const Options& options)
     return outputs.empty() ? std::vector<std::string>{"-"} : outputs;
 }
 
+// Draws on the terminal, in place of the picture before.
+class LivePicture {
+public:
+    explicit LivePicture(const Options& options) : m_options(options) {}
+
+    // Does nothing if the picture is larger than the terminal.
+    void draw(const Screen& screen)
+    {
+        std::string text;
+        int rows = 0;
+        const WindowSize window = windowSize();
+        const std::string picture =
+            drawText(screen, Highlight::sgr, m_options.picture.frame(), m_options.picture.origin);
+        for (std::size_t at = 0; at < picture.size(); ++rows) {
+            const std::size_t end = picture.find('\n', at);
+            const std::string line = picture.substr(at, end - at);
+            text += (rows < screen.size.lines + 2 ? line : clipped(line, window.columns)) + "\n";
+            at = end + 1;
+        }
+        if (rows < window.rows && screen.size.columns + 2 <= window.columns) {
+            erase();
+            writeFile("-", text);
+            m_rows = rows;
+        }
+    }
+
+    void erase()
+    {
+        if (m_rows != 0) {
+            writeFile("-", "\x1B[" + std::to_string(m_rows) + "F\x1B[J");
+            m_rows = 0;
+        }
+    }
+
+private:
+    const Options& m_options;
+    int m_rows = 0;
+};
+
+// Carries out raw bytes as they come, and draws the display each time that it changes if `live`.
+void showAsItComes(const Options& options, VirtualDisplay& display, bool live)
+{
+    using Clock = std::chrono::steady_clock;
+    constexpr std::chrono::milliseconds kFrame{40};  // between two pictures, at least
+    LivePicture picture(options);
+    Clock::time_point next;
+    PieceReader reader;
+    const auto show = [&] {
+        for (StreamItem item; reader.next(item);) {
+            display.take(item);
+        }
+    };
+    followFile(options.input.file, [&](std::string_view piece) {
+        reader.feed(byteSpan(piece));
+        show();
+        if (live && Clock::now() >= next) {
+            picture.draw(display.stillScreen(options.picture.clockAfter(0)));
+            next = Clock::now() + kFrame;
+            return -1;
+        }
+        return live ? static_cast<int>(kFrame.count()) : -1;
+    });
+    picture.erase();
+    reader.finish();
+    show();
+}
+
 int preview(const Options& options)
 {
     std::vector<std::string> inputs = profileFiles(options.input.profile);
     inputs.push_back(options.input.file);
     requireSeparate(inputs, outputsOf(options));
-    const CommandBytes stream = options.input.readStream();
+    const bool toPerson = options.svg.empty() && options.png.empty() && writesToPerson();
+    // What is raw is followed while it comes.
+    const CommandBytes stream = options.input.raw ? CommandBytes() : options.input.readStream();
     const ProfileTables tables = options.input.readTables();
     VirtualDisplay display(tables, options.picture.size, options.picture.origin);
+    if (options.input.raw) {
+        showAsItComes(options, display, toPerson);
+    }
     display.run(byteSpan(stream.bytes));
-    tellIgnored(display);
+    tellIgnored(display.ignored());
     const Milliseconds at = std::llround(options.at.value_or(0) * 1000);
     display.advance(at);
     const std::string clock = options.picture.clockAfter(at);
@@ -57,7 +132,7 @@ int preview(const Options& options)
         writeFile(options.png, drawPng(screen));
     }
     if (options.svg.empty() && options.png.empty()) {
-        const bool sgr = options.sgr || writesToPerson();
+        const bool sgr = options.sgr || toPerson;
         writeFile("-", drawText(screen, sgr ? Highlight::sgr : Highlight::none,
                                 options.picture.frame(), options.picture.origin));
     }
