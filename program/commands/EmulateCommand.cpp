@@ -423,8 +423,7 @@ private:
         }
         view.counters = counters();
         if (m_reader.waiting() != 0) {
-            view.counters +=
-                "; " + counted(m_reader.waiting(), "byte") + " of a command that is not complete";
+            view.counters += "; " + counted(m_reader.waiting(), "byte") + " to be completed";
         }
         return arranged(view, screen.size.columns, windowSize());
     }

@@ -98,9 +98,9 @@ std::vector<std::string> arranged(const EmulatorView& view, int displayColumns, 
     const int needed = frame + 1;
     std::vector<std::string> lines;
     if (window.columns < displayColumns + 2 || window.rows < needed) {
-        lines = {"The window is too small:",
-                 std::to_string(window.columns) + " x " + std::to_string(window.rows) + ", not " +
-                     std::to_string(displayColumns + 2) + " x " + std::to_string(needed)};
+        lines = {"too small: " + std::to_string(window.columns) + " x " +
+                     std::to_string(window.rows),
+                 "needed: " + std::to_string(displayColumns + 2) + " x " + std::to_string(needed)};
         lines.resize(static_cast<std::size_t>(std::min(window.rows, 2)));
     } else {
         int room = window.rows - needed;
