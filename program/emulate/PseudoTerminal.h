@@ -36,13 +36,11 @@ public:
 
     // Readable when a till has opened or closed the terminal; -1 if the system does not tell.
     int watchDescriptor() const { return m_watch; }
-    // Takes that news. When no till has the terminal open any more, it is made as it was: raw, open
-    // for everybody, not stopped.
+    // Takes that news. When no till has the terminal open any more, it is made as it was for the
+    // next one: it changes no bytes, is open for everybody and not stopped.
     void watch();
 
 private:
-    void makeRaw() const;
-
     int m_master;
     int m_slave = -1;
     int m_watch = -1;
