@@ -99,8 +99,10 @@ def set_line(port, random):
         settings[2] |= termios.PARENB | termios.CSTOPB | termios.CRTSCTS
         settings[3] |= termios.ICANON | termios.ECHO | termios.ISIG | termios.IEXTEN
         settings[4] = settings[5] = random.choice([termios.B1200, termios.B9600, termios.B115200])
-        # The C library of Debian refuses parity at once, as a pseudo-terminal has none.
-        termios.tcsetattr(port, termios.TCSADRAIN, settings)
+        # The C library of Debian says that there is no parity, after it has set the rest.
+        with contextlib.suppress(termios.error):
+            termios.tcsetattr(port, termios.TCSANOW, settings)
+        assert termios.tcgetattr(port)[4] == settings[4]
     elif kind == 2:
         fcntl.ioctl(port, termios.TIOCEXCL)
 
