@@ -7,11 +7,19 @@ _kestrix_disp()
     COMPREPLY=()
 
     if [ "$COMP_CWORD" -eq 1 ]; then
-        mapfile -t COMPREPLY < <(compgen -W "render explain preview lint check which --help --version" -- "$cur")
+        mapfile -t COMPREPLY < <(compgen -W "render explain preview emulate lint check which --help --version" -- "$cur")
         return
     fi
     case $prev in
-    --device | --columns | --rows | --clock) return ;;
+    --device | --columns | --rows | --clock | --at | --speed | --until-idle) return ;;
+    --parity)
+        mapfile -t COMPREPLY < <(compgen -W "none odd even" -- "$cur")
+        return
+        ;;
+    --stop-bits)
+        mapfile -t COMPREPLY < <(compgen -W "1 2" -- "$cur")
+        return
+        ;;
     --format)
         mapfile -t COMPREPLY < <(compgen -W "text json" -- "$cur")
         return
@@ -33,7 +41,10 @@ _kestrix_disp()
     lint) options="--columns --rows --origin --strict --quiet --format --rules $profile" ;;
     explain) options="--document --hex --raw $profile" ;;
     preview)
-        options="--document --hex --raw --columns --rows --origin --clock --sgr --ascii --svg --png $profile"
+        options="--document --hex --raw --columns --rows --origin --clock --at --sgr --ascii --svg --png $profile"
+        ;;
+    emulate)
+        options="--link --speed --parity --stop-bits --until-idle --record --screen --svg --png --columns --rows --origin --clock --ascii $profile"
         ;;
     check) options="--device --strict --help" ;;
     which) options=$profile ;;
