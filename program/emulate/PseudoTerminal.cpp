@@ -75,7 +75,7 @@ PseudoTerminal::PseudoTerminal()
     settings.c_cflag |= CLOCAL | CREAD;
     tcsetattr(m_slave, TCSANOW, &settings);
     m_watch = inotify_init1(IN_NONBLOCK | IN_CLOEXEC);
-    if (m_watch >= 0 && inotify_add_watch(m_watch, name, IN_OPEN | IN_CLOSE) < 0) {
+    if (m_watch >= 0 && inotify_add_watch(m_watch, name, IN_CLOSE) < 0) {
         close(std::exchange(m_watch, -1));
     }
 }
@@ -158,23 +158,12 @@ bool PseudoTerminal::changesBytes() const
 void PseudoTerminal::watch()
 {
     alignas(inotify_event) char buffer[4096];
-    bool left = false;  // since the last time, no till has had it open for a while
-    for (ssize_t count = 0; (count = ::read(m_watch, buffer, sizeof buffer)) > 0;) {
-        for (ssize_t at = 0; at < count;) {
-            const auto& event = reinterpret_cast<const inotify_event&>(buffer[at]);
-            m_tills += (event.mask & IN_OPEN) != 0 ? 1 : 0;
-            m_tills -= (event.mask & IN_CLOSE) != 0 ? 1 : 0;
-            left = left || m_tills <= 0;
-            at += static_cast<ssize_t>(sizeof event + event.len);
-        }
+    while (::read(m_watch, buffer, sizeof buffer) > 0) {
     }
-    m_tills = std::max(m_tills, 0);
-    if (m_tills == 0) {
-        ioctl(m_slave, TIOCNXCL);
-        tcflow(m_slave, TCOON);
-    }
+    ioctl(m_slave, TIOCNXCL);
+    tcflow(m_slave, TCOON);
     termios settings{};
-    if (left && tcgetattr(m_slave, &settings) == 0 && (settings.c_oflag & OPOST) != 0) {
+    if (tcgetattr(m_slave, &settings) == 0 && (settings.c_oflag & OPOST) != 0) {
         settings.c_oflag &= ~static_cast<tcflag_t>(OPOST);
         tcsetattr(m_slave, TCSANOW, &settings);
     }

@@ -163,6 +163,22 @@ def test_a_till_writes_in_pieces(tmp_path, seed):
     assert not os.path.lexists(tmp_path / "port")
 
 
+# catches: a port that is hung up, or bytes that are thrown away, when the process ends whose
+# controlling terminal it has become
+def test_tills_in_sessions_of_their_own(tmp_path):
+    port = tmp_path / "port"
+    tills = [
+        ["sh", "-c", f"stty -F {port} 9600 cs8 -crtscts && printf '\\014sh\\n' >{port}"],
+        ["sh", "-c", f"printf rw 1<>{port}"],
+        ["perl", "-e", f"open(my $p, '+<', '{port}') or die; syswrite($p, \"perl\" x 500)"],
+    ]
+    with emulator(tmp_path, "--record", tmp_path / "record") as process:
+        for till in tills * 3:
+            subprocess.run(till, start_new_session=True, check=True, timeout=PATIENCE)
+        assert end(process) == 0
+    assert (tmp_path / "record").read_bytes() == (b"\fsh\nrw" + b"perl" * 500) * 3
+
+
 # catches: pictures of another display or another moment than those of preview
 def test_pictures_are_those_of_preview(tmp_path):
     document = next(path for path in EXAMPLES if path.stem == "promotion")
