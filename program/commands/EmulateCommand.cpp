@@ -510,6 +510,7 @@ Command emulateCommand(CLI::App& program)
         ->add_option("--link", options->link,
                      "Make a symbolic link to the pseudo-terminal as long as it is there; it never "
                      "replaces anything")
+        ->check([](const std::string& path) { return path.empty() ? "a link has a path" : ""; })
         ->type_name("PATH");
     arguments
         ->add_option("--speed", options->speed,
@@ -533,6 +534,7 @@ Command emulateCommand(CLI::App& program)
         ->type_name("SECONDS");
     arguments
         ->add_option("--record", options->record, "Write what comes to a file, which must be new")
+        ->check([](const std::string& file) { return file == "-" ? "a record has a file" : ""; })
         ->type_name("FILE");
     arguments
         ->add_option("--screen", options->screen,

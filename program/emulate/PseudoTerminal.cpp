@@ -57,16 +57,17 @@ bool mayReplace(const std::string& path, const std::string& name)
 PseudoTerminal::PseudoTerminal()
     : m_master(posix_openpt(O_RDWR | O_NOCTTY | O_NONBLOCK | O_CLOEXEC))
 {
-    constexpr char words[] = "cannot open a pseudo-terminal";
     const int packets = 1;  // read() tells of flushes
     char name[64];
-    if (m_master < 0 || grantpt(m_master) != 0 || unlockpt(m_master) != 0 ||
-        ptsname_r(m_master, name, sizeof name) != 0 || ioctl(m_master, TIOCPKT, &packets) != 0 ||
-        // While this is open, a till that closes the terminal hangs up nothing.
-        (m_slave = open(name, O_RDWR | O_NOCTTY | O_CLOEXEC)) < 0) {
-        const std::system_error error = failure(words);
+    const bool opened = m_master >= 0 && grantpt(m_master) == 0 && unlockpt(m_master) == 0 &&
+                        ptsname_r(m_master, name, sizeof name) == 0 &&
+                        ioctl(m_master, TIOCPKT, &packets) == 0;
+    // While this is open, a till that closes the terminal hangs up nothing.
+    m_slave = opened ? open(name, O_RDWR | O_NOCTTY | O_CLOEXEC) : -1;
+    if (m_slave < 0) {
+        const int reason = errno;
         close(m_master);
-        throw error;
+        throw std::system_error(reason, std::generic_category(), "cannot open a pseudo-terminal");
     }
     m_name = name;
     termios settings{};
