@@ -54,11 +54,11 @@ struct Options {
     std::string png;
 };
 
-constexpr milliseconds kFrame{40};       // between two pictures in the window, at least
-constexpr milliseconds kPaceStep{10};    // between two reads of a line with a speed, at least
-constexpr milliseconds kTextWait{1000};  // then a text is explained that may go on
-constexpr double kLongestIdle = 1e9;     // seconds
-constexpr std::size_t kPiece = 64 * 1024;
+constexpr milliseconds kFrame{40};     // between two pictures in the window, at least
+constexpr milliseconds kPaceStep{10};  // between two reads of a line with a speed, at least
+constexpr int kFastest = 4'000'000;    // bits a second
+constexpr double kLongestIdle = 1e9;   // seconds
+constexpr std::size_t kPiece = 4096;   // to read at once; the system gives no more
 constexpr std::size_t kMostWaiting = 64 * 1024;  // of the output; till it is less, nothing is read
 constexpr std::size_t kMostLines = 1000;         // of the explanation that the window keeps
 
@@ -68,8 +68,13 @@ public:
     Signals()
     {
         sigemptyset(&m_set);
-        for (const int signal : {SIGINT, SIGTERM, SIGHUP, SIGQUIT, SIGWINCH}) {
+        for (const int signal : {SIGINT, SIGTERM, SIGQUIT, SIGWINCH}) {
             sigaddset(&m_set, signal);
+        }
+        struct sigaction hangup {};
+        sigaction(SIGHUP, nullptr, &hangup);
+        if (hangup.sa_handler != SIG_IGN) {  // as nohup sets it
+            sigaddset(&m_set, SIGHUP);
         }
         sigprocmask(SIG_BLOCK, &m_set, &m_before);
         m_descriptor = signalfd(-1, &m_set, SFD_NONBLOCK | SFD_CLOEXEC);
@@ -341,7 +346,7 @@ private:
             m_record->write(bytes);
         }
         m_lastByte = elapsed();
-        m_explanationDue = elapsed() + kTextWait.count();
+        m_explanationDue = elapsed() + Explanation::kRunWait;
         m_changed = true;
         m_reader.feed({reinterpret_cast<const std::uint8_t*>(bytes.data()), bytes.size()});
         takeItems();
@@ -515,7 +520,7 @@ Command emulateCommand(CLI::App& program)
     arguments
         ->add_option("--speed", options->speed,
                      "Take bytes no faster than a line with so many bits a second")
-        ->check(CLI::Range(1, 10'000'000).description(""))
+        ->check(CLI::Range(1, kFastest).description(""))
         ->type_name("N");
     arguments
         ->add_option("--parity", options->parity,

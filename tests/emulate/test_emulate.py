@@ -57,6 +57,7 @@ def emulator(folder, *options):
             stdin=subprocess.DEVNULL,
             stdout=out,
             stderr=err,
+            preexec_fn=lambda: signal.signal(signal.SIGHUP, signal.SIG_DFL),
         )
     try:
         wait_for(
