@@ -14,8 +14,8 @@
 namespace {
 
 constexpr Command (*kCommands[])(CLI::App&) = {
-    renderCommand, explainCommand, previewCommand, whichCommand, checkCommand, lintCommand,
-    emulateCommand,
+    renderCommand, explainCommand, previewCommand, whichCommand,
+    checkCommand,  lintCommand,    emulateCommand,
 };
 
 bool noneParsed(const std::vector<Command>& commands)

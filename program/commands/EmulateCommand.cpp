@@ -7,6 +7,7 @@
 #include "program/display/SvgDrawing.h"
 #include "program/emulate/LinePace.h"
 #include "program/emulate/PseudoTerminal.h"
+#include "program/emulate/Signals.h"
 #include "program/emulate/Window.h"
 #include "program/stream/Explanation.h"
 #include "program/text/Counted.h"
@@ -30,7 +31,6 @@
 #include <vector>
 
 #include <poll.h>
-#include <sys/signalfd.h>
 #include <unistd.h>
 
 namespace {
@@ -61,49 +61,6 @@ constexpr double kLongestIdle = 1e9;   // seconds
 constexpr std::size_t kPiece = 4096;   // to read at once; the system gives no more
 constexpr std::size_t kMostWaiting = 64 * 1024;  // of the output; till it is less, nothing is read
 constexpr std::size_t kMostLines = 1000;         // of the explanation that the window keeps
-
-// Signals as something to read, in place of their effect.
-class Signals {
-public:
-    Signals()
-    {
-        sigemptyset(&m_set);
-        for (const int signal : {SIGINT, SIGTERM, SIGQUIT, SIGWINCH}) {
-            sigaddset(&m_set, signal);
-        }
-        struct sigaction hangup {};
-        sigaction(SIGHUP, nullptr, &hangup);
-        if (hangup.sa_handler != SIG_IGN) {  // as nohup sets it
-            sigaddset(&m_set, SIGHUP);
-        }
-        sigprocmask(SIG_BLOCK, &m_set, &m_before);
-        m_descriptor = signalfd(-1, &m_set, SFD_NONBLOCK | SFD_CLOEXEC);
-        std::signal(SIGPIPE, SIG_IGN);
-    }
-    ~Signals()
-    {
-        close(m_descriptor);
-        sigprocmask(SIG_SETMASK, &m_before, nullptr);
-    }
-    Signals(const Signals&) = delete;
-    Signals& operator=(const Signals&) = delete;
-
-    int descriptor() const { return m_descriptor; }
-
-    // The next signal; 0 if there is none.
-    int take() const
-    {
-        signalfd_siginfo info{};
-        return ::read(m_descriptor, &info, sizeof info) == sizeof info
-                   ? static_cast<int>(info.ssi_signo)
-                   : 0;
-    }
-
-private:
-    sigset_t m_set{};
-    sigset_t m_before{};
-    int m_descriptor;
-};
 
 std::vector<std::string> linesOf(std::string_view text)
 {
