@@ -7,12 +7,20 @@ _kestrix_disp()
     COMPREPLY=()
 
     if [ "$COMP_CWORD" -eq 1 ]; then
-        mapfile -t COMPREPLY < <(compgen -W "render explain preview lint new-profile check which --help --version" -- "$cur")
+        mapfile -t COMPREPLY < <(compgen -W "render explain preview emulate lint new-profile check which --help --version" -- "$cur")
         return
     fi
     case $prev in
-    --device | --columns | --rows | --clock | --map | --unmap | --code-page | --set-default | --missing | --id | \
-        --languages) return ;;
+    --device | --columns | --rows | --clock | --at | --speed | --until-idle | --map | --unmap | --code-page | \
+        --set-default | --missing | --id | --languages) return ;;
+    --parity)
+        mapfile -t COMPREPLY < <(compgen -W "none odd even" -- "$cur")
+        return
+        ;;
+    --stop-bits)
+        mapfile -t COMPREPLY < <(compgen -W "1 2" -- "$cur")
+        return
+        ;;
     --format)
         mapfile -t COMPREPLY < <(compgen -W "text json" -- "$cur")
         return
@@ -34,7 +42,10 @@ _kestrix_disp()
     lint) options="--columns --rows --origin --strict --quiet --format --rules $profile" ;;
     explain) options="--document --hex --raw $profile" ;;
     preview)
-        options="--document --hex --raw --columns --rows --origin --clock --sgr --ascii --svg --png $profile"
+        options="--document --hex --raw --columns --rows --origin --clock --at --sgr --ascii --svg --png $profile"
+        ;;
+    emulate)
+        options="--link --speed --parity --stop-bits --until-idle --record --screen --svg --png --columns --rows --origin --clock --ascii $profile"
         ;;
     new-profile)
         options="--device --table --map --unmap --code-page --set --set-default --missing --unicode-data --path --log-path

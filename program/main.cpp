@@ -15,7 +15,7 @@ namespace {
 
 constexpr Command (*kCommands[])(CLI::App&) = {
     renderCommand, explainCommand, previewCommand,    whichCommand,
-    checkCommand,  lintCommand,    newProfileCommand,
+    checkCommand,  lintCommand,    newProfileCommand, emulateCommand,
 };
 
 bool noneParsed(const std::vector<Command>& commands)

@@ -28,3 +28,4 @@ Command whichCommand(CLI::App& program);
 Command checkCommand(CLI::App& program);
 Command lintCommand(CLI::App& program);
 Command newProfileCommand(CLI::App& program);
+Command emulateCommand(CLI::App& program);
