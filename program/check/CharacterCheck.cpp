@@ -10,6 +10,7 @@
 #include <charconv>
 #include <cstdio>
 #include <filesystem>
+#include <iterator>
 #include <string>
 #include <string_view>
 #include <utility>
@@ -83,6 +84,20 @@ CharacterCheck::CharacterCheck(const ruvo::HandleSettings& settings,
             }
         }
     }
+    std::map<std::pair<std::uint8_t, std::uint8_t>, std::uint32_t> onDisplay;
+    std::set<std::uint32_t> exact;
+    for (const PlacedEntry& placed : m_list.entries(TableFileKind::translation)) {
+        const ruvo::MapEntry& entry = placed.entry;
+        if (hasCharacter(placed) &&
+            onDisplay.emplace(std::pair(entry.ucParam, entry.ucCode), entry.ulCodePoint)
+                    .first->second == entry.ulCodePoint) {
+            exact.insert(entry.ulCodePoint);
+        }
+    }
+    for (const PlacedEntry& placed : m_list.entries(TableFileKind::internalSet)) {
+        exact.insert(placed.entry.ulCodePoint);
+    }
+    std::ranges::set_difference(m_shown, exact, std::inserter(m_substituted, m_substituted.end()));
 }
 
 bool CharacterCheck::checkDatabaseIsUseful()

@@ -36,8 +36,10 @@ public:
     // `lines` are those that checkDatabase gives.
     void checkDecompositions(const DatabaseLines& lines);
 
-    // The number of characters that the display can show.
-    std::size_t shownCharacters() const { return m_shown.size(); }
+    // The number of characters that the display shows, and of those for which it shows another one:
+    // of a byte that several files of a table have, the first file's character is what is shown.
+    std::size_t shownCharacters() const { return m_shown.size() - m_substituted.size(); }
+    std::size_t substitutedCharacters() const { return m_substituted.size(); }
 
 private:
     void checkTables();
@@ -47,5 +49,6 @@ private:
     const ruvo::HandleSettings& m_settings;
     const ruvo::CharacterTables& m_tables;
     FindingList& m_list;
-    std::set<std::uint32_t> m_shown;
+    std::set<std::uint32_t> m_shown;        // that have a byte
+    std::set<std::uint32_t> m_substituted;  // those of them that show as another one
 };

@@ -26,6 +26,9 @@ std::string verdict(const CheckedProfile& profile, const Options& options)
         text += "opens, with " + counted(profile.tables, "table") + ", " +
                 counted(profile.sets, "internal character set") + " and " +
                 counted(profile.characters, "character");
+        if (profile.substituted != 0) {
+            text += ", and shows one like it for " + std::to_string(profile.substituted) + " more";
+        }
     } else {
         text += "does not open: status " + std::to_string(profile.status) + ", " +
                 std::string(statusText(profile.status));
