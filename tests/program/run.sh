@@ -238,7 +238,7 @@ printf '<any a:b="c"/>' | "$program" render - 2>"$work/err" || fail "status for 
 # An output is complete or what it was before. Each row catches a way to lose an input or an old file.
 # lint tells all findings of all files, and a file that cannot be read is one.
 echo '<ovix-display><clear/></ovix-display>' >"$work/good"
-printf '<ovix-display>\n<text x="1" y="1">\342\210\222</text></ovix-display>' >"$work/warned"
+printf '<ovix-display>\n<text x="1" y="1">\342\206\222</text></ovix-display>' >"$work/warned"
 status 0 lint "$work/good" --format json
 [ ! -s "$work/out" ] || fail "findings of a good document"
 lint_status() {
@@ -255,14 +255,14 @@ lint_status 1 "$work/none" "$work" "$work/warned" "$work/good" - <"$work/damaged
 gives "lint of several files" <<END
 $work/none: error: cannot read $work/none: No such file or directory [file]
 $work: error: cannot read $work: Is a directory [file]
-$work/warned:2: warning: "−" (U+2212) has no byte in this profile and shows as "?" [missing-character]
+$work/warned:2: warning: "→" (U+2192) has no byte in this profile and shows as "?" [missing-character]
 -:1: warning: the root element is <any>, not <ovix-display> [schema]
 -:3: error: </wrong> stands where <any> of line 1 must end first [not-well-formed]
 -:3: error: "000000000000000000000000000000000000000000000000000000000..." is in <any>, where no text is shown [stray-text]
 END
 lint_status 0 "$work/warned" --format json
 gives "lint in JSON" <<END
-{"file": "$work/warned", "line": 2, "rule": "missing-character", "level": "warning", "message": "\"−\" (U+2212) has no byte in this profile and shows as \"?\""}
+{"file": "$work/warned", "line": 2, "rule": "missing-character", "level": "warning", "message": "\"→\" (U+2192) has no byte in this profile and shows as \"?\""}
 END
 lint_status 1 "$work/damaged" --quiet
 [ ! -s "$work/out" ] || fail "lint is not quiet"
