@@ -76,5 +76,4 @@ install(FILES ${CMAKE_BINARY_DIR}/cmake/kestrixdispengine.pc
 
 set(CMAKE_INSTALL_DEFAULT_COMPONENT_NAME profile)
 # The default profile goes where the library looks for it, whatever the prefix is.
-install(DIRECTORY ${CMAKE_BINARY_DIR}/profile-installed/ DESTINATION ${KESTRIX_MODULE_ROOT}/default)
-install(FILES ${CMAKE_BINARY_DIR}/profile-id/DEFAULT.txt DESTINATION ${KESTRIX_MODULE_ROOT})
+install(DIRECTORY ${CMAKE_BINARY_DIR}/profile-installed/ DESTINATION ${KESTRIX_MODULE_ROOT})

@@ -14,7 +14,8 @@
 namespace {
 
 constexpr Command (*kCommands[])(CLI::App&) = {
-    renderCommand, explainCommand, previewCommand, whichCommand, checkCommand, lintCommand,
+    renderCommand, explainCommand, previewCommand,    whichCommand,
+    checkCommand,  lintCommand,    newProfileCommand,
 };
 
 bool noneParsed(const std::vector<Command>& commands)

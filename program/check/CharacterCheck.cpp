@@ -6,6 +6,8 @@
 #include "program/stream/DisplayCommands.h"
 #include "program/text/CharacterText.h"
 
+#include <unicode/utf.h>
+
 #include <algorithm>
 #include <charconv>
 #include <cstdio>
@@ -34,7 +36,14 @@ bool hasCharacter(const PlacedEntry& placed)
 
 bool isSurrogate(std::uint32_t codePoint)
 {
-    return codePoint >= 0xD800 && codePoint <= 0xDFFF;
+    return U_IS_SURROGATE(codePoint);
+}
+
+// Whether the code point can never be a character. A set of a display without national characters
+// has such a one, as a profile must have a set.
+bool isNoCharacter(std::uint32_t codePoint)
+{
+    return !U_IS_UNICODE_CHAR(static_cast<UChar32>(codePoint));
 }
 
 // Gathers the entries with one flaw. Gives one finding for each file, at the first such line, which
@@ -79,7 +88,7 @@ CharacterCheck::CharacterCheck(const ruvo::HandleSettings& settings,
         for (const PlacedEntry& placed : m_list.entries(kind)) {
             const std::uint32_t codePoint = placed.entry.ulCodePoint;
             if (hasCharacter(placed) && m_tables.unicodeTable[codePoint].listed &&
-                !isSurrogate(codePoint)) {
+                !isNoCharacter(codePoint)) {
                 m_shown.insert(codePoint);
             }
         }
@@ -159,7 +168,7 @@ void CharacterCheck::checkTables()
     EntryWarnings unused;
     for (const PlacedEntry& placed : m_list.entries(TableFileKind::translation)) {
         const ruvo::MapEntry& entry = placed.entry;
-        if (!hasCharacter(placed) || isSurrogate(entry.ulCodePoint)) {
+        if (!hasCharacter(placed) || isNoCharacter(entry.ulCodePoint)) {
             continue;
         }
         const ruvo::UnicodeCharInfo& info = m_tables.unicodeTable[entry.ulCodePoint];
@@ -197,7 +206,7 @@ void CharacterCheck::checkSets()
     EntryWarnings shadowing;
     for (const PlacedEntry& placed : m_list.entries(TableFileKind::internalSet)) {
         const ruvo::MapEntry& entry = placed.entry;
-        if (isSurrogate(entry.ulCodePoint)) {
+        if (isNoCharacter(entry.ulCodePoint)) {
             continue;
         }
         const std::string name = codePointText(entry.ulCodePoint);

@@ -1,5 +1,6 @@
 #include "program/check/ProfileCheck.h"
 
+#include "base/StatusText.h"
 #include "converter/RuvoConverter.h"
 #include "converter/profile/CharacterFileReader.h"
 #include "converter/profile/ReportingFile.h"
@@ -8,6 +9,7 @@
 #include "program/check/CharacterCheck.h"
 #include "program/check/FindingList.h"
 #include "program/text/CharacterText.h"
+#include "program/text/Counted.h"
 
 #include <algorithm>
 #include <filesystem>
@@ -23,8 +25,8 @@ namespace fs = std::filesystem;
 
 class Checker {
 public:
-    Checker(const std::string& directory, std::string device)
-        : m_directory(directory + "/"), m_device(std::move(device))
+    Checker(const std::string& directory, std::string device, std::string files)
+        : m_directory(directory + "/"), m_device(std::move(device)), m_files(std::move(files))
     {
     }
 
@@ -43,6 +45,7 @@ private:
 
     std::string m_directory;  // with "/" at its end
     std::string m_device;
+    std::string m_files;          // their folder, if it is not the "DeviceInfoPath"
     std::string m_hostDirectory;  // "" or m_directory: relative paths start here
     FindingList m_list;
     ruvo::HandleSettings m_settings;
@@ -135,6 +138,10 @@ void Checker::take(short status)
 void Checker::findDeviceInfo()
 {
     std::string& path = m_settings.szDeviceInfoPath;
+    if (!m_files.empty()) {
+        path = m_files + "/";
+        return;
+    }
     std::error_code ignored;
     if (path.starts_with('/') || fs::equivalent(m_directory, ".", ignored)) {
         return;
@@ -279,7 +286,29 @@ std::string compilerLine(const Finding& finding)
     return printable(line);
 }
 
-CheckedProfile checkProfile(const std::string& directory, const std::string& device)
+CheckedProfile checkProfile(const std::string& directory, const std::string& device,
+                            const std::string& files)
 {
-    return std::make_unique<Checker>(directory, device)->check();
+    return std::make_unique<Checker>(directory, device, files)->check();
+}
+
+std::string reportText(const CheckedProfile& profile, const std::string& device)
+{
+    std::string text;
+    for (const Finding& finding : profile.findings) {
+        text += compilerLine(finding) + "\n";
+    }
+    text += "device \"" + device + "\" ";
+    if (profile.status == RUVO_OK) {
+        text += "opens, with " + counted(profile.tables, "table") + ", " +
+                counted(profile.sets, "internal character set") + " and " +
+                counted(profile.characters, "character");
+        if (profile.substituted != 0) {
+            text += ", and shows one like it for " + std::to_string(profile.substituted) + " more";
+        }
+    } else {
+        text += "does not open: status " + std::to_string(profile.status) + ", " +
+                std::string(statusText(profile.status));
+    }
+    return text + "\n";
 }

@@ -35,5 +35,10 @@ struct CheckedProfile {
 
 // Reads the profile of a device; `directory` is the folder of HalvoSet.txt. A relative
 // "DeviceInfoPath" starts at the current directory, as in an open, or at `directory` if the current
-// directory has no such device.
-CheckedProfile checkProfile(const std::string& directory, const std::string& device);
+// directory has no such device. The other files of a profile that is not in its place yet are in
+// `files`, whatever the "DeviceInfoPath" is.
+CheckedProfile checkProfile(const std::string& directory, const std::string& device,
+                            const std::string& files = "");
+
+// A line for each finding, and one that says whether the profile of this device opens.
+std::string reportText(const CheckedProfile& profile, const std::string& device);

@@ -1,9 +1,8 @@
 // kestrix-disp check: the faults of a device profile, line by line.
-#include "base/StatusText.h"
+#include "converter/RuvoConverter.h"
 #include "program/check/ProfileCheck.h"
 #include "program/commands/Commands.h"
 #include "program/commands/Files.h"
-#include "program/text/Counted.h"
 
 #include <CLI/CLI.hpp>
 
@@ -19,31 +18,10 @@ struct Options {
     bool strict = false;
 };
 
-std::string verdict(const CheckedProfile& profile, const Options& options)
-{
-    std::string text = "device \"" + options.device + "\" ";
-    if (profile.status == RUVO_OK) {
-        text += "opens, with " + counted(profile.tables, "table") + ", " +
-                counted(profile.sets, "internal character set") + " and " +
-                counted(profile.characters, "character");
-        if (profile.substituted != 0) {
-            text += ", and shows one like it for " + std::to_string(profile.substituted) + " more";
-        }
-    } else {
-        text += "does not open: status " + std::to_string(profile.status) + ", " +
-                std::string(statusText(profile.status));
-    }
-    return text + "\n";
-}
-
 int check(const Options& options)
 {
     const CheckedProfile profile = checkProfile(options.directory, options.device);
-    std::string text;
-    for (const Finding& finding : profile.findings) {
-        text += compilerLine(finding) + "\n";
-    }
-    writeFile("-", text + verdict(profile, options));
+    writeFile("-", reportText(profile, options.device));
     const bool warned =
         std::ranges::count(profile.findings, Finding::Kind::warning, &Finding::kind) != 0;
     return profile.status != RUVO_OK || (options.strict && warned) ? kWrongInput : kDone;
