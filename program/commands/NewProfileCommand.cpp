@@ -2,6 +2,7 @@
 #include "program/check/ProfileCheck.h"
 #include "program/commands/Commands.h"
 #include "program/commands/Files.h"
+#include "program/new-profile/Fallback.h"
 #include "program/new-profile/LanguageReport.h"
 #include "program/new-profile/NationalSets.h"
 #include "program/new-profile/ProfileFiles.h"
@@ -41,6 +42,7 @@ struct Options {
     std::string logPath = "log";
     std::string id;
     std::vector<std::string> languages;
+    bool fallback = false;
     bool list = false;
 };
 
@@ -417,15 +419,18 @@ ProfilePlan planProfile(const Options& options, Notes& notes)
     numberTables(plan, sources, options, notes);
     findMissingCharacter(plan, options, notes);
     addSets(plan, options, usedNames, notes);
+    if (options.fallback) {
+        addSubstitutes(plan);
+    }
     return plan;
 }
 
-UnicodeDatabase database(const Options& options, const std::set<char32_t>& characters)
+UnicodeDatabase database(const Options& options, const ProfilePlan& plan)
 {
     const std::string usual = "/usr/share/unicode/UnicodeData.txt";
     const std::string file = options.unicodeData.empty() ? usual : options.unicodeData;
     const bool fromICU = options.unicodeData.empty() && !fs::exists(usual);
-    return reducedDatabase(fromICU ? databaseOfICU() : readFile(file), printable(file), characters);
+    return reducedDatabase(fromICU ? databaseOfICU() : readFile(file), printable(file), plan);
 }
 
 std::string tableLines(const ProfilePlan& plan)
@@ -434,7 +439,8 @@ std::string tableLines(const ProfilePlan& plan)
     for (const CodeFile& table : plan.tables) {
         text += "table " + std::to_string(table.parameter) + ": code page " +
                 std::to_string(table.codePage) + ", " +
-                counted(table.characters.size(), "character") + ", " + table.fileName + '\n';
+                counted(table.characters.size(), "character") +
+                (table.substitutes ? " shown as others like them, " : ", ") + table.fileName + '\n';
     }
     return text;
 }
@@ -443,10 +449,13 @@ std::string tableLines(const ProfilePlan& plan)
 std::string languageLines(const ProfilePlan& plan, const std::vector<std::string>& languages)
 {
     const std::set<char32_t> shown = plan.characters();
+    const std::set<char32_t> substituted = plan.substituted();
     std::string text;
     for (const std::string& language : languages) {
         text += reportLanguage(language, [&](char32_t character) {
-            return shown.contains(character) ? Showing::exactly : Showing::missing;
+            return shown.contains(character)         ? Showing::exactly
+                   : substituted.contains(character) ? Showing::readably
+                                                     : Showing::missing;
         });
     }
     return text;
@@ -480,7 +489,7 @@ int makeProfile(const Options& options)
         idFile = {fs::path(folder).parent_path() / (options.id + ".txt"), idFileText(plan.path)};
     }
     const std::string languages = languageLines(plan, options.languages);
-    writeProfileFolder(folder, profileFiles(plan, database(options, plan.characters())), idFile);
+    writeProfileFolder(folder, profileFiles(plan, database(options, plan)), idFile);
 
     for (const std::string& note : notes) {
         std::cerr << "kestrix-disp: " << note << '\n';
@@ -559,6 +568,8 @@ Command newProfileCommand(CLI::App& program)
     repeated("--languages", options->languages,
              "Says how much of the writing of these languages the display shows", "de,pl,...")
         ->delimiter(',');
+    arguments->add_flag("--fallback", options->fallback,
+                        "Show what reads like them for characters that no table has: o for \u0151");
     CLI::Option* const list = arguments->add_flag(
         "--list", options->list, "Lists the code pages that ICU has, and does nothing else");
     arguments->callback([folder, tables, list] {

@@ -16,6 +16,7 @@
 #include <stdexcept>
 #include <string>
 #include <string_view>
+#include <utility>
 
 namespace {
 
@@ -100,6 +101,8 @@ constexpr Row kRows[] = {
     {U'ª', U"a"},
     {U'¡', U"!"},
     {U'¿', U"?"},
+    {U'⟨', U"<"},
+    {U'⟩', U">"},
     {U'、', U","},
     {U'。', U"."},
     {U'µ', U"μu"},  // the micro sign
@@ -114,6 +117,8 @@ constexpr Row kRows[] = {
     // Letters
     {U'ẞ', U"ß"},
     {U'ς', U"σ"},
+    {U'ə', U"e"},
+    {U'Ə', U"E"},
     {U'є', U"е"},
     {U'Є', U"Е"},
     {U'ө', U"о"},
@@ -392,10 +397,88 @@ private:
     std::map<char32_t, char32_t> m_narrowForms;  // of full-width kana and their punctuation
 };
 
+// Where the display has a character.
+struct Place {
+    const CodeFile* table;
+    std::uint8_t byte;
+};
+
+// The characters of the tables, without those whose bytes show one of a set after power-on.
+std::map<char32_t, Place> placesIn(const ProfilePlan& plan)
+{
+    std::set<std::uint8_t> hidden;
+    for (const CodeFile& set : plan.sets) {
+        for (const auto& [byte, character] : set.characters) {
+            if (set.parameter == plan.defaultSet) {
+                hidden.insert(byte);
+            }
+        }
+    }
+    std::map<char32_t, Place> places;
+    for (const CodeFile& table : plan.tables) {
+        for (const auto& [byte, character] : table.characters) {
+            const auto known = places.find(character);
+            if (!hidden.contains(byte) &&
+                (known == places.end() || table.parameter < known->second.table->parameter)) {
+                places.insert_or_assign(character, Place{&table, byte});
+            }
+        }
+    }
+    return places;
+}
+
+std::string unusedFileName(const ProfilePlan& plan, const std::string& stem)
+{
+    const auto isUsed = [&](const std::string& name) {
+        const auto has = [&](const std::vector<CodeFile>& files) {
+            return std::ranges::count(files, name, &CodeFile::fileName) != 0;
+        };
+        return name == plan.device || has(plan.tables) || has(plan.sets);
+    };
+    std::string name = stem + ".txt";
+    for (int number = 2; isUsed(name); ++number) {
+        name = stem + "-" + std::to_string(number) + ".txt";
+    }
+    return name;
+}
+
 }  // namespace
 
 std::vector<Substitute> substitutesFor(const std::set<char32_t>& tables,
                                        const std::set<char32_t>& sets)
 {
     return Substitutes(tables, sets).all();
+}
+
+void addSubstitutes(ProfilePlan& plan)
+{
+    constexpr std::size_t mostLines = 256;  // of a file
+    const std::map<char32_t, Place> places = placesIn(plan);
+    std::set<char32_t> tables;
+    for (const auto& [character, place] : places) {
+        tables.insert(character);
+    }
+    std::map<int, CodeFile> open;  // by parameter
+    std::vector<CodeFile> full;
+    for (const Substitute& substitute : substitutesFor(tables, plan.characters())) {
+        const Place place = places.at(substitute.shown);
+        CodeFile& file = open[place.table->parameter];
+        file.parameter = place.table->parameter;
+        file.codePage = place.table->codePage;
+        file.characters.emplace_back(place.byte, substitute.character);
+        if (file.characters.size() == mostLines) {
+            full.push_back(std::exchange(file, {}));
+        }
+    }
+    for (auto& [parameter, file] : open) {
+        full.push_back(std::move(file));
+    }
+    for (CodeFile& file : full) {
+        if (!file.characters.empty()) {
+            file.substitutes = true;
+            file.fileName = unusedFileName(plan, "like-" + std::to_string(file.parameter));
+            std::ranges::sort(file.characters);
+            plan.tables.push_back(std::move(file));
+        }
+    }
 }

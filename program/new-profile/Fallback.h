@@ -1,6 +1,8 @@
 // What a display shows in place of characters that it lacks: something that reads like them.
 #pragma once
 
+#include "program/new-profile/ProfilePlan.h"
+
 #include <set>
 #include <vector>
 
@@ -14,3 +16,7 @@ struct Substitute {
 // but has something readable in a table. docs/decisions.md has the order of preference.
 std::vector<Substitute> substitutesFor(const std::set<char32_t>& tables,
                                        const std::set<char32_t>& sets);
+
+// Adds files for them to the tables: each goes to the table with the lowest parameter that has what
+// is shown. Texts of the characters that the plan has without them are sent as before.
+void addSubstitutes(ProfilePlan& plan);

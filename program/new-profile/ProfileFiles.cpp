@@ -30,11 +30,12 @@ std::string dataLine(unsigned byte, std::optional<char32_t> character)
 
 std::string tableText(const CodeFile& table)
 {
-    std::string text = "# Code page " + std::to_string(table.codePage) + ", ESC t " +
-                       std::to_string(table.parameter) + '\n';
+    std::string text =
+        (table.substitutes ? "# Shown as others like them: code page " : "# Code page ") +
+        std::to_string(table.codePage) + ", ESC t " + std::to_string(table.parameter) + '\n';
     auto next = table.characters.begin();
     for (unsigned byte = 0; byte < 256; ++byte) {
-        if (next == table.characters.end() || next->first != byte) {
+        if (!table.substitutes && (next == table.characters.end() || next->first != byte)) {
             text += dataLine(byte, {});
         }
         for (; next != table.characters.end() && next->first == byte; ++next) {
@@ -54,6 +55,30 @@ std::string setText(const CodeFile& set)
     return text;
 }
 
+struct Shown {
+    Characters characters;   // as themselves
+    Characters substituted;  // as others like them
+    Characters marks;        // as themselves, or as their spacing forms
+};
+
+Shown shownBy(const ProfilePlan& plan)
+{
+    Shown shown{plan.characters(), plan.substituted(), {}};
+    UErrorCode status = U_ZERO_ERROR;
+    const icu::Normalizer2* const data = icu::Normalizer2::getNFKCInstance(status);
+    for (const char32_t character : shown.characters) {
+        const auto code = static_cast<UChar32>(character);
+        icu::UnicodeString parts;
+        if ((U_GET_GC_MASK(code) & U_GC_M_MASK) != 0) {
+            shown.marks.insert(character);
+        } else if (U_SUCCESS(status) != 0 && data->getRawDecomposition(code, parts) != 0 &&
+                   parts.countChar32() == 2 && parts[0] == u' ') {
+            shown.marks.insert(static_cast<char32_t>(parts.char32At(1)));
+        }
+    }
+    return shown;
+}
+
 std::optional<char32_t> codePoint(std::string_view digits)
 {
     std::uint32_t value = 0;
@@ -71,8 +96,9 @@ std::optional<char32_t> codePoint(std::string_view digits)
 //
 // The display must hold the character, too. The converter takes the first row that fits the text
 // and does not take it back if the display lacks the result. Without that row the letter still goes
-// out by itself, followed by what becomes of the mark.
-bool keepsDecomposition(char32_t composed, const std::string& field, const Characters& held)
+// out by itself, followed by what becomes of the mark. If that is shown, it is more than a
+// substitute for both.
+bool keepsDecomposition(char32_t composed, const std::string& field, const Shown& shown)
 {
     constexpr std::string_view kSpace = "0020";
     std::istringstream words(field);
@@ -81,11 +107,13 @@ bool keepsDecomposition(char32_t composed, const std::string& field, const Chara
     if (tagged) {
         parts.erase(parts.begin());
     }
-    if (parts.size() != 2 || (tagged && parts[0] != kSpace) || !held.contains(composed)) {
+    if (parts.size() != 2 || (tagged && parts[0] != kSpace)) {
         return false;
     }
-    const auto mark = static_cast<UChar32>(codePoint(parts[1]).value_or(0));
-    return (U_GET_GC_MASK(mark) & U_GC_M_MASK) != 0;
+    const char32_t mark = codePoint(parts[1]).value_or(0);
+    return (U_GET_GC_MASK(static_cast<UChar32>(mark)) & U_GC_M_MASK) != 0 &&
+           (shown.characters.contains(composed) ||
+            (!tagged && shown.substituted.contains(composed) && !shown.marks.contains(mark)));
 }
 
 std::string propertyName(UProperty property, int32_t value)
@@ -193,10 +221,13 @@ std::string withLineBreaks(const std::string& text)
 }  // namespace
 
 UnicodeDatabase reducedDatabase(const std::string& text, const std::string& file,
-                                const std::set<char32_t>& characters)
+                                const ProfilePlan& plan)
 {
     constexpr int kDecompositionField = 5;
 
+    const Shown shown = shownBy(plan);
+    Characters characters = shown.characters;
+    characters.insert(shown.substituted.begin(), shown.substituted.end());
     UnicodeDatabase result;
     auto next = characters.begin();
     const auto addUnlisted = [&](char32_t end) {
@@ -221,7 +252,7 @@ UnicodeDatabase reducedDatabase(const std::string& text, const std::string& file
             throw std::runtime_error(file + ":" + std::to_string(number) +
                                      ": is no line of UnicodeData.txt");
         }
-        if (keepsDecomposition(*character, line.substr(begin, end - begin), characters)) {
+        if (keepsDecomposition(*character, line.substr(begin, end - begin), shown)) {
             ++result.decompositions;
         } else {
             line.erase(begin, end - begin);
