@@ -240,7 +240,7 @@ void CharacterCheck::checkBytes(TableFileKind kind)
     EntryWarnings commands;
     EntryWarnings exchanged;
     EntryWarnings twice;
-    std::map<std::pair<std::string, std::uint8_t>, const PlacedEntry*> ofBytes;
+    std::map<std::pair<std::uint8_t, std::uint8_t>, const PlacedEntry*> ofBytes;
     for (const PlacedEntry& placed : m_list.entries(kind)) {
         const ruvo::MapEntry& entry = placed.entry;
         if (!hasCharacter(placed)) {
@@ -262,8 +262,8 @@ void CharacterCheck::checkBytes(TableFileKind kind)
                           name + " is a control character; in a line the byte comes first");
         }
         const PlacedEntry& first =
-            *ofBytes.emplace(std::pair(placed.place.path, entry.ucCode), &placed).first->second;
-        if (first.entry.ulCodePoint != entry.ulCodePoint) {
+            *ofBytes.emplace(std::pair(entry.ucParam, entry.ucCode), &placed).first->second;
+        if (first.place.path == placed.place.path && first.entry.ulCodePoint != entry.ulCodePoint) {
             twice.add(placed.place, name + " has the byte " + byte + ", which line " +
                                         std::to_string(first.place.line) + " has for " +
                                         codePointText(first.entry.ulCodePoint));

@@ -449,13 +449,14 @@ std::string tableLines(const ProfilePlan& plan)
 std::string languageLines(const ProfilePlan& plan, const std::vector<std::string>& languages)
 {
     const std::set<char32_t> shown = plan.characters();
-    const std::set<char32_t> substituted = plan.substituted();
+    std::set<char32_t> readable = plan.substituted();
+    readable.merge(plan.marks());
     std::string text;
     for (const std::string& language : languages) {
         text += reportLanguage(language, [&](char32_t character) {
-            return shown.contains(character)         ? Showing::exactly
-                   : substituted.contains(character) ? Showing::readably
-                                                     : Showing::missing;
+            return shown.contains(character)      ? Showing::exactly
+                   : readable.contains(character) ? Showing::readably
+                                                  : Showing::missing;
         });
     }
     return text;

@@ -59,25 +59,8 @@ struct Shown {
     Characters characters;   // as themselves
     Characters substituted;  // as others like them
     Characters marks;        // as themselves, or as their spacing forms
+    Characters spaced;       // marks whose spacing form is known already
 };
-
-Shown shownBy(const ProfilePlan& plan)
-{
-    Shown shown{plan.characters(), plan.substituted(), {}};
-    UErrorCode status = U_ZERO_ERROR;
-    const icu::Normalizer2* const data = icu::Normalizer2::getNFKCInstance(status);
-    for (const char32_t character : shown.characters) {
-        const auto code = static_cast<UChar32>(character);
-        icu::UnicodeString parts;
-        if ((U_GET_GC_MASK(code) & U_GC_M_MASK) != 0) {
-            shown.marks.insert(character);
-        } else if (U_SUCCESS(status) != 0 && data->getRawDecomposition(code, parts) != 0 &&
-                   parts.countChar32() == 2 && parts[0] == u' ') {
-            shown.marks.insert(static_cast<char32_t>(parts.char32At(1)));
-        }
-    }
-    return shown;
-}
 
 std::optional<char32_t> codePoint(std::string_view digits)
 {
@@ -97,8 +80,9 @@ std::optional<char32_t> codePoint(std::string_view digits)
 // The display must hold the character, too. The converter takes the first row that fits the text
 // and does not take it back if the display lacks the result. Without that row the letter still goes
 // out by itself, followed by what becomes of the mark. If that is shown, it is more than a
-// substitute for both.
-bool keepsDecomposition(char32_t composed, const std::string& field, const Shown& shown)
+// substitute for both. A mark has one spacing form, the first one: with the Greek tonos as another
+// for U+0301, which of the two is sent would depend on the rest of the database.
+bool keepsDecomposition(char32_t composed, const std::string& field, Shown& shown)
 {
     constexpr std::string_view kSpace = "0020";
     std::istringstream words(field);
@@ -111,9 +95,14 @@ bool keepsDecomposition(char32_t composed, const std::string& field, const Shown
         return false;
     }
     const char32_t mark = codePoint(parts[1]).value_or(0);
-    return (U_GET_GC_MASK(static_cast<UChar32>(mark)) & U_GC_M_MASK) != 0 &&
-           (shown.characters.contains(composed) ||
-            (!tagged && shown.substituted.contains(composed) && !shown.marks.contains(mark)));
+    if ((U_GET_GC_MASK(static_cast<UChar32>(mark)) & U_GC_M_MASK) == 0) {
+        return false;
+    }
+    if (tagged) {
+        return shown.characters.contains(composed) && shown.spaced.insert(mark).second;
+    }
+    return shown.characters.contains(composed) ||
+           (shown.substituted.contains(composed) && !shown.marks.contains(mark));
 }
 
 std::string propertyName(UProperty property, int32_t value)
@@ -225,7 +214,7 @@ UnicodeDatabase reducedDatabase(const std::string& text, const std::string& file
 {
     constexpr int kDecompositionField = 5;
 
-    const Shown shown = shownBy(plan);
+    Shown shown{plan.characters(), plan.substituted(), plan.marks(), {}};
     Characters characters = shown.characters;
     characters.insert(shown.substituted.begin(), shown.substituted.end());
     UnicodeDatabase result;

@@ -42,6 +42,8 @@ struct ProfilePlan {
     // The characters that the display shows as themselves, and those that it shows as others.
     std::set<char32_t> characters() const;
     std::set<char32_t> substituted() const;
+    // The combining marks that it shows, as themselves or as their spacing forms (´ for U+0301).
+    std::set<char32_t> marks() const;
 };
 
 // Whether a profile can have the character: no control character, surrogate or code point that is
