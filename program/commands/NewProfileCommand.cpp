@@ -54,6 +54,13 @@ std::string quoted(const std::string& text)
     return '"' + printable(text) + '"';
 }
 
+std::string hexByte(std::size_t byte)
+{
+    char text[4];
+    std::snprintf(text, sizeof text, "%02X", static_cast<unsigned>(byte & 0xFF));
+    return text;
+}
+
 int number(const std::string& text, int most, const std::string& option, const std::string& what)
 {
     int value = 0;
@@ -145,10 +152,11 @@ std::string fileName(std::string source, int parameter, std::set<std::string>& u
 // Whether a name can only be meant as that of a file.
 bool looksLikeFile(const std::string& name)
 {
+    std::error_code ignored;
     const std::string extension = fs::path(name).extension().string();
     return name.find('/') != std::string::npos ||
            (extension.size() > 1 && std::isdigit(static_cast<unsigned char>(extension[1])) == 0) ||
-           fs::exists(name);
+           fs::exists(name, ignored);
 }
 
 CharacterOfByte readTable(const Assignment& table, Notes& notes)
@@ -209,6 +217,31 @@ PlaceInTable place(const std::string& text, const std::string& option)
 
 using Tables = std::map<int, CharacterOfByte>;
 
+// A profile should have a character at one byte of a table only: which of several is sent would be
+// a matter of chance, and the lines of a character are no more than the tables. Leaves the byte of
+// --map, else the lowest.
+void dropRepeated(Tables& tables, const std::set<std::pair<int, std::uint8_t>>& corrected,
+                  Notes& notes)
+{
+    for (auto& [parameter, table] : tables) {
+        std::map<char32_t, std::size_t> byteOf;
+        for (std::size_t byte = 0; byte < table.size(); ++byte) {
+            if (table[byte] && corrected.contains({parameter, static_cast<std::uint8_t>(byte)})) {
+                byteOf.emplace(*table[byte], byte);
+            }
+        }
+        for (std::size_t byte = 0; byte < table.size(); ++byte) {
+            if (table[byte] && byteOf.emplace(*table[byte], byte).first->second != byte) {
+                notes.push_back("table " + std::to_string(parameter) + ": " +
+                                describedCharacter(*table[byte]) + " is left out at the byte " +
+                                hexByte(byte) + ", as it is also at " +
+                                hexByte(byteOf.at(*table[byte])));
+                table[byte].reset();
+            }
+        }
+    }
+}
+
 // Carries out --map and --unmap.
 void correct(Tables& tables, const Options& options, Notes& notes)
 {
@@ -240,6 +273,7 @@ void correct(Tables& tables, const Options& options, Notes& notes)
         }
         character.reset();
     }
+    dropRepeated(tables, corrected, notes);
 }
 
 // Gives each table its number: that of --code-page, or in its name, or else its parameter or the
@@ -374,9 +408,8 @@ void findMissingCharacter(ProfilePlan& plan, const Options& options, Notes& note
     for (const CodeFile& table : plan.tables) {
         if (std::ranges::count(table.characters, std::pair(plan.missingCharacter, character)) ==
             0) {
-            char byte[4];
-            std::snprintf(byte, sizeof byte, "%02X", unsigned{plan.missingCharacter});
-            notes.push_back("table " + std::to_string(table.parameter) + ": the byte " + byte +
+            notes.push_back("table " + std::to_string(table.parameter) + ": the byte " +
+                            hexByte(plan.missingCharacter) +
                             " of the missing character is another one there");
         }
     }
@@ -445,18 +478,18 @@ std::string tableLines(const ProfilePlan& plan)
     return text;
 }
 
-// How many of the letters of languages the display shows.
+// How much of the writing of languages the display shows: as itself, or so that it can be read.
 std::string languageLines(const ProfilePlan& plan, const std::vector<std::string>& languages)
 {
-    const std::set<char32_t> shown = plan.characters();
+    const std::set<char32_t> asThemselves = plan.characters();
     std::set<char32_t> readable = plan.substituted();
     readable.merge(plan.marks());
     std::string text;
     for (const std::string& language : languages) {
         text += reportLanguage(language, [&](char32_t character) {
-            return shown.contains(character)      ? Showing::exactly
-                   : readable.contains(character) ? Showing::readably
-                                                  : Showing::missing;
+            return asThemselves.contains(character) ? Showing::exactly
+                   : readable.contains(character)   ? Showing::readably
+                                                    : Showing::missing;
         });
     }
     return text;

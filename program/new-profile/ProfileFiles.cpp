@@ -105,6 +105,31 @@ bool keepsDecomposition(char32_t composed, const std::string& field, Shown& show
            (shown.substituted.contains(composed) && !shown.marks.contains(mark));
 }
 
+// Adds a line without what is not kept of its decomposition. False if it has too few fields.
+bool addLine(std::string line, char32_t character, Shown& shown, UnicodeDatabase& database)
+{
+    constexpr int kDecompositionField = 5;
+    std::size_t begin = 0;
+    for (int field = 0; field < kDecompositionField; ++field) {
+        const std::size_t semicolon = line.find(';', begin);
+        if (semicolon == std::string::npos) {
+            return false;
+        }
+        begin = semicolon + 1;
+    }
+    const std::size_t end = line.find(';', begin);
+    if (end == std::string::npos) {
+        return false;
+    }
+    if (keepsDecomposition(character, line.substr(begin, end - begin), shown)) {
+        ++database.decompositions;
+    } else {
+        line.erase(begin, end - begin);
+    }
+    database.text += line + '\n';
+    return true;
+}
+
 std::string propertyName(UProperty property, int32_t value)
 {
     return u_getPropertyValueName(property, value, U_SHORT_PROPERTY_NAME);
@@ -138,7 +163,7 @@ std::string databaseLine(char32_t character)
            propertyName(UCHAR_GENERAL_CATEGORY, u_charType(code)) + ';' +
            std::to_string(u_getCombiningClass(code)) + ';' +
            propertyName(UCHAR_BIDI_CLASS, u_charDirection(code)) + ';' + decompositionOf(code) +
-           ";;;;N;;;;;\n";
+           ";;;;N;;;;;";
 }
 
 // UnicodeData.txt has ideographs and Hangul syllables as ranges.
@@ -212,8 +237,6 @@ std::string withLineBreaks(const std::string& text)
 UnicodeDatabase reducedDatabase(const std::string& text, const std::string& file,
                                 const ProfilePlan& plan)
 {
-    constexpr int kDecompositionField = 5;
-
     Shown shown{plan.characters(), plan.substituted(), plan.marks(), {}};
     Characters characters = shown.characters;
     characters.insert(shown.substituted.begin(), shown.substituted.end());
@@ -221,7 +244,7 @@ UnicodeDatabase reducedDatabase(const std::string& text, const std::string& file
     auto next = characters.begin();
     const auto addUnlisted = [&](char32_t end) {
         for (; next != characters.end() && *next < end; ++next) {
-            result.text += databaseLine(*next);
+            addLine(databaseLine(*next), *next, shown, result);
         }
     };
     std::istringstream in(text);
@@ -231,28 +254,17 @@ UnicodeDatabase reducedDatabase(const std::string& text, const std::string& file
         if (line.ends_with('\r')) {
             line.pop_back();
         }
-        std::size_t begin = 0;
-        for (int field = 0; field < kDecompositionField && begin != std::string::npos; ++field) {
-            begin = line.find(';', field == 0 ? 0 : begin + 1);
-        }
-        const std::size_t end = begin == std::string::npos ? begin : line.find(';', ++begin);
         const auto character = codePoint(std::string_view(line).substr(0, line.find(';')));
-        if (end == std::string::npos || !character) {
+        addUnlisted(character.value_or(0));
+        if (!character || !addLine(line, *character, shown, result)) {
             throw std::runtime_error(file + ":" + std::to_string(number) +
                                      ": is no line of UnicodeData.txt");
         }
-        if (keepsDecomposition(*character, line.substr(begin, end - begin), shown)) {
-            ++result.decompositions;
-        } else {
-            line.erase(begin, end - begin);
-        }
-        addUnlisted(*character);
         if (next != characters.end() && *next == *character) {
             ++next;
         }
-        result.text += line + '\n';
     }
-    addUnlisted(0x110000);
+    addUnlisted(UCHAR_MAX_VALUE + 1);
     return result;
 }
 
@@ -261,7 +273,7 @@ std::string databaseOfICU()
     std::string text;
     for (UChar32 code = 0; code <= UCHAR_MAX_VALUE; ++code) {
         if (!isInRange(code)) {
-            text += databaseLine(static_cast<char32_t>(code));
+            text += databaseLine(static_cast<char32_t>(code)) + '\n';
         }
     }
     return text;

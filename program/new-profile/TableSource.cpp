@@ -43,6 +43,18 @@ std::vector<std::string> aliases(const char* name)
     return result;
 }
 
+// ICU's name for a code page, "" if it has none. Manuals often give a number alone; there 1252 is
+// that of Windows.
+std::string nameInICU(const std::string& name)
+{
+    for (const char* const prefix : {"", "windows-", "ibm-"}) {
+        if (!aliases((prefix + name).c_str()).empty()) {
+            return prefix + name;
+        }
+    }
+    return "";
+}
+
 icu::LocalUConverterPointer open(const char* name)
 {
     UErrorCode status = U_ZERO_ERROR;
@@ -54,6 +66,18 @@ icu::LocalUConverterPointer open(const char* name)
                                  u_errorName(status));
     }
     return converter;
+}
+
+// The byte that a code page uses for a character.
+std::optional<unsigned> byteOf(char32_t character, const icu::LocalUConverterPointer& converter)
+{
+    char byte = 0;
+    const UChar in = static_cast<UChar>(character);
+    UErrorCode status = U_ZERO_ERROR;
+    const int32_t length = ucnv_fromUChars(converter.getAlias(), &byte, 1, &in, 1, &status);
+    return U_SUCCESS(status) && length == 1
+               ? std::optional(unsigned{static_cast<unsigned char>(byte)})
+               : std::nullopt;
 }
 
 // The names of each single-byte code page of ICU, the usual one first. ICU lists pages that differ
@@ -97,39 +121,52 @@ std::size_t distance(std::string_view one, std::string_view other)
 std::optional<int> numberAt(std::string_view text, std::size_t begin)
 {
     constexpr int kLast = 32767;
+    if (begin >= text.size() || !isDigit(text[begin])) {
+        return std::nullopt;
+    }
     int number = 0;
-    const auto [end, error] =
-        std::from_chars(text.data() + begin, text.data() + text.size(), number);
-    const bool good = error == std::errc{} && isDigit(text[begin]) && number <= kLast;
-    return good ? std::optional(number) : std::nullopt;
+    const std::errc error =
+        std::from_chars(text.data() + begin, text.data() + text.size(), number).ec;
+    return error == std::errc{} && number <= kLast ? std::optional(number) : std::nullopt;
 }
 
-std::optional<int> numberIn(std::string_view name)
+// The number after a prefix at the start of the name, and perhaps a hyphen.
+std::optional<int> numberAfter(std::string_view name, std::string_view prefix)
 {
-    for (const std::string_view prefix : {"ibm-", "ibm", "windows-", "cp-", "cp"}) {
-        if (name.starts_with(prefix) && name.size() > prefix.size() &&
-            isDigit(name[prefix.size()])) {
-            return numberAt(name, prefix.size());
-        }
+    if (!name.starts_with(prefix)) {
+        return std::nullopt;
     }
+    name.remove_prefix(prefix.size());
+    return numberAt(name, name.starts_with('-') ? 1 : 0);
+}
+
+std::optional<int> windowsNumber(std::string_view name)
+{
+    return numberAfter(name, "windows");
+}
+
+// The parts of ISO 8859 as Windows counts them: "ISO-8859-2" is 28592.
+std::optional<int> isoNumber(std::string_view name)
+{
     constexpr std::string_view kISO = "8859";
-    if (const std::size_t iso = name.find(kISO);
-        iso != std::string_view::npos && iso + kISO.size() + 1 < name.size()) {
-        const std::optional<int> part = numberAt(name, iso + kISO.size() + 1);
-        return part && *part >= 1 && *part <= 16 ? std::optional(28590 + *part) : std::nullopt;
+    const std::size_t iso = name.find(kISO);
+    if (iso == std::string_view::npos) {
+        return std::nullopt;
     }
-    constexpr std::size_t kFewestDigits = 3;
-    for (std::size_t begin = 0; begin < name.size();) {
-        std::size_t end = begin;
-        while (end < name.size() && isDigit(name[end])) {
-            ++end;
-        }
-        if (end - begin >= kFewestDigits) {
-            return numberAt(name, begin);
-        }
-        begin = end + 1;
-    }
-    return std::nullopt;
+    const std::optional<int> part = numberAt(name, iso + kISO.size() + 1);
+    return part && *part >= 1 && *part <= 16 ? std::optional(28590 + *part) : std::nullopt;
+}
+
+std::optional<int> ibmNumber(std::string_view name)
+{
+    const std::optional<int> number = numberAfter(name, "ibm");
+    return number ? number : numberAfter(name, "cp");
+}
+
+// A name that is a number and perhaps more, such as "437" or "866nr".
+std::optional<int> bareNumber(std::string_view name)
+{
+    return numberAfter(name, "");
 }
 
 // What stands before a comment, in fields between blanks.
@@ -166,12 +203,12 @@ std::optional<std::uint32_t> readHex(std::string_view text,
 
 bool isCodePage(const std::string& name)
 {
-    return !aliases(name.c_str()).empty();
+    return !nameInICU(name).empty();
 }
 
 CharacterOfByte readCodePage(const std::string& name)
 {
-    const icu::LocalUConverterPointer converter = open(name.c_str());
+    const icu::LocalUConverterPointer converter = open(nameInICU(name).c_str());
     if (ucnv_getMaxCharSize(converter.getAlias()) != 1) {
         throw UsageError("the code page " + name +
                          " has characters of several bytes; a table of a display has one byte for "
@@ -186,6 +223,13 @@ CharacterOfByte readCodePage(const std::string& name)
             ucnv_toUChars(converter.getAlias(), out, std::size(out), &in, 1, &result);
         if ((U_SUCCESS(result) != 0) && length == 1 && canBeShown(out[0])) {
             table[byte] = out[0];
+        }
+    }
+    for (unsigned byte = kFirstText; byte < table.size(); ++byte) {
+        const std::optional<unsigned> used =
+            table[byte] ? byteOf(*table[byte], converter) : std::nullopt;
+        if (used && *used != byte && table[*used] == table[byte]) {
+            table[byte].reset();
         }
     }
     return table;
@@ -225,12 +269,18 @@ std::string codePageList()
 
 std::optional<int> codePageNumber(const std::string& name)
 {
-    std::optional<int> number = numberIn(lowerCase(name));
-    const std::vector<std::string> others = aliases(name.c_str());
-    for (auto other = others.begin(); other != others.end() && !number; ++other) {
-        number = numberIn(lowerCase(*other));
+    std::vector<std::string> names = aliases(name.c_str());
+    std::ranges::transform(names, names.begin(), lowerCase);
+    for (const auto& list : {std::vector{lowerCase(name)}, names}) {
+        for (const auto find : {windowsNumber, isoNumber, ibmNumber, bareNumber}) {
+            for (const std::string& one : list) {
+                if (const std::optional<int> number = find(one)) {
+                    return number;
+                }
+            }
+        }
     }
-    return number;
+    return std::nullopt;
 }
 
 TableText readTableText(std::string_view text, const std::string& file)

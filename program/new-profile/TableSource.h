@@ -7,11 +7,11 @@
 #include <string_view>
 #include <vector>
 
-// Whether ICU has a code page of this name, or by this alias.
+// Whether ICU has a code page of this name, by this alias, or with this number.
 bool isCodePage(const std::string& name);
 
-// The characters of a code page at the bytes from 20 on, without control characters. Throws
-// UsageError for a code page of several bytes a character.
+// The characters of a code page at the bytes from 20 on, without control characters, and each at
+// one byte only. Throws UsageError for a code page of several bytes a character.
 CharacterOfByte readCodePage(const std::string& name);
 
 // The names of code pages that are most like this one, as a list for a message.
@@ -22,7 +22,7 @@ std::string codePageList();
 
 // The number in a name: 437 of "ibm-437" and "CP437.TXT", 1252 of "windows-1252", 28592 of
 // "ISO-8859-2", as Windows counts these. Else, and if ICU has the name, the number in one of its
-// other names. Nothing without one.
+// other names, such as 20866 of "KOI8-R". Nothing without one.
 std::optional<int> codePageNumber(const std::string& name);
 
 struct TableText {
