@@ -152,14 +152,22 @@ void CharacterCheck::checkTablesAreUseful(const ruvo::DeviceInfo& deviceInfo)
     }
 }
 
-void CharacterCheck::checkEntries()
+void CharacterCheck::checkEntries(const ruvo::DeviceInfo& deviceInfo)
 {
+    std::set<std::uint8_t> parameters;
+    std::set<std::string> additions;  // the files of tables that have another one before
+    for (std::size_t i = 0; i < static_cast<std::size_t>(m_settings.sMappingTableNumber); ++i) {
+        const ruvo::TableEntry& table = deviceInfo.astTable[i];
+        if (!parameters.insert(table.ucTableCommandParam).second) {
+            additions.insert(m_settings.szDeviceInfoPath + table.szTableFileName);
+        }
+    }
     if (!m_shown.empty()) {
         checkTables();
         checkSets();
     }
-    checkBytes(TableFileKind::translation);
-    checkBytes(TableFileKind::internalSet);
+    checkBytes(TableFileKind::translation, additions);
+    checkBytes(TableFileKind::internalSet, {});
 }
 
 void CharacterCheck::checkTables()
@@ -232,7 +240,7 @@ void CharacterCheck::checkSets()
     shadowing.tell(m_list);
 }
 
-void CharacterCheck::checkBytes(TableFileKind kind)
+void CharacterCheck::checkBytes(TableFileKind kind, const std::set<std::string>& additions)
 {
     constexpr std::uint32_t firstC1 = 0x80;  // C1: the control characters U+0080 to U+009F
     constexpr std::uint32_t lastC1 = 0x9F;
@@ -240,7 +248,7 @@ void CharacterCheck::checkBytes(TableFileKind kind)
     EntryWarnings commands;
     EntryWarnings exchanged;
     EntryWarnings twice;
-    std::map<std::pair<std::uint8_t, std::uint8_t>, const PlacedEntry*> ofBytes;
+    std::map<std::pair<std::string, std::uint8_t>, const PlacedEntry*> ofBytes;
     for (const PlacedEntry& placed : m_list.entries(kind)) {
         const ruvo::MapEntry& entry = placed.entry;
         if (!hasCharacter(placed)) {
@@ -262,8 +270,9 @@ void CharacterCheck::checkBytes(TableFileKind kind)
                           name + " is a control character; in a line the byte comes first");
         }
         const PlacedEntry& first =
-            *ofBytes.emplace(std::pair(entry.ucParam, entry.ucCode), &placed).first->second;
-        if (first.place.path == placed.place.path && first.entry.ulCodePoint != entry.ulCodePoint) {
+            *ofBytes.emplace(std::pair(placed.place.path, entry.ucCode), &placed).first->second;
+        if (!additions.contains(placed.place.path) &&
+            first.entry.ulCodePoint != entry.ulCodePoint) {
             twice.add(placed.place, name + " has the byte " + byte + ", which line " +
                                         std::to_string(first.place.line) + " has for " +
                                         codePointText(first.entry.ulCodePoint));

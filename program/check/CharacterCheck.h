@@ -11,6 +11,7 @@
 #include <cstdint>
 #include <map>
 #include <set>
+#include <string>
 
 // Code point to line number in UnicodeData.txt; the last line of a code point listed twice.
 using DatabaseLines = std::map<std::uint32_t, std::size_t>;
@@ -29,7 +30,7 @@ public:
     // False, with a warning, if UnicodeData.txt has none of the characters of the tables and sets.
     bool checkDatabaseIsUseful();
     // Checks the lines of the tables and sets.
-    void checkEntries();
+    void checkEntries(const ruvo::DeviceInfo& deviceInfo);
     // Warns of tables without characters, and of a missing character that no table has. All files
     // must have been read.
     void checkTablesAreUseful(const ruvo::DeviceInfo& deviceInfo);
@@ -44,7 +45,7 @@ public:
 private:
     void checkTables();
     void checkSets();
-    void checkBytes(ruvo::TableFileKind kind);
+    void checkBytes(ruvo::TableFileKind kind, const std::set<std::string>& additions);
 
     const ruvo::HandleSettings& m_settings;
     const ruvo::CharacterTables& m_tables;

@@ -118,7 +118,7 @@ void Checker::checkCharacterFiles(bool deviceIsValid)
     }
     m_result.tables = tables.size();
     m_result.sets = static_cast<std::size_t>(m_deviceInfo.sInternalCharacterSetNumber);
-    check.checkEntries();
+    check.checkEntries(m_deviceInfo);
     if (m_result.status == RUVO_OK) {  // else a file that was not read may have the characters
         check.checkTablesAreUseful(m_deviceInfo);
         check.checkDecompositions(lines);

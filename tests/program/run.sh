@@ -350,7 +350,7 @@ grep -qF "$(printf '\037r')" "$work/out" || fail "no raw bytes to another termin
 # The findings of check are its output. A relative path in a profile starts at the profile's folder if
 # the current folder has no such device.
 status 0 check .
-tail -n 1 "$work/out" | grep -q '^device "default" opens, with 9 tables, 2 internal character sets and [0-9]* characters$' ||
+tail -n 1 "$work/out" | grep -q '^device "default" opens, with 15 tables, 2 internal character sets and 644 characters, and shows one like it for [0-9]* more$' ||
     fail "wrong verdict"
 grep -q 'error:\|warning:' "$work/out" && fail "the default profile has faults"
 status 0 check . --strict
