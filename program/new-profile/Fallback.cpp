@@ -286,11 +286,11 @@ private:
         if (isSameCharacter(decompositionType(character))) {
             add(decomposition(character));
         }
-        if (const auto row = m_rows.find(character); row != m_rows.end()) {
-            candidates += row->second;
-        }
         if (const auto form = m_narrowForms.find(character); form != m_narrowForms.end()) {
             add(form->second);
+        }
+        if (const auto row = m_rows.find(character); row != m_rows.end()) {
+            candidates += row->second;
         }
         if (isLetter(character)) {
             addWithFewerMarks(character, candidates);
