@@ -11,13 +11,15 @@
 
 #include <gtest/gtest.h>
 #include <unicode/normalizer2.h>
+#include <unicode/uchar.h>
 #include <unicode/ulocdata.h>
 #include <unicode/uniset.h>
 #include <unicode/usetiter.h>
 
 #include <filesystem>
 #include <fstream>
-#include <functional>
+#include <iterator>
+#include <map>
 #include <random>
 #include <set>
 #include <string>
@@ -234,6 +236,54 @@ TEST(DefaultProfile, ShowsTheWritingOfEurope)
     EXPECT_LT(3000U, letters);
     EXPECT_EQ(std::set<std::string>{"⁒"}, missing);
     EXPECT_EQ(std::set<std::string>{"ʼ"}, substituted);
+}
+
+std::string textOf(const std::filesystem::path& file)
+{
+    std::ifstream in(file, std::ios::binary);
+    return {std::istreambuf_iterator<char>(in), {}};
+}
+
+class DefaultProfileCopy : public ProfileFixture {};
+
+// catches: a table for more letters that takes characters away from those that had them before
+TEST_F(DefaultProfileCopy, MoreTablesChangeNoTextOfTheFirstNine)
+{
+    std::filesystem::copy(KESTRIX_PROFILE_DIR, ".");
+    std::string device = textOf("default");
+    const std::size_t number = device.find("MappingTableNumber=");
+    device.replace(number, device.find('\r', number) - number, "MappingTableNumber=9");
+    const std::size_t tenth = device.find("[Table10]");
+    device.erase(tenth, device.find("[ICS1]") - tenth);
+    std::ofstream("nine", std::ios::binary) << device;
+    const ConverterHandle nine("nine");
+    const ConverterHandle all("default");
+    ASSERT_LT(0, nine);
+    ASSERT_LT(0, all);
+
+    std::u32string characters;
+    for (char32_t character = 0x20; character < 0x10000; ++character) {
+        if ((U_GET_GC_MASK(static_cast<UChar32>(character)) & (U_GC_M_MASK | U_GC_CS_MASK)) != 0) {
+            continue;  // a mark may get a letter to go with, and a surrogate is no character
+        }
+        std::string bytes = utf8({character});
+        nine.setData(bytes);
+        if (nine.output().find('?') == std::string::npos || character == U'?') {
+            characters += character;
+        }
+    }
+    EXPECT_EQ(543U, characters.size());
+    std::mt19937 random(9);
+    for (int i = 0; i < 20000; ++i) {
+        std::u32string text;
+        for (std::size_t length = 1 + random() % 40; length > 0; --length) {
+            text += characters[random() % characters.size()];
+        }
+        std::string bytes = utf8(text);
+        nine.setData(bytes);
+        all.setData(bytes);
+        ASSERT_EQ(nine.output(), all.output()) << utf8(text);
+    }
 }
 
 }  // namespace
