@@ -7,11 +7,12 @@ _kestrix_disp()
     COMPREPLY=()
 
     if [ "$COMP_CWORD" -eq 1 ]; then
-        mapfile -t COMPREPLY < <(compgen -W "render explain preview lint check which --help --version" -- "$cur")
+        mapfile -t COMPREPLY < <(compgen -W "render explain preview lint new-profile check which --help --version" -- "$cur")
         return
     fi
     case $prev in
-    --device | --columns | --rows | --clock) return ;;
+    --device | --columns | --rows | --clock | --map | --unmap | --code-page | --set-default | --missing | --id | \
+        --languages) return ;;
     --format)
         mapfile -t COMPREPLY < <(compgen -W "text json" -- "$cur")
         return
@@ -35,6 +36,10 @@ _kestrix_disp()
     preview)
         options="--document --hex --raw --columns --rows --origin --clock --sgr --ascii --svg --png $profile"
         ;;
+    new-profile)
+        options="--device --table --map --unmap --code-page --set --set-default --missing --unicode-data --path --log-path
+            --id --languages --list --help"
+        ;;
     check) options="--device --strict --help" ;;
     which) options=$profile ;;
     esac
@@ -42,7 +47,10 @@ _kestrix_disp()
         mapfile -t COMPREPLY < <(compgen -W "$options" -- "$cur")
     else
         local kind=-f
-        [ "${COMP_WORDS[1]}" = check ] && kind=-d
+        case ${COMP_WORDS[1]}:$prev in
+        *:--unicode-data) ;;
+        check:* | new-profile:*) kind=-d ;;
+        esac
         compopt -o filenames
         mapfile -t COMPREPLY < <(compgen $kind -- "$cur")
     fi

@@ -600,7 +600,7 @@ Command newProfileCommand(CLI::App& program)
     arguments->add_option("--id", options->id, "Also writes the ID file NAME.txt, beside DIR")
         ->type_name("NAME");
     repeated("--languages", options->languages,
-             "Says how much of the writing of these languages the display shows", "de,pl,...")
+             "Says how much of the writing of these languages the display shows", "LANGUAGE,...")
         ->delimiter(',');
     arguments->add_flag("--fallback", options->fallback,
                         "Show what reads like them for characters that no table has: o for \u0151");

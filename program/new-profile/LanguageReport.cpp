@@ -15,14 +15,16 @@
 
 namespace {
 
-bool isKnown(const std::string& language)
+// ICU's name for a language such as "pt-BR" or "pt_BR"; "" if it has none.
+std::string nameInICU(std::string language)
 {
+    std::ranges::replace(language, '-', '_');
     for (int32_t i = 0; i < uloc_countAvailable(); ++i) {
         if (language == uloc_getAvailable(i)) {
-            return true;
+            return language;
         }
     }
-    return false;
+    return "";
 }
 
 // The letters of a set of the CLDR in both cases. What it has as texts, such as "ch", are letters
@@ -63,7 +65,7 @@ std::string reportSet(const std::string& language, ULocaleDataExemplarSetType ty
                       const std::string& noun, const ShowingOf& showing)
 {
     UErrorCode status = U_ZERO_ERROR;
-    icu::LocalULocaleDataPointer data(ulocdata_open(language.c_str(), &status));
+    icu::LocalULocaleDataPointer data(ulocdata_open(nameInICU(language).c_str(), &status));
     icu::UnicodeSet characters;
     ulocdata_getExemplarSet(data.getAlias(), characters.toUSet(), 0, type, &status);
     if (U_FAILURE(status)) {
@@ -95,9 +97,9 @@ std::string reportSet(const std::string& language, ULocaleDataExemplarSetType ty
 
 std::string reportLanguage(const std::string& language, const ShowingOf& showing)
 {
-    if (!isKnown(language)) {
+    if (nameInICU(language).empty()) {
         throw UsageError("ICU does not know the language \"" + printable(language) +
-                         "\"; names are such as de, pt_BR or sr_Latn");
+                         "\"; names are such as de, pt-BR or sr-Latn");
     }
     return reportSet(language, ULOCDATA_ES_STANDARD, "letter", showing) +
            reportSet(language, ULOCDATA_ES_PUNCTUATION, "sign", showing);

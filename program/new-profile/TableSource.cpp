@@ -172,7 +172,7 @@ std::optional<int> bareNumber(std::string_view name)
 // What stands before a comment, in fields between blanks.
 std::vector<std::string_view> fieldsOf(std::string_view line)
 {
-    constexpr std::string_view kBlanks = " \t\r";
+    constexpr std::string_view kBlanks = " \t";
     line = line.substr(0, line.find('#'));
     std::vector<std::string_view> fields;
     for (std::size_t begin = line.find_first_not_of(kBlanks); begin != std::string_view::npos;) {
@@ -300,8 +300,9 @@ TableText readTableText(std::string_view text, const std::string& file)
     };
     while (!text.empty()) {
         ++number;
-        const std::string_view line = text.substr(0, text.find('\n'));
-        text.remove_prefix(std::min(line.size() + 1, text.size()));
+        const std::string_view line = text.substr(0, text.find_first_of("\r\n"));
+        text.remove_prefix(line.size());
+        text.remove_prefix(text.starts_with("\r\n") ? 2 : std::min(text.size(), std::size_t{1}));
         if (line.starts_with(kEndOfText)) {
             if (text.find_first_not_of("\x1A\r\n\t ") != std::string_view::npos) {
                 fail("a byte 1A ends the text, but lines come after it");
@@ -345,6 +346,10 @@ TableText readTableText(std::string_view text, const std::string& file)
         } else {
             result.characters[*byte] = *character;
         }
+    }
+    if (std::ranges::none_of(result.characters,
+                             [](const auto& held) { return held.has_value(); })) {
+        throw std::runtime_error(file + " has no character at a byte from 20 on");
     }
     return result;
 }

@@ -142,6 +142,8 @@ FILES = {  # the text of a table file, and what is said of it
     "NUL": ("0x80\0\t0x20AC\n", "t.txt:1: must begin with a byte"),
     "another format": ("CODEPAGE 1252\n", "t.txt:1: must begin with a byte"),
     "empty": ("", "t.txt is empty"),
+    "comments": ("# 0x80\t0x20AC\n0x81\n", "t.txt has no character"),
+    "line breaks of CR": ("# a\r0x80\t0x20AC\r\r0x80\t0x00A3\r", "t.txt:4: the byte 0x80 is in line 2"),
 }
 
 
@@ -241,6 +243,15 @@ def test_installed_place():
     here = new_profile("here", *PAGE, "--id", "HERE")
     with open("HERE.txt", encoding="ascii", newline="") as file:
         assert file.read() == f"ModulePath={os.path.realpath('here')}\r\n", here.stderr
+
+
+@pytest.mark.parametrize("language, words", [("pt-BR", "10 missing: À Ã Ê Ò Õ à ã ê ò õ"),
+                                             ("sr_Latn", "54 exactly"),
+                                             ("no", "10 missing: À Å Æ Ò Ø à å æ ò ø")])
+def test_language_names(language, words):
+    """Catches: a language by its usual name that is not known, or taken for another."""
+    made = new_profile("made", "--table", "0=windows-1250", "--languages", language)
+    assert re.search(f"^{language}: .* letters: .*{words}$", made.stdout, re.MULTILINE), made.stdout
 
 
 def test_languages():
