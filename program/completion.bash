@@ -37,7 +37,7 @@ _kestrix_disp()
         options="--document --hex --raw --columns --rows --origin --clock --sgr --ascii --svg --png $profile"
         ;;
     new-profile)
-        options="--device --table --map --unmap --code-page --set --set-default --missing --unicode-data --path --log-path
+        options="--device --table --map --unmap --code-page --set --set-default --missing --fallback --unicode-data --path --log-path
             --id --languages --list --help"
         ;;
     check) options="--device --strict --help" ;;

@@ -470,10 +470,12 @@ std::string tableLines(const ProfilePlan& plan)
 {
     std::string text;
     for (const CodeFile& table : plan.tables) {
+        if (table.substitutes) {
+            continue;
+        }
         text += "table " + std::to_string(table.parameter) + ": code page " +
                 std::to_string(table.codePage) + ", " +
-                counted(table.characters.size(), "character") +
-                (table.substitutes ? " shown as others like them, " : ", ") + table.fileName + '\n';
+                counted(table.characters.size(), "character") + ", " + table.fileName + '\n';
     }
     return text;
 }
