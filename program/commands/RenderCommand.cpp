@@ -36,7 +36,7 @@ int render(const Options& options)
         }
     }
     if (options.lint.strict && options.lint.fails(linted.findings)) {
-        std::cerr << "kestrix-disp: nothing is written, as --strict allows no finding\n";
+        std::cerr << "kestrix-disp: nothing is written, as --strict allows no error or warning\n";
         return kWrongInput;
     }
     const bool whole = linted.run.end == DocumentEnd::wellFormed;
