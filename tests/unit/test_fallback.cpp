@@ -68,6 +68,7 @@ TEST(Fallback, Rows)
         {"windows-1252", U"", U"―‐ʼʻ″⋅ˉ", U"—-’‘\"·∅"},
         {"us-ascii", U"ｱｶ､｡｢･ﾞｰ", U"アカガ、。「・ー゛", U"ｱｶ∅､｡｢･ｰ∅"},
         {"us-ascii", U"∙", U"·•⋅・", U"∙∙∙∙"},
+        {"us-ascii", U"", U"°˚ºª", U"∅∅oa"},
         {"us-ascii", U"–", U"‒—―−", U"–––-"},
     };
     for (const Row& row : rows) {
