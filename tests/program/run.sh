@@ -283,6 +283,14 @@ echo old >"$work/kept"
 status 1 render "$work/warned" --strict --output "$work/kept"
 [ "$(cat "$work/kept")" = old ] || fail "written in spite of --strict"
 
+# A note: lint tells it, render does not, and to --strict it is no finding.
+printf '<ovix-display><text x="1" y="1">\341\273\215</text></ovix-display>' >"$work/alike"
+lint_status 0 "$work/alike" --strict --format json
+grep -q '"rule": "substitute", "level": "note"' "$work/out" || fail "lint gives no note"
+status 0 render "$work/alike" --strict --output "$work/kept"
+[ ! -s "$work/err" ] || fail "render tells a note"
+[ "$(tail -c 1 "$work/kept")" = o ] || fail "not written because of a note"
+
 if "$program" --help >/dev/full 2>"$work/err" || "$program" render "$work/document" >/dev/full 2>>"$work/err"; then
     fail "status 0 for an output that cannot be written"
 fi
