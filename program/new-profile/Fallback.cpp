@@ -1,7 +1,6 @@
 #include "program/new-profile/Fallback.h"
 
 #include "converter/profile/TableFiles.h"
-#include "program/new-profile/ProfileFiles.h"
 #include "program/text/CharacterText.h"
 
 #include <unicode/normalizer2.h>
@@ -433,34 +432,6 @@ std::map<char32_t, Place> placesIn(const ProfilePlan& plan)
     return places;
 }
 
-// Which of several bytes that a table has for a character is sent depends on the order in which the
-// converter sorts the lines of all tables, and so on how many there are. Leaves out the others, so
-// that more tables change nothing.
-void keepBytesThatAreSent(ProfilePlan& plan)
-{
-    std::vector<ruvo::MapEntry> entries;
-    for (const CodeFile& table : plan.tables) {
-        for (const auto& [byte, character] : linesOf(table)) {
-            entries.push_back({character.value_or(ruvo::kNoCharacter), byte,
-                               static_cast<std::uint8_t>(table.parameter)});
-        }
-    }
-    ruvo::Lutm_UnicodeQuickSort(entries);
-    std::map<char32_t, std::size_t> counts;
-    std::map<std::pair<char32_t, int>, std::uint8_t> sent;  // by character and table
-    for (const ruvo::MapEntry& entry : entries) {
-        if (++counts[entry.ulCodePoint] <= plan.tables.size()) {  // the converter keeps no more
-            sent.emplace(std::pair(char32_t{entry.ulCodePoint}, int{entry.ucParam}), entry.ucCode);
-        }
-    }
-    for (CodeFile& table : plan.tables) {
-        std::erase_if(table.characters, [&](const auto& coded) {
-            const auto found = sent.find({coded.second, table.parameter});
-            return found == sent.end() || found->second != coded.first;
-        });
-    }
-}
-
 std::string unusedFileName(const ProfilePlan& plan, const std::string& stem)
 {
     const auto isUsed = [&](const std::string& name) {
@@ -486,7 +457,6 @@ std::vector<Substitute> substitutesFor(const std::set<char32_t>& tables,
 
 void addSubstitutes(ProfilePlan& plan)
 {
-    keepBytesThatAreSent(plan);
     const std::map<char32_t, Place> places = placesIn(plan);
     std::set<char32_t> tables;
     for (const auto& [character, place] : places) {

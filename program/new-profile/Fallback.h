@@ -18,6 +18,6 @@ std::vector<Substitute> substitutesFor(const std::set<char32_t>& tables,
                                        const std::set<char32_t>& sets);
 
 // Adds files for them to the tables: each goes to the table with the lowest parameter that has what
-// is shown. Texts of the characters that the plan has without them are sent as before. For that, of
-// several bytes that a table has for a character all but the one that is sent are left out.
+// is shown. No table may have a character twice: then texts of the characters that the plan has
+// without them are sent as before.
 void addSubstitutes(ProfilePlan& plan);

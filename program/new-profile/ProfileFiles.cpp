@@ -33,8 +33,14 @@ std::string tableText(const CodeFile& table)
     std::string text =
         (table.substitutes ? "# Shown as others like them: code page " : "# Code page ") +
         std::to_string(table.codePage) + ", ESC t " + std::to_string(table.parameter) + '\n';
-    for (const auto& [byte, character] : linesOf(table)) {
-        text += dataLine(byte, character);
+    auto next = table.characters.begin();
+    for (unsigned byte = 0; byte < 256; ++byte) {
+        if (!table.substitutes && (next == table.characters.end() || next->first != byte)) {
+            text += dataLine(byte, {});
+        }
+        for (; next != table.characters.end() && next->first == byte; ++next) {
+            text += dataLine(byte, next->second);
+        }
     }
     return text;
 }
@@ -271,21 +277,6 @@ std::string databaseOfICU()
         }
     }
     return text;
-}
-
-std::vector<std::pair<std::uint8_t, std::optional<char32_t>>> linesOf(const CodeFile& table)
-{
-    std::vector<std::pair<std::uint8_t, std::optional<char32_t>>> lines;
-    auto next = table.characters.begin();
-    for (unsigned byte = 0; byte < 256; ++byte) {
-        if (!table.substitutes && (next == table.characters.end() || next->first != byte)) {
-            lines.emplace_back(static_cast<std::uint8_t>(byte), std::nullopt);
-        }
-        for (; next != table.characters.end() && next->first == byte; ++next) {
-            lines.emplace_back(*next);
-        }
-    }
-    return lines;
 }
 
 std::map<std::string, std::string> profileFiles(const ProfilePlan& plan,

@@ -21,9 +21,6 @@ UnicodeDatabase reducedDatabase(const std::string& text, const std::string& file
 // A UnicodeData.txt out of ICU's data, with the first six fields of each line.
 std::string databaseOfICU();
 
-// The lines of a table's file: bytes with their characters, if any.
-std::vector<std::pair<std::uint8_t, std::optional<char32_t>>> linesOf(const CodeFile& table);
-
 // The text of each file by its name, with CR LF at the end of each line, as the readers of a
 // profile expect.
 std::map<std::string, std::string> profileFiles(const ProfilePlan& plan,
