@@ -48,7 +48,7 @@ _kestrix_disp()
         options="--link --speed --parity --stop-bits --until-idle --record --screen --svg --png --columns --rows --origin --clock --ascii $profile"
         ;;
     new-profile)
-        options="--device --table --map --unmap --code-page --set --set-default --missing --unicode-data --path --log-path
+        options="--device --table --map --unmap --code-page --set --set-default --missing --fallback --unicode-data --path --log-path
             --id --languages --list --help"
         ;;
     check) options="--device --strict --help" ;;

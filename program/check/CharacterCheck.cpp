@@ -12,6 +12,7 @@
 #include <charconv>
 #include <cstdio>
 #include <filesystem>
+#include <iterator>
 #include <string>
 #include <string_view>
 #include <utility>
@@ -92,6 +93,20 @@ CharacterCheck::CharacterCheck(const ruvo::HandleSettings& settings,
             }
         }
     }
+    std::map<std::pair<std::uint8_t, std::uint8_t>, std::uint32_t> onDisplay;
+    std::set<std::uint32_t> exact;
+    for (const PlacedEntry& placed : m_list.entries(TableFileKind::translation)) {
+        const ruvo::MapEntry& entry = placed.entry;
+        if (hasCharacter(placed) &&
+            onDisplay.emplace(std::pair(entry.ucParam, entry.ucCode), entry.ulCodePoint)
+                    .first->second == entry.ulCodePoint) {
+            exact.insert(entry.ulCodePoint);
+        }
+    }
+    for (const PlacedEntry& placed : m_list.entries(TableFileKind::internalSet)) {
+        exact.insert(placed.entry.ulCodePoint);
+    }
+    std::ranges::set_difference(m_shown, exact, std::inserter(m_substituted, m_substituted.end()));
 }
 
 bool CharacterCheck::checkDatabaseIsUseful()
@@ -137,14 +152,22 @@ void CharacterCheck::checkTablesAreUseful(const ruvo::DeviceInfo& deviceInfo)
     }
 }
 
-void CharacterCheck::checkEntries()
+void CharacterCheck::checkEntries(const ruvo::DeviceInfo& deviceInfo)
 {
+    std::set<std::uint8_t> parameters;
+    std::set<std::string> additions;  // the files of tables that have another one before
+    for (std::size_t i = 0; i < static_cast<std::size_t>(m_settings.sMappingTableNumber); ++i) {
+        const ruvo::TableEntry& table = deviceInfo.astTable[i];
+        if (!parameters.insert(table.ucTableCommandParam).second) {
+            additions.insert(m_settings.szDeviceInfoPath + table.szTableFileName);
+        }
+    }
     if (!m_shown.empty()) {
         checkTables();
         checkSets();
     }
-    checkBytes(TableFileKind::translation);
-    checkBytes(TableFileKind::internalSet);
+    checkBytes(TableFileKind::translation, additions);
+    checkBytes(TableFileKind::internalSet, {});
 }
 
 void CharacterCheck::checkTables()
@@ -217,7 +240,7 @@ void CharacterCheck::checkSets()
     shadowing.tell(m_list);
 }
 
-void CharacterCheck::checkBytes(TableFileKind kind)
+void CharacterCheck::checkBytes(TableFileKind kind, const std::set<std::string>& additions)
 {
     constexpr std::uint32_t firstC1 = 0x80;  // C1: the control characters U+0080 to U+009F
     constexpr std::uint32_t lastC1 = 0x9F;
@@ -248,7 +271,8 @@ void CharacterCheck::checkBytes(TableFileKind kind)
         }
         const PlacedEntry& first =
             *ofBytes.emplace(std::pair(placed.place.path, entry.ucCode), &placed).first->second;
-        if (first.entry.ulCodePoint != entry.ulCodePoint) {
+        if (!additions.contains(placed.place.path) &&
+            first.entry.ulCodePoint != entry.ulCodePoint) {
             twice.add(placed.place, name + " has the byte " + byte + ", which line " +
                                         std::to_string(first.place.line) + " has for " +
                                         codePointText(first.entry.ulCodePoint));

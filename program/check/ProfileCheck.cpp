@@ -15,6 +15,7 @@
 #include <filesystem>
 #include <map>
 #include <memory>
+#include <set>
 #include <system_error>
 #include <utility>
 
@@ -36,10 +37,7 @@ private:
     void findDeviceInfo();
     void checkSettings();
     void checkDeviceInfo();
-    template <class Value>
-    void tellEqualTables(const std::string& key, Value ruvo::TableEntry::*value,
-                         const std::string& what, Finding::Kind kind,
-                         const std::string& consequence);
+    void tellEqualTables();
     void tellDefaultSets();
     void keepNamedFiles();
     void nameFiles();
@@ -114,14 +112,19 @@ void Checker::checkCharacterFiles(bool deviceIsValid)
                           ", but UnicodeData.txt has " + std::to_string(rows) +
                           " decompositions: the last ones are not used");
     }
-    m_result.tables = static_cast<std::size_t>(m_settings.sMappingTableNumber);
+    std::set<std::uint8_t> tables;
+    for (std::size_t i = 0; i < static_cast<std::size_t>(m_settings.sMappingTableNumber); ++i) {
+        tables.insert(m_deviceInfo.astTable[i].ucTableCommandParam);
+    }
+    m_result.tables = tables.size();
     m_result.sets = static_cast<std::size_t>(m_deviceInfo.sInternalCharacterSetNumber);
-    check.checkEntries();
+    check.checkEntries(m_deviceInfo);
     if (m_result.status == RUVO_OK) {  // else a file that was not read may have the characters
         check.checkTablesAreUseful(m_deviceInfo);
         check.checkDecompositions(lines);
     }
     m_result.characters = check.shownCharacters();
+    m_result.substituted = check.substitutedCharacters();
 }
 
 // An open gives the status of the first error, so later ones do not count.
@@ -197,12 +200,7 @@ void Checker::checkDeviceInfo()
                           std::to_string(m_settings.ucDecompositionMappingSize) +
                           ": a letter and a mark are never composed");
     }
-    tellEqualTables("TableCommandParam", &ruvo::TableEntry::ucTableCommandParam,
-                    "the command parameter", Finding::Kind::warning,
-                    "one command selects both, and only the code page of the last one can be a "
-                    "target");
-    tellEqualTables("CodePage", &ruvo::TableEntry::sCodePage, "the code page", Finding::Kind::note,
-                    "as a target it stands for one of them");
+    tellEqualTables();
     tellDefaultSets();
 }
 
@@ -220,19 +218,28 @@ void Checker::tellDefaultSets()
     }
 }
 
-// Reports each table that has the same value of a key as an earlier one.
-template <class Value>
-void Checker::tellEqualTables(const std::string& key, Value ruvo::TableEntry::*value,
-                              const std::string& what, Finding::Kind kind,
-                              const std::string& consequence)
+// Reports tables that differ from an earlier one in either the command parameter or the code page.
+// Two with both in common are one table of the display, in two files.
+void Checker::tellEqualTables()
 {
-    std::map<int, std::size_t> tableOf;
+    std::map<int, std::size_t> ofParam;
+    std::map<int, std::size_t> ofCodePage;
     for (std::size_t i = 0; i < static_cast<std::size_t>(m_settings.sMappingTableNumber); ++i) {
-        const auto [first, isNew] = tableOf.emplace(m_deviceInfo.astTable[i].*value, i);
-        if (!isNew) {
-            m_list.add(kind, m_list.placeOf(key, i),
-                       "[Table" + std::to_string(i + 1) + "] has " + what + " of [Table" +
-                           std::to_string(first->second + 1) + "]: " + consequence);
+        const ruvo::TableEntry& table = m_deviceInfo.astTable[i];
+        const auto name = [](std::size_t index) {
+            return "[Table" + std::to_string(index + 1) + "]";
+        };
+        const std::size_t sameParam = ofParam.emplace(table.ucTableCommandParam, i).first->second;
+        const std::size_t samePage = ofCodePage.emplace(table.sCodePage, i).first->second;
+        if (m_deviceInfo.astTable[sameParam].sCodePage != table.sCodePage) {
+            m_list.remark(m_list.placeOf("TableCommandParam", i),
+                          name(i) + " has the command parameter of " + name(sameParam) +
+                              ", but another code page: only that of the last one can be a target");
+        }
+        if (m_deviceInfo.astTable[samePage].ucTableCommandParam != table.ucTableCommandParam) {
+            m_list.add(Finding::Kind::note, m_list.placeOf("CodePage", i),
+                       name(i) + " has the code page of " + name(samePage) +
+                           ": as a target it stands for one of them");
         }
     }
 }
@@ -296,6 +303,9 @@ std::string reportText(const CheckedProfile& profile, const std::string& device)
         text += "opens, with " + counted(profile.tables, "table") + ", " +
                 counted(profile.sets, "internal character set") + " and " +
                 counted(profile.characters, "character");
+        if (profile.substituted != 0) {
+            text += ", and shows one like it for " + std::to_string(profile.substituted) + " more";
+        }
     } else {
         text += "does not open: status " + std::to_string(profile.status) + ", " +
                 std::string(statusText(profile.status));

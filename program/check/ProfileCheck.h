@@ -27,9 +27,10 @@ std::string compilerLine(const Finding& finding);
 struct CheckedProfile {
     std::vector<Finding> findings;  // in the order of reading, of one file by line
     short status = 0;               // what an open gives, 0 for a handle
-    std::size_t tables = 0;         // these three are 0 if the device information is invalid
+    std::size_t tables = 0;         // these four are 0 if the device information is invalid
     std::size_t sets = 0;
     std::size_t characters = 0;
+    std::size_t substituted = 0;  // characters for which another one is shown
 };
 
 // Reads the profile of a device; `directory` is the folder of HalvoSet.txt. A relative

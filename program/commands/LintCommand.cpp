@@ -10,6 +10,7 @@
 #include <cstdio>
 #include <iomanip>
 #include <iostream>
+#include <map>
 #include <memory>
 #include <sstream>
 #include <stdexcept>
@@ -50,8 +51,7 @@ std::string jsonLine(const std::string& file, const LintFinding& finding)
 {
     const RuleRow& row = rowOf(finding.rule);
     return "{\"file\": " + json(file) + ", \"line\": " + std::to_string(finding.line) +
-           ", \"rule\": " + json(row.name) +
-           ", \"level\": " + (row.level == Level::error ? "\"error\"" : "\"warning\"") +
+           ", \"rule\": " + json(row.name) + ", \"level\": " + json(nameOf(row.level)) +
            ", \"message\": " + json(finding.message) + "}\n";
 }
 
@@ -59,8 +59,8 @@ std::string ruleTable()
 {
     std::ostringstream text;
     for (const RuleRow& row : kRules) {
-        text << std::left << std::setw(18) << row.name << " " << std::setw(7)
-             << (row.level == Level::error ? "error" : "warning") << "  " << row.words << "\n";
+        text << std::left << std::setw(18) << row.name << " " << std::setw(7) << nameOf(row.level)
+             << "  " << row.words << "\n";
     }
     return text.str();
 }
@@ -83,21 +83,22 @@ int lint(const Options& options)
         return kDone;
     }
     std::string text;
-    std::size_t errors = 0;
-    std::size_t warnings = 0;
+    std::map<Level, std::size_t> count;
     bool failed = false;
     for (const std::string& file : options.files) {
         const std::vector<LintFinding> findings = findingsOf(file, options.lint);
         failed = options.lint.fails(findings) || failed;
         for (const LintFinding& finding : findings) {
-            ++(rowOf(finding.rule).level == Level::error ? errors : warnings);
+            ++count[rowOf(finding.rule).level];
             text += options.format == "json" ? jsonLine(file, finding) : lintLine(file, finding);
         }
     }
     if (!options.lint.quiet) {
         if (options.format == "text" && writesToPerson()) {
-            text += counted(options.files.size(), "file") + ", " + counted(errors, "error") + ", " +
-                    counted(warnings, "warning") + "\n";
+            text += counted(options.files.size(), "file") + ", " +
+                    counted(count[Level::error], "error") + ", " +
+                    counted(count[Level::warning], "warning") + ", " +
+                    counted(count[Level::note], "note") + "\n";
         }
         writeFile("-", text);
     }

@@ -44,7 +44,7 @@ void LintOptions::addTo(CLI::App& arguments, const std::string& strictWords)
 bool LintOptions::fails(const std::vector<LintFinding>& findings) const
 {
     return std::ranges::any_of(findings, [this](const LintFinding& finding) {
-        return strict || rowOf(finding.rule).level == Level::error;
+        return rowOf(finding.rule).level >= (strict ? Level::warning : Level::error);
     });
 }
 
@@ -52,6 +52,6 @@ std::string lintLine(const std::string& file, const LintFinding& finding)
 {
     const RuleRow& row = rowOf(finding.rule);
     return printable(file) + (finding.line == 0 ? "" : ":" + std::to_string(finding.line)) + ": " +
-           (row.level == Level::error ? "error: " : "warning: ") + finding.message + " [" +
-           std::string(row.name) + "]\n";
+           std::string(nameOf(row.level)) + ": " + finding.message + " [" + std::string(row.name) +
+           "]\n";
 }

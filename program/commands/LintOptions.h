@@ -19,7 +19,7 @@ struct LintOptions {
     // Adds all but --quiet; `strictWords` says what --strict does.
     void addTo(CLI::App& arguments, const std::string& strictWords);
 
-    // Whether one of the findings counts as an error.
+    // Whether one of the findings counts as an error; a note never does.
     bool fails(const std::vector<LintFinding>& findings) const;
 };
 

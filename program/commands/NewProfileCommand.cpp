@@ -2,6 +2,7 @@
 #include "program/check/ProfileCheck.h"
 #include "program/commands/Commands.h"
 #include "program/commands/Files.h"
+#include "program/new-profile/Fallback.h"
 #include "program/new-profile/LanguageReport.h"
 #include "program/new-profile/NationalSets.h"
 #include "program/new-profile/ProfileFiles.h"
@@ -41,6 +42,7 @@ struct Options {
     std::string logPath = "log";
     std::string id;
     std::vector<std::string> languages;
+    bool fallback = false;
     bool list = false;
 };
 
@@ -450,21 +452,27 @@ ProfilePlan planProfile(const Options& options, Notes& notes)
     numberTables(plan, sources, options, notes);
     findMissingCharacter(plan, options, notes);
     addSets(plan, options, usedNames, notes);
+    if (options.fallback) {
+        addSubstitutes(plan);
+    }
     return plan;
 }
 
-UnicodeDatabase database(const Options& options, const std::set<char32_t>& characters)
+UnicodeDatabase database(const Options& options, const ProfilePlan& plan)
 {
     const std::string usual = "/usr/share/unicode/UnicodeData.txt";
     const std::string file = options.unicodeData.empty() ? usual : options.unicodeData;
     const bool fromICU = options.unicodeData.empty() && !fs::exists(usual);
-    return reducedDatabase(fromICU ? databaseOfICU() : readFile(file), printable(file), characters);
+    return reducedDatabase(fromICU ? databaseOfICU() : readFile(file), printable(file), plan);
 }
 
 std::string tableLines(const ProfilePlan& plan)
 {
     std::string text;
     for (const CodeFile& table : plan.tables) {
+        if (table.substitutes) {
+            continue;
+        }
         text += "table " + std::to_string(table.parameter) + ": code page " +
                 std::to_string(table.codePage) + ", " +
                 counted(table.characters.size(), "character") + ", " + table.fileName + '\n';
@@ -472,16 +480,17 @@ std::string tableLines(const ProfilePlan& plan)
     return text;
 }
 
-// How much of the writing of languages the display shows: some characters as themselves, and all
-// that have a byte so that they can be read.
-std::string languageLines(const std::vector<std::string>& languages,
-                          const std::set<char32_t>& asThemselves, const std::set<char32_t>& all)
+// How much of the writing of languages the display shows: as itself, or so that it can be read.
+std::string languageLines(const ProfilePlan& plan, const std::vector<std::string>& languages)
 {
+    const std::set<char32_t> asThemselves = plan.characters();
+    std::set<char32_t> readable = plan.substituted();
+    readable.merge(plan.marks());
     std::string text;
     for (const std::string& language : languages) {
         text += reportLanguage(language, [&](char32_t character) {
             return asThemselves.contains(character) ? Showing::exactly
-                   : all.contains(character)        ? Showing::readably
+                   : readable.contains(character)   ? Showing::readably
                                                     : Showing::missing;
         });
     }
@@ -500,8 +509,6 @@ int makeProfile(const Options& options)
     }
     Notes notes;
     ProfilePlan plan = planProfile(options, notes);
-    const std::set<char32_t> asThemselves = plan.characters();
-    const std::set<char32_t> all = plan.characters();
     std::error_code ignored;
     const fs::path absolute = fs::absolute(folder, ignored).lexically_normal();
     OutsideFile idFile;
@@ -517,8 +524,8 @@ int makeProfile(const Options& options)
         checkName("--id", options.id);
         idFile = {fs::path(folder).parent_path() / (options.id + ".txt"), idFileText(plan.path)};
     }
-    const std::string languages = languageLines(options.languages, asThemselves, all);
-    writeProfileFolder(folder, profileFiles(plan, database(options, all)), idFile);
+    const std::string languages = languageLines(plan, options.languages);
+    writeProfileFolder(folder, profileFiles(plan, database(options, plan)), idFile);
 
     for (const std::string& note : notes) {
         std::cerr << "kestrix-disp: " << note << '\n';
@@ -597,6 +604,8 @@ Command newProfileCommand(CLI::App& program)
     repeated("--languages", options->languages,
              "Says how much of the writing of these languages the display shows", "LANGUAGE,...")
         ->delimiter(',');
+    arguments->add_flag("--fallback", options->fallback,
+                        "Show what reads like them for characters that no table has: o for \u0151");
     CLI::Option* const list = arguments->add_flag(
         "--list", options->list, "Lists the code pages that ICU has, and does nothing else");
     arguments->callback([folder, tables, list] {

@@ -31,12 +31,12 @@ int render(const Options& options)
     const LintedDocument linted =
         lintDocument(document, options.lint.profile, options.lint.display);
     for (const LintFinding& finding : linted.findings) {
-        if (!options.lint.quiet) {
+        if (!options.lint.quiet && rowOf(finding.rule).level != Level::note) {
             std::cerr << lintLine(options.document, finding);
         }
     }
-    if (options.lint.strict && !linted.findings.empty()) {
-        std::cerr << "kestrix-disp: nothing is written, as --strict allows no finding\n";
+    if (options.lint.strict && options.lint.fails(linted.findings)) {
+        std::cerr << "kestrix-disp: nothing is written, as --strict allows no error or warning\n";
         return kWrongInput;
     }
     const bool whole = linted.run.end == DocumentEnd::wellFormed;
@@ -61,8 +61,9 @@ Command renderCommand(CLI::App& program)
     arguments->add_option("FILE", options->document, "The document; \"-\" is the standard input")
         ->required()
         ->type_name("");
-    options->lint.addTo(*arguments, "Write nothing if lint finds anything");
-    arguments->add_flag("--quiet", options->lint.quiet, "Do not say what lint finds");
+    options->lint.addTo(*arguments, "Write nothing if lint finds anything but notes");
+    arguments->add_flag("--quiet", options->lint.quiet,
+                        "Do not say what lint finds; notes are never told");
     CLI::Option* const hex = arguments->add_flag("--hex", options->hex, "Write a hex dump");
     arguments->add_flag("--raw", options->raw, "Write raw bytes")->excludes(hex);
     arguments->add_option("-o,--output", options->output, "Where to write")->type_name("FILE");

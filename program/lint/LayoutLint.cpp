@@ -118,6 +118,7 @@ private:
         std::size_t at = 0;
         for (const SentCluster& cluster : sendCharacters(element.text, handle, tables)) {
             bool itself = cluster.sent.size() == 1;
+            bool alike = itself;
             std::string shownAs;
             bool missing = false;
             for (const SentCharacter& sent : cluster.sent) {
@@ -128,16 +129,19 @@ private:
                                                ? sent.shown.value_or(0xFFFD)
                                                : shown->second.character;
                 itself = itself && sent.fate != Fate::missing && isItself(cluster, character);
+                alike = alike && sent.fate == Fate::like && sent.shown == character;
                 missing = missing || sent.fate == Fate::missing;
                 appendCharacter(shownAs, character);
             }
-            if (!itself) {
-                tell(element, cluster, missing, shownAs, told);
+            if (alike) {
+                tell(element, Rule::substitute, cluster, missing, shownAs, told);
+            } else if (!itself) {
+                tell(element, Rule::missingCharacter, cluster, missing, shownAs, told);
             }
         }
     }
 
-    void tell(const CarriedElement& element, const SentCluster& cluster, bool missing,
+    void tell(const CarriedElement& element, Rule rule, const SentCluster& cluster, bool missing,
               const std::string& shownAs, std::set<std::string>& told)
     {
         constexpr char32_t dottedCircle = 0x25CC;  // carries a mark without a base
@@ -162,7 +166,7 @@ private:
         what += shownAs.empty() ? " does not show" : " shows as \"" + shownAs + "\"";
         what += isBreak ? "; write a text on one line" : "";
         if (told.insert(what).second) {
-            add(element, isBreak ? Rule::lineBreak : Rule::missingCharacter, what);
+            add(element, isBreak ? Rule::lineBreak : rule, what);
         }
     }
 

@@ -3,7 +3,8 @@
 
 #include <string_view>
 
-enum class Level { warning, error };
+// A note is about what a reader hardly misses: it changes no exit status, and render says none.
+enum class Level { note, warning, error };
 
 enum class Rule {
     file,
@@ -19,6 +20,7 @@ enum class Rule {
     entity,
     command,
     missingCharacter,
+    substitute,
     lineBreak,
     rejectedText,
     wrap,
@@ -59,6 +61,8 @@ inline constexpr RuleRow kRules[] = {
      "hexadecimal that ends early, or in the middle of a display command"},
     {Rule::missingCharacter, "missing-character", Level::warning,
      "a character that does not show as itself; told once a text"},
+    {Rule::substitute, "substitute", Level::note,
+     "a character that shows as another one, which reads like it; told once a text"},
     {Rule::lineBreak, "line-break", Level::warning, "a line break or TAB in a text"},
     {Rule::rejectedText, "rejected-text", Level::error, "a text of which nothing is shown"},
     {Rule::wrap, "wrap", Level::warning, "a text that runs on into another line of the display"},
@@ -75,6 +79,12 @@ inline constexpr RuleRow kRules[] = {
      "the display's Japanese character set is selected at the end"},
     {Rule::schema, "schema", Level::warning, "something else that the schema does not allow"},
 };
+
+constexpr std::string_view nameOf(Level level)
+{
+    constexpr std::string_view names[] = {"note", "warning", "error"};
+    return names[static_cast<int>(level)];
+}
 
 constexpr const RuleRow& rowOf(Rule rule)
 {

@@ -30,11 +30,12 @@ std::string dataLine(unsigned byte, std::optional<char32_t> character)
 
 std::string tableText(const CodeFile& table)
 {
-    std::string text = "# Code page " + std::to_string(table.codePage) + ", ESC t " +
-                       std::to_string(table.parameter) + '\n';
+    std::string text =
+        (table.substitutes ? "# Shown as others like them: code page " : "# Code page ") +
+        std::to_string(table.codePage) + ", ESC t " + std::to_string(table.parameter) + '\n';
     auto next = table.characters.begin();
     for (unsigned byte = 0; byte < 256; ++byte) {
-        if (next == table.characters.end() || next->first != byte) {
+        if (!table.substitutes && (next == table.characters.end() || next->first != byte)) {
             text += dataLine(byte, {});
         }
         for (; next != table.characters.end() && next->first == byte; ++next) {
@@ -54,6 +55,13 @@ std::string setText(const CodeFile& set)
     return text;
 }
 
+struct Shown {
+    Characters characters;   // as themselves
+    Characters substituted;  // as others like them
+    Characters marks;        // as themselves, or as their spacing forms
+    Characters spaced;       // marks whose spacing form is known already
+};
+
 std::optional<char32_t> codePoint(std::string_view digits)
 {
     std::uint32_t value = 0;
@@ -71,8 +79,10 @@ std::optional<char32_t> codePoint(std::string_view digits)
 //
 // The display must hold the character, too. The converter takes the first row that fits the text
 // and does not take it back if the display lacks the result. Without that row the letter still goes
-// out by itself, followed by what becomes of the mark.
-bool keepsDecomposition(char32_t composed, const std::string& field, const Characters& held)
+// out by itself, followed by what becomes of the mark. If that is shown, it is more than a
+// substitute for both. A mark has one spacing form, the first one: with the Greek tonos as another
+// for U+0301, which of the two is sent would depend on the rest of the database.
+bool keepsDecomposition(char32_t composed, const std::string& field, Shown& shown)
 {
     constexpr std::string_view kSpace = "0020";
     std::istringstream words(field);
@@ -81,16 +91,22 @@ bool keepsDecomposition(char32_t composed, const std::string& field, const Chara
     if (tagged) {
         parts.erase(parts.begin());
     }
-    if (parts.size() != 2 || (tagged && parts[0] != kSpace) || !held.contains(composed)) {
+    if (parts.size() != 2 || (tagged && parts[0] != kSpace)) {
         return false;
     }
-    const auto mark = static_cast<UChar32>(codePoint(parts[1]).value_or(0));
-    return (U_GET_GC_MASK(mark) & U_GC_M_MASK) != 0;
+    const char32_t mark = codePoint(parts[1]).value_or(0);
+    if ((U_GET_GC_MASK(static_cast<UChar32>(mark)) & U_GC_M_MASK) == 0) {
+        return false;
+    }
+    if (tagged) {
+        return shown.characters.contains(composed) && shown.spaced.insert(mark).second;
+    }
+    return shown.characters.contains(composed) ||
+           (shown.substituted.contains(composed) && !shown.marks.contains(mark));
 }
 
 // Adds a line without what is not kept of its decomposition. False if it has too few fields.
-bool addLine(std::string line, char32_t character, const Characters& held,
-             UnicodeDatabase& database)
+bool addLine(std::string line, char32_t character, Shown& shown, UnicodeDatabase& database)
 {
     constexpr int kDecompositionField = 5;
     std::size_t begin = 0;
@@ -105,7 +121,7 @@ bool addLine(std::string line, char32_t character, const Characters& held,
     if (end == std::string::npos) {
         return false;
     }
-    if (keepsDecomposition(character, line.substr(begin, end - begin), held)) {
+    if (keepsDecomposition(character, line.substr(begin, end - begin), shown)) {
         ++database.decompositions;
     } else {
         line.erase(begin, end - begin);
@@ -219,13 +235,16 @@ std::string withLineBreaks(const std::string& text)
 }  // namespace
 
 UnicodeDatabase reducedDatabase(const std::string& text, const std::string& file,
-                                const std::set<char32_t>& characters)
+                                const ProfilePlan& plan)
 {
+    Shown shown{plan.characters(), plan.substituted(), plan.marks(), {}};
+    Characters characters = shown.characters;
+    characters.insert(shown.substituted.begin(), shown.substituted.end());
     UnicodeDatabase result;
     auto next = characters.begin();
     const auto addUnlisted = [&](char32_t end) {
         for (; next != characters.end() && *next < end; ++next) {
-            addLine(databaseLine(*next), *next, characters, result);
+            addLine(databaseLine(*next), *next, shown, result);
         }
     };
     std::istringstream in(text);
@@ -237,7 +256,7 @@ UnicodeDatabase reducedDatabase(const std::string& text, const std::string& file
         }
         const auto character = codePoint(std::string_view(line).substr(0, line.find(';')));
         addUnlisted(character.value_or(0));
-        if (!character || !addLine(line, *character, characters, result)) {
+        if (!character || !addLine(line, *character, shown, result)) {
             throw std::runtime_error(file + ":" + std::to_string(number) +
                                      ": is no line of UnicodeData.txt");
         }

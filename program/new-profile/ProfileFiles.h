@@ -13,10 +13,10 @@ struct UnicodeDatabase {
 };
 
 // Copies every line of a UnicodeData.txt, but keeps only the decompositions that lead to one of the
-// characters, and adds lines for those that it has in a range only. `file` is the file's name, for
-// messages. Throws std::runtime_error for a line that is none of UnicodeData.txt.
+// display's characters, and adds lines for those that it has in a range only. `file` is the file's
+// name, for messages. Throws std::runtime_error for a line that is none of UnicodeData.txt.
 UnicodeDatabase reducedDatabase(const std::string& text, const std::string& file,
-                                const std::set<char32_t>& characters);
+                                const ProfilePlan& plan);
 
 // A UnicodeData.txt out of ICU's data, with the first six fields of each line.
 std::string databaseOfICU();

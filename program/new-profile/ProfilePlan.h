@@ -25,6 +25,8 @@ struct CodeFile {
     std::string fileName;  // in the profile's folder
     std::string title;     // of a set, for the first line of its file
     std::vector<std::pair<std::uint8_t, char32_t>> characters;  // with their bytes, in their order
+    // Whether the characters are those that a table lacks, and the bytes those of others like them.
+    bool substitutes = false;
 };
 
 struct ProfilePlan {
@@ -37,8 +39,11 @@ struct ProfilePlan {
     std::string path = ".";
     std::string logPath = "log";
 
-    // The characters that the display shows as themselves.
+    // The characters that the display shows as themselves, and those that it shows as others.
     std::set<char32_t> characters() const;
+    std::set<char32_t> substituted() const;
+    // The combining marks that it shows, as themselves or as their spacing forms (´ for U+0301).
+    std::set<char32_t> marks() const;
 };
 
 // Whether a profile can have the character: no control character, surrogate or code point that is

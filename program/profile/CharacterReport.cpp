@@ -4,7 +4,9 @@
 #include "converter/RuvoConverter.h"
 #include "program/text/CharacterText.h"
 
+#include <unicode/normalizer2.h>
 #include <unicode/uchar.h>
+#include <unicode/unistr.h>
 #include <unicode/utf8.h>
 
 #include <cstdio>
@@ -114,6 +116,24 @@ std::vector<SentCode> send(short handle, const Cluster& cluster)
     return sent;
 }
 
+// The character that a cluster is; nothing for one that is no single character.
+std::optional<char32_t> characterOf(const Cluster& cluster)
+{
+    if (cluster.size() == 1) {
+        return cluster.front().codePoint;
+    }
+    icu::UnicodeString text;
+    for (const SourceCharacter& character : cluster) {
+        text.append(static_cast<UChar32>(*character.codePoint));  // marks follow characters only
+    }
+    UErrorCode status = U_ZERO_ERROR;
+    const icu::Normalizer2* const nfc = icu::Normalizer2::getNFCInstance(status);
+    const icu::UnicodeString composed =
+        U_SUCCESS(status) != 0 ? nfc->normalize(text, status) : text;
+    return composed.countChar32() == 1 ? std::optional(static_cast<char32_t>(composed.char32At(0)))
+                                       : std::nullopt;
+}
+
 SentCharacter fateOf(const Cluster& cluster, const SentCode& code, const ProfileTables& tables)
 {
     const CodeState state{code.table, code.set.value_or(tables.powerOn().set)};
@@ -122,12 +142,13 @@ SentCharacter fateOf(const Cluster& cluster, const SentCode& code, const Profile
     std::snprintf(place, sizeof place, "%02X in ", unsigned{code.byte});
     result.place = place + (code.set ? "set " + tables.setName(*code.set)
                                      : "table " + tables.tableName(code.table));
-    const std::optional<char32_t> sent = cluster.front().codePoint;
-    const bool itself = cluster.size() == 1 && sent &&
-                        (code.set ? tables.setHas(*code.set, code.byte, *sent)
-                                  : tables.tableHas(code.table, code.byte, *sent));
-    if (itself) {
-        result.fate = result.shown == sent ? Fate::itself : Fate::sharesByte;
+    const std::optional<char32_t> sent = characterOf(cluster);
+    const bool has = sent && (code.set ? tables.setHas(*code.set, code.byte, *sent)
+                                       : tables.tableHas(code.table, code.byte, *sent));
+    if (has && result.shown != sent) {
+        result.fate = Fate::like;
+    } else if (has && cluster.size() == 1) {
+        result.fate = Fate::itself;
     } else if (result.shown && (code.set || code.byte != tables.missingCharacter())) {
         result.fate = cluster.size() > 1 ? Fate::composed : Fate::spacingForm;
     }
@@ -139,8 +160,11 @@ std::string outcome(const SentCharacter& sent)
     switch (sent.fate) {
     case Fate::itself:
         return sent.place;
-    case Fate::sharesByte:
-        return sent.place + ", where it is also " + describedCharacter(sent.shown.value_or(0));
+    case Fate::like: {
+        std::string shown;
+        appendCharacter(shown, sent.shown.value_or(0));
+        return "like " + (shown == " " ? "a blank" : shown) + ", " + sent.place;
+    }
     case Fate::missing:
         return "missing character, " + sent.place;
     case Fate::composed:

@@ -16,7 +16,7 @@ struct SourceCharacter {
 // What the display shows for a character, or for a character and its marks.
 enum class Fate {
     itself,
-    sharesByte,   // another character, which the table has at the same byte
+    like,         // another character, which the table has first at the same byte
     composed,     // one character for a character and its marks
     spacingForm,  // the mark, or the like, on its own
     missing,

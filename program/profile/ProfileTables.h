@@ -29,7 +29,8 @@ public:
     CodeState powerOn() const { return {0, m_defaultSet}; }
 
     // The character that the display shows for a byte: that of the set, else that of the table. If
-    // a file has several at the byte, the first. Nothing if neither file has one.
+    // a table or set has several at the byte, the first one, in the order of its files and lines.
+    // Nothing if neither has one.
     std::optional<char32_t> character(CodeState state, std::uint8_t byte) const;
 
     // Whether a table, or a set, has the character at the byte. It may have others there as well.

@@ -8,13 +8,19 @@ sub lines { open my $in, '<', $_[0] or die "$_[0]: $!\n"; return <$in> }
 
 # The characters at the bytes of each table and set, by parameter.
 my (%tables, %sets, %seen);
+my %substituted;    # characters with the byte of another one, by the character shown in their place
+my %iso = (28604 => 'iso-8859-14', 28593 => 'iso-8859-3', 28606 => 'iso-8859-16');
 my $device = join '', lines('default');
 while ($device =~ /(?:CodePage=(\d+)\r\n)?\w+CommandParam=(\d+)\r\n\w+FileName=(\S+)/g) {
     my ($page, $parameter, $file) = ($1, $2, $3);
     my %at = map { /^0x(..)\t0x(\S+)\t/ ? (chr hex $1, chr hex $2) : () } lines($file);
-    if ($page) {
+    if ($page && $tables{$parameter}) {
+        # Of a byte that several files of a table have, the first one's character is what is shown.
+        my @lines = map { /^0x(..)\t0x(\S+)\t/ ? [map { chr hex } $1, $2] : () } lines($file);
+        $substituted{$_->[1]} = $tables{$parameter}{$_->[0]} for @lines;
+    } elsif ($page) {
         # catches: wrong code page data, a byte left out, a control code that a text can send
-        my $encoding = Encode::find_encoding($page == 897 ? 'cp932' : "cp$page");
+        my $encoding = Encode::find_encoding($iso{$page} // ($page == 897 ? 'cp932' : "cp$page"));
         my %known = map { my $byte = $_; ($byte, $encoding->decode($byte)) } map { chr } 0x20 .. 0xFF;
         $known{"\xE6"} = "\x{3BC}" if $page == 437;    # the Greek letter, not the sign
         delete @known{grep { $known{$_} =~ /^$|[\x{FFFD}\p{Cc}\p{Co}]/ } keys %known};
@@ -29,7 +35,7 @@ while ($device =~ /(?:CodePage=(\d+)\r\n)?\w+CommandParam=(\d+)\r\n\w+FileName=(
     }
 }
 is_deeply [[sort { $a <=> $b } keys %tables], [sort { $a <=> $b } keys %sets]],
-    [[0, 1, 2, 13, 14, 16 .. 19], [8, 13]], 'tables and sets';
+    [[0, 1, 2, 13, 14, 16 .. 25], [8, 13]], 'tables and sets';
 
 my $handle;
 sub opened { return $handle = $CLASS->RuvoOpenHandle(map { $_, $_->length } map { bytes($_) } @DEVICE) }
@@ -58,7 +64,7 @@ sub shown {
 
 # catches: a table chosen before one with a smaller parameter, a pair kept that leads nowhere
 for (
-    ["A\xE9" => '1B74004182'], ["\x{42F}" => '1B74119F'], ["n\x{300}" => '1B74006E3F'],
+    ["A\xE9" => '1B74004182'], ["\x{42F}" => '1B74119F'], ["1\x{300}" => '1B7400313F'],
     ["a\x{20A9}" => '1B7400611B520D5C1B5200'], ["u\x{308}\x{304}" => '1B7400751B7402F9EE'],
     )
 {
@@ -71,6 +77,9 @@ for (
 opened();
 # catches: a set or a second line that takes a character away from its byte
 is shown($_), $_, sprintf 'U+%04X', ord for sort keys %seen;
+# catches: a substitute for a character that the display has, or one that is not what is shown
+is_deeply [grep { $seen{$_} } keys %substituted], [], 'only other characters are substituted';
+is shown($_), $substituted{$_}, sprintf 'U+%04X', ord for sort keys %substituted;
 is shown(join '', map { chr } 0 .. 0x1F, 0x7F .. 0x9F), '?' x 65, 'control characters';
 
 # catches: a pair that another row keeps from matching, a row whose character has no byte, a row
@@ -79,7 +88,7 @@ my %pairs;
 for (lines('UnicodeData.txt')) {
     my ($composed, $tag, @pair) = /^(\w+);(?:[^;]*;){4}(<\w+> )?(\w+) (\w+);/ or next;
     ($composed, @pair) = map { chr hex } $composed, @pair;
-    is shown("$pair[0]$pair[1]"), $composed, "pair of $_";
+    is shown("$pair[0]$pair[1]"), $substituted{$composed} // $composed, "pair of $_";
     is shown($pair[1]), $composed, 'spacing form' if $tag;
     $pairs{"$pair[0]$pair[1]"} = 1;
 }
