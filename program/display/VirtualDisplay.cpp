@@ -136,7 +136,8 @@ bool VirtualDisplay::carryOut(const StreamItem& command)
         return true;
     case Action::clock:
         m_clock = true;
-        forHidden([this](Cell& cell) { lose(cell); });
+        forCellsBeneathClock([this](Cell& cell) { lose(cell); });
+        judgeMarqueeBeneathClock(DisplayTrace::Cause::overwritten);
         return true;
     case Action::defineWindow:
         return define(command);
@@ -208,24 +209,28 @@ void VirtualDisplay::lose(Cell& cell, DisplayTrace::Cause cause)
 }
 
 template <class Function>
-void VirtualDisplay::forHidden(Function function)
+void VirtualDisplay::forCellsBeneathClock(Function function)
 {
     if (m_clock) {
         std::for_each(m_cells.end() - clockColumns(), m_cells.end(), function);
     }
-    if (!m_marquee) {
+}
+
+void VirtualDisplay::judgeMarqueeBeneathClock(DisplayTrace::Cause cause)
+{
+    if (m_marqueeJudged || !m_clock || !m_marquee || m_marquee->area.at.line != m_size.lines - 1) {
         return;
     }
+    m_marqueeJudged = true;
     const auto [at, size] = m_marquee->area;
-    std::for_each_n(cells(at), size.columns, function);
-    // Characters that walk are seen beside the clock.
-    if (m_clock && m_marquee->places && at.line == m_size.lines - 1) {
-        for (std::size_t i = 0; i < m_marquee->text.size(); ++i) {
-            const int column =
-                at.column + static_cast<int>(i % static_cast<std::size_t>(size.columns));
-            if (column >= m_size.columns - clockColumns()) {
-                function(m_marquee->text[i]);
-            }
+    for (std::size_t i = 0; i < m_marquee->text.size(); ++i) {
+        // Where a character is seen: one that walks, at the left end of the line last of all.
+        const int column =
+            m_marquee->places
+                ? at.column + static_cast<int>(i % static_cast<std::size_t>(size.columns))
+                : at.column;
+        if (column >= m_size.columns - clockColumns()) {
+            lose(m_marquee->text[i], cause);
         }
     }
 }
@@ -241,11 +246,16 @@ void VirtualDisplay::settle(std::size_t offset)
         if (begin == end || !(m_clock || m_marquee)) {
             continue;
         }
-        forHidden([&](Cell& cell) {
+        const auto hide = [&](Cell& cell) {
             if (cell.source >= begin && cell.source < end) {
                 lose(cell, DisplayTrace::Cause::hidden);
             }
-        });
+        };
+        forCellsBeneathClock(hide);
+        if (m_marquee) {
+            std::for_each_n(cells(m_marquee->area.at), m_marquee->area.size.columns, hide);
+        }
+        judgeMarqueeBeneathClock(DisplayTrace::Cause::hidden);
     }
 }
 
@@ -351,6 +361,7 @@ bool VirtualDisplay::startMarquee(const StreamItem& command)
     clear(line);
     m_marquee = Marquee{
         line, *format == 1, number(command, 1), number(command, 2), number(command, 3), text};
+    m_marqueeJudged = false;
     for (const Cell& cell : m_trace != nullptr ? text : std::vector<Cell>()) {
         m_trace->shown[cell.source] = {cell.character, line.at, m_selected, cell.reverse};
     }

@@ -82,9 +82,11 @@ private:
     // Tells that the character in a cell is lost.
     void lose(Cell& cell, DisplayTrace::Cause cause = DisplayTrace::Cause::overwritten);
     void loseMarquee();
-    // Calls the function with each cell that the clock or the marquee hides.
     template <class Function>
-    void forHidden(Function function);
+    void forCellsBeneathClock(Function function);
+    // Tells which characters of the marquee the clock hides in every step; once for each marquee,
+    // as a clock always hides the same ones.
+    void judgeMarqueeBeneathClock(DisplayTrace::Cause cause);
     // Tells what is hidden of elements that end at or before the offset.
     void settle(std::size_t offset);
     void advance(Window& window) const;
@@ -126,4 +128,5 @@ private:
     bool m_cursorShown = false;
     bool m_clock = false;
     std::optional<Marquee> m_marquee;
+    bool m_marqueeJudged = false;  // of what the clock hides of it
 };
