@@ -298,7 +298,8 @@ private:
         }
     }
 
-    // "text of 52 characters from column 1 of line 2 runs over line 1 and over its own first 12".
+    // "text of 52 characters from column 1 of line 2 runs over line 1 and over its own first 12
+    // characters".
     void tellRun(const CarriedElement& element, const Losses& losses, const std::string& lines,
                  const std::string& over)
     {
@@ -312,8 +313,8 @@ private:
             parts.push_back("over " + over);
         }
         if (losses.own != 0) {
-            parts.push_back("over its own first" +
-                            (losses.own == 1 ? "" : " " + std::to_string(losses.own)));
+            parts.push_back("over its own first " +
+                            (losses.own == 1 ? "character" : counted(losses.own, "character")));
         }
         const bool loses = losses.own + losses.scrolled != 0 || !over.empty();
         std::string text = "text of " + counted(offsets.size(), "character") + " from column " +
@@ -323,6 +324,7 @@ private:
             text += " is too long for its window: the first " +
                     counted(losses.scrolled, "character") +
                     (losses.scrolled == 1 ? " scrolls" : " scroll") + " away";
+            text += over.empty() ? "" : ", and it stands over " + over;
         } else {
             text += loses ? " runs " : " runs on into " + lines;
             for (std::size_t i = 0; loses && i < parts.size(); ++i) {
