@@ -77,7 +77,10 @@ void VirtualDisplay::run(ByteSpan bytes, DisplayTrace* trace)
         settle(item.offset);
         m_at = item.offset;
         if (item.kind == StreamItem::Kind::text) {
+            // One text may come from several elements.
             for (const Cell& cell : decode(item.bytes, item.offset)) {
+                settle(cell.source);
+                m_at = cell.source;
                 show(cell);
             }
             understood = true;
@@ -187,7 +190,6 @@ void VirtualDisplay::show(const Cell& shown)
     }
     const Position place{window.area.at.column + window.cursor.column,
                          window.area.at.line + window.cursor.line};
-    m_at = shown.source;
     if (m_marquee && m_marquee->area.contains(place)) {
         loseMarquee();
     }
