@@ -76,6 +76,13 @@ void VirtualDisplay::run(ByteSpan bytes, DisplayTrace* trace)
         bool understood = false;
         settle(item.offset);
         m_at = item.offset;
+        const std::size_t end = item.offset + item.bytes.size();
+        const bool isCommand =
+            item.kind == StreamItem::Kind::command || item.kind == StreamItem::Kind::cut;
+        if (trace != nullptr && isCommand && m_settled < trace->ends.size() &&
+            end > trace->ends[m_settled]) {
+            trace->shared.push_back({item.offset, end});
+        }
         if (item.kind == StreamItem::Kind::text) {
             // One text may come from several elements.
             for (const Cell& cell : decode(item.bytes, item.offset)) {

@@ -39,11 +39,18 @@ struct DisplayTrace {
         unsigned windowNumber;
     };
 
+    // A command that an element begins and the bytes of later elements end.
+    struct Shared {
+        std::size_t begin;
+        std::size_t end;
+    };
+
     std::vector<std::size_t> ends;  // set by the caller: where the elements end, in order
 
     std::map<std::size_t, Shown> shown;
     std::vector<Loss> losses;
     std::vector<Ignored> ignored;
+    std::vector<Shared> shared;
     std::vector<std::size_t> selections;  // commands that select a window, and resets
     unsigned selected = 0;                // the window at the end
 };

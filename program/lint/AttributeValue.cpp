@@ -90,6 +90,11 @@ bool isLanguage(std::string_view value)
     }
 }
 
+char lowered(char c)
+{
+    return static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
+}
+
 // Levenshtein distance.
 std::size_t distance(std::string_view left, std::string_view right)
 {
@@ -137,6 +142,9 @@ std::string_view nearest(std::string_view name, std::span<const std::string_view
     std::string_view best;
     std::size_t least = 3;
     for (const std::string_view candidate : names) {
+        if (std::ranges::equal(name, candidate, {}, lowered)) {
+            return candidate;
+        }
         const std::size_t steps = name.size() > longestName ? least : distance(name, candidate);
         if (steps < least && steps < candidate.size()) {
             least = steps;
