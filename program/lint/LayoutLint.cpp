@@ -65,6 +65,11 @@ struct Losses {
     std::map<std::size_t, std::size_t> others;  // by the element that wrote them
 };
 
+struct Place {
+    bool wrong;              // or follows from one that is
+    std::size_t lostBlanks;  // elements so far that did not blank, but may have been meant to
+};
+
 class LayoutLint {
 public:
     LayoutLint(const std::vector<CarriedElement>& elements, ByteSpan stream,
@@ -197,8 +202,10 @@ private:
             for (; shared != m_trace.shared.end() && shared->begin < element.end; ++shared) {
                 taken = shared->end;
             }
-            followWindow(element, wrong);
-            followCursor(element, wrong);
+            const auto selection = std::ranges::lower_bound(m_trace.selections, element.begin);
+            const bool selects = selection != m_trace.selections.end() && *selection < element.end;
+            followWindow(element, wrong, selects);
+            followCursor(element, wrong, selects);
             m_cursorStray = m_cursorStray || taken > element.end;
             const bool destroys = element.name == "window" && element.has("destroy");
             m_lostBlanks += taken > element.end || (destroys && wrong) ||
@@ -242,10 +249,9 @@ private:
     }
 
     // Which windows are not there, and whether another one is selected than was meant.
-    void followWindow(const CarriedElement& element, bool wrong)
+    void followWindow(const CarriedElement& element, bool wrong, bool selects)
     {
-        const auto selection = std::ranges::lower_bound(m_trace.selections, element.begin);
-        if (selection != m_trace.selections.end() && *selection < element.end) {
+        if (selects) {
             m_windowMeant.reset();
             m_notDestroyed = false;
         }
@@ -273,18 +279,16 @@ private:
     }
 
     // Whether the cursor is elsewhere than was meant.
-    void followCursor(const CarriedElement& element, bool wrong)
+    void followCursor(const CarriedElement& element, bool wrong, bool selects)
     {
         const bool places = element.has("x") || element.has("y") || element.has("moveto");
-        const auto selection = std::ranges::lower_bound(m_trace.selections, element.begin);
         if (!element.meant.empty()) {
             m_cursorStray = true;
         } else if (places && element.name != "window") {
             m_cursorStray = wrong;
         } else if (element.name == "cursor" && wrong) {
             m_cursorStray = true;
-        } else if (element.name == "clear" ||
-                   (selection != m_trace.selections.end() && *selection < element.end)) {
+        } else if (element.name == "clear" || selects) {
             m_cursorStray = wrong;
         }
     }
@@ -358,12 +362,13 @@ private:
         if (losses.hidden != 0) {
             add(element, Rule::overwritten,
                 counted(losses.hidden, "character") + " of the " + element.name +
-                    (losses.hidden == 1 ? " is" : " are") + " hidden by the clock or a marquee");
+                    (losses.hidden == 1 ? " is" : " are") + " hidden by the clock" +
+                    (element.name == "marquee" ? "" : " or a marquee"));
         }
     }
 
-    // "text of 52 characters from column 1 of line 2 runs over line 1 and over its own first 12
-    // characters".
+    // "text of 52 characters from column 1 of display line 2 runs over display line 1 and over its
+    // own first 12 characters". Other lines in findings are those of the document.
     void tellRun(const CarriedElement& element, const Losses& losses, const std::string& lines,
                  const std::string& over)
     {
@@ -382,7 +387,8 @@ private:
         }
         const bool loses = losses.own + losses.scrolled != 0 || !over.empty();
         std::string text = "text of " + counted(offsets.size(), "character") + " from column " +
-                           std::to_string(first.place.column + m_display.origin) + " of line " +
+                           std::to_string(first.place.column + m_display.origin) +
+                           " of display line " +
                            std::to_string(first.place.line + m_display.origin);
         if (losses.scrolled != 0) {
             text += " is too long for its window: the first " +
@@ -398,7 +404,8 @@ private:
         add(element, loses ? Rule::overflow : Rule::wrap, text);
     }
 
-    // "line 1", "lines 1, 3": where a text of the whole display runs on to. In a window it may.
+    // "display line 1", "display lines 1, 3": where a text of the whole display runs on to. In a
+    // window it may.
     std::string otherLines(const CarriedElement& element)
     {
         std::set<int> lines;
@@ -417,7 +424,7 @@ private:
         for (const int line : lines) {
             text += (text.empty() ? "" : ", ") + std::to_string(line + m_display.origin);
         }
-        return text.empty() ? "" : (lines.size() == 1 ? "line " : "lines ") + text;
+        return text.empty() ? "" : (lines.size() == 1 ? "display line " : "display lines ") + text;
     }
 
     // "5 characters of the text of line 7"
@@ -458,11 +465,7 @@ private:
     std::vector<LintFinding>& m_findings;
     DisplayTrace m_trace;
     std::map<std::size_t, Losses> m_losses;  // by the element that takes the place
-    struct Place {
-        bool wrong;              // or follows from one that is
-        std::size_t lostBlanks;  // elements so far that did not blank, but may have been meant to
-    };
-    std::vector<Place> m_places;  // by element
+    std::vector<Place> m_places;             // by element
     // While the places are found:
     std::set<std::string> m_notDefined;        // windows by number, or all, "", with a definition
                                                // that is wrong

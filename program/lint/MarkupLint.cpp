@@ -252,14 +252,17 @@ private:
             constexpr std::size_t most = 8;
             const std::string sent = hexBytes(m_bytes.first(std::min(m_bytes.size(), most))) +
                                      (m_bytes.size() > most ? " ..." : "");
-            add(Rule::command, text.empty() ? "<command> without hexadecimal text sends nothing"
-                               : m_bytes.empty()
-                                   ? quoted(text) + " sends nothing: it is no hexadecimal text"
-                                   : "of " + quoted(text) + " only " + sent +
-                                         " goes out: write pairs without white space");
+            add(Rule::command,
+                text.empty() ? "<command> without hexadecimal text sends nothing"
+                : m_bytes.empty()
+                    ? quoted(text) + " sends nothing: it is no hexadecimal text"
+                    : "of " + quoted(text) + " only " + sent +
+                          " goes out: write pairs of hexadecimal digits, without white "
+                          "space between them");
         } else if (m_element.misplaced) {
-            add(Rule::command, "ends in the middle of a display command, which takes what "
-                               "follows for its rest");
+            add(Rule::command,
+                "<command> ends in the middle of a display command, which takes what "
+                "follows for its rest");
         }
     }
 
