@@ -208,9 +208,10 @@ private:
             followCursor(element, wrong, selects);
             m_cursorStray = m_cursorStray || taken > element.end;
             const bool destroys = element.name == "window" && element.has("destroy");
-            m_lostBlanks += taken > element.end || (destroys && wrong) ||
-                            element.meant == "clear" || element.meant == "reset" ||
-                            element.meant == "window";
+            if (taken > element.end || (destroys && wrong) || element.meant == "clear" ||
+                element.meant == "reset" || element.meant == "window") {
+                ++m_lostBlanks;
+            }
             m_places.push_back(
                 {wrong || (element.showsText() && (m_windowMeant || m_cursorStray)), m_lostBlanks});
         }
@@ -236,6 +237,8 @@ private:
             }
             return true;
         case Action::selectWindow:
+            m_windowMeant = std::to_string(m_stream[ignored.offset + 2]);
+            [[fallthrough]];
         case Action::destroyWindow:
             if (!known && !m_notDefined.contains("") &&
                 !m_notDefined.contains(element.value("number"))) {
@@ -281,14 +284,11 @@ private:
     // Whether the cursor is elsewhere than was meant.
     void followCursor(const CarriedElement& element, bool wrong, bool selects)
     {
-        const bool places = element.has("x") || element.has("y") || element.has("moveto");
-        if (!element.meant.empty()) {
+        const bool places = element.name != "window" &&
+                            (element.has("x") || element.has("y") || element.has("moveto"));
+        if (!element.meant.empty() || (element.name == "cursor" && wrong)) {
             m_cursorStray = true;
-        } else if (places && element.name != "window") {
-            m_cursorStray = wrong;
-        } else if (element.name == "cursor" && wrong) {
-            m_cursorStray = true;
-        } else if (element.name == "clear" || selects) {
+        } else if (places || selects || element.name == "clear") {
             m_cursorStray = wrong;
         }
     }
