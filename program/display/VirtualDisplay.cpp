@@ -110,6 +110,7 @@ void VirtualDisplay::run(ByteSpan bytes, DisplayTrace* trace)
     settle(bytes.size());
     if (trace != nullptr) {
         trace->selected = m_selected;
+        trace->hasOwnSet = m_codes.set == m_tables.powerOn().set;
     }
 }
 

@@ -53,6 +53,7 @@ struct DisplayTrace {
     std::vector<Shared> shared;
     std::vector<std::size_t> selections;  // commands that select a window, and resets
     unsigned selected = 0;                // the window at the end
+    bool hasOwnSet = true;                // at the end: the character set of power-on
 };
 
 class VirtualDisplay {

@@ -448,7 +448,7 @@ private:
                 japanese = TagParser::isLangJP(language->second.c_str()) ? &element : nullptr;
             }
         }
-        if (japanese != nullptr) {
+        if (japanese != nullptr && !m_trace.hasOwnSet) {
             add(*japanese, Rule::language,
                 "the Japanese character set stays selected; end with a text in another language");
         }
