@@ -205,7 +205,7 @@ void VirtualDisplay::show(const Cell& shown)
     lose(cell);
     cell = shown;
     if (m_trace != nullptr) {
-        m_trace->shown[shown.source] = {shown.character, place, m_selected, shown.reverse};
+        m_trace->shown.push_back({shown.source, shown.character, place, m_selected});
     }
     advance(window);
 }
@@ -373,7 +373,7 @@ bool VirtualDisplay::startMarquee(const StreamItem& command)
         line, *format == 1, number(command, 1), number(command, 2), number(command, 3), text};
     m_marqueeJudged = false;
     for (const Cell& cell : m_trace != nullptr ? text : std::vector<Cell>()) {
-        m_trace->shown[cell.source] = {cell.character, line.at, m_selected, cell.reverse};
+        m_trace->shown.push_back({cell.source, cell.character, line.at, m_selected});
     }
     return true;
 }

@@ -14,10 +14,10 @@
 struct DisplayTrace {
     // A character as it came to the display: in a cell, or in a marquee.
     struct Shown {
+        std::size_t source = 0;  // its place in the stream
         char32_t character = 0;
         Position place;  // on the whole display; of a marquee, the beginning of its line
         unsigned window = 0;
-        bool reverse = false;
     };
     enum class Cause {
         overwritten,
@@ -47,13 +47,20 @@ struct DisplayTrace {
 
     std::vector<std::size_t> ends;  // set by the caller: where the elements end, in order
 
-    std::map<std::size_t, Shown> shown;
+    std::vector<Shown> shown;  // in the order of the stream
     std::vector<Loss> losses;
     std::vector<Ignored> ignored;
     std::vector<Shared> shared;
     std::vector<std::size_t> selections;  // commands that select a window, and resets
     unsigned selected = 0;                // the window at the end
     bool hasOwnSet = true;                // at the end: the character set of power-on
+
+    // Null if no character of this place in the stream came to the display.
+    const Shown* find(std::size_t source) const
+    {
+        const auto found = std::ranges::lower_bound(shown, source, {}, &Shown::source);
+        return found == shown.end() || found->source != source ? nullptr : &*found;
+    }
 };
 
 class VirtualDisplay {

@@ -128,12 +128,11 @@ private:
             std::string shownAs;
             bool missing = false;
             for (const SentCharacter& sent : cluster.sent) {
-                const auto shown =
-                    at < offsets.size() ? m_trace.shown.find(offsets[at]) : m_trace.shown.end();
+                const DisplayTrace::Shown* const shown =
+                    at < offsets.size() ? m_trace.find(offsets[at]) : nullptr;
                 ++at;
-                const char32_t character = shown == m_trace.shown.end()
-                                               ? sent.shown.value_or(0xFFFD)
-                                               : shown->second.character;
+                const char32_t character =
+                    shown == nullptr ? sent.shown.value_or(0xFFFD) : shown->character;
                 itself = itself && sent.fate != Fate::missing && isItself(cluster, character);
                 missing = missing || sent.fate == Fate::missing;
                 appendCharacter(shownAs, character);
@@ -373,7 +372,10 @@ private:
                  const std::string& over)
     {
         const std::vector<std::size_t> offsets = charactersOf(element);
-        const DisplayTrace::Shown& first = m_trace.shown[offsets.front()];
+        const DisplayTrace::Shown* const first = m_trace.find(offsets.front());
+        if (first == nullptr) {
+            return;
+        }
         std::vector<std::string> parts;
         if (!lines.empty()) {
             parts.push_back("over " + lines);
@@ -387,9 +389,9 @@ private:
         }
         const bool loses = losses.own + losses.scrolled != 0 || !over.empty();
         std::string text = "text of " + counted(offsets.size(), "character") + " from column " +
-                           std::to_string(first.place.column + m_display.origin) +
+                           std::to_string(first->place.column + m_display.origin) +
                            " of display line " +
-                           std::to_string(first.place.line + m_display.origin);
+                           std::to_string(first->place.line + m_display.origin);
         if (losses.scrolled != 0) {
             text += " is too long for its window: the first " +
                     counted(losses.scrolled, "character") +
@@ -411,11 +413,11 @@ private:
         std::set<int> lines;
         int first = -1;
         for (const std::size_t offset : charactersOf(element)) {
-            const auto shown = m_trace.shown.find(offset);
-            if (shown == m_trace.shown.end() || shown->second.window != 0) {
+            const DisplayTrace::Shown* const shown = m_trace.find(offset);
+            if (shown == nullptr || shown->window != 0) {
                 return "";
             }
-            const int line = shown->second.place.line;
+            const int line = shown->place.line;
             first = first < 0 ? line : first;
             lines.insert(line);
         }
