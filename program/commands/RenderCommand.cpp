@@ -3,6 +3,7 @@
 #include "program/commands/Files.h"
 #include "program/commands/LintOptions.h"
 #include "program/commands/StreamInput.h"
+#include "program/stream/Rendering.h"
 #include "program/text/HexText.h"
 
 #include <CLI/CLI.hpp>
@@ -28,8 +29,13 @@ int render(const Options& options)
     inputs.push_back(options.document);
     requireSeparate(inputs, {options.output});
     const std::string document = readFile(options.document);
-    const LintedDocument linted =
-        lintDocument(document, options.lint.profile, options.lint.display);
+    LintedDocument linted;
+    if (options.lint.quiet && !options.lint.strict) {
+        KestrixDispEngine engine;
+        linted.run = carryOut(engine, document, options.lint.profile);
+    } else {
+        linted = lintDocument(document, options.lint.profile, options.lint.display);
+    }
     for (const LintFinding& finding : linted.findings) {
         if (!options.lint.quiet && rowOf(finding.rule).level != Level::note) {
             std::cerr << lintLine(options.document, finding);

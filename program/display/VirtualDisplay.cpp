@@ -78,6 +78,7 @@ void VirtualDisplay::run(ByteSpan bytes, DisplayTrace* trace)
     settle(bytes.size());
     if (trace != nullptr) {
         trace->selected = m_selected;
+        trace->hasOwnSet = m_codes.set == m_tables.powerOn().set;
     }
     m_trace = nullptr;
 }
@@ -87,8 +88,18 @@ void VirtualDisplay::take(const StreamItem& item)
     bool understood = false;
     settle(item.offset);
     m_at = item.offset;
+    const std::size_t end = item.offset + item.bytes.size();
+    const bool isCommand =
+        item.kind == StreamItem::Kind::command || item.kind == StreamItem::Kind::cut;
+    if (m_trace != nullptr && isCommand && m_settled < m_trace->ends.size() &&
+        end > m_trace->ends[m_settled]) {
+        m_trace->shared.push_back({item.offset, end});
+    }
     if (item.kind == StreamItem::Kind::text) {
+        // One text may come from several elements.
         for (const Cell& cell : decode(item.bytes, item.offset)) {
+            settle(cell.source);
+            m_at = cell.source;
             show(cell);
         }
         understood = true;
@@ -144,7 +155,8 @@ bool VirtualDisplay::carryOut(const StreamItem& command)
         return true;
     case Action::clock:
         m_clock = true;
-        forHidden([this](Cell& cell) { lose(cell); });
+        forCellsBeneathClock([this](Cell& cell) { lose(cell); });
+        judgeMarqueeBeneathClock(DisplayTrace::Cause::overwritten);
         return true;
     case Action::defineWindow:
         return define(command);
@@ -194,7 +206,6 @@ void VirtualDisplay::show(const Cell& shown)
     }
     const Position place{window.area.at.column + window.cursor.column,
                          window.area.at.line + window.cursor.line};
-    m_at = shown.source;
     if (m_marquee && m_marquee->area.contains(place)) {
         loseMarquee();
     }
@@ -202,7 +213,7 @@ void VirtualDisplay::show(const Cell& shown)
     lose(cell);
     cell = shown;
     if (m_trace != nullptr) {
-        m_trace->shown[shown.source] = {shown.character, place, m_selected, shown.reverse};
+        m_trace->shown.push_back({shown.source, shown.character, place, m_selected});
     }
     advance(window);
 }
@@ -216,24 +227,28 @@ void VirtualDisplay::lose(Cell& cell, DisplayTrace::Cause cause)
 }
 
 template <class Function>
-void VirtualDisplay::forHidden(Function function)
+void VirtualDisplay::forCellsBeneathClock(Function function)
 {
     if (m_clock) {
         std::for_each(m_cells.end() - clockColumns(), m_cells.end(), function);
     }
-    if (!m_marquee) {
+}
+
+void VirtualDisplay::judgeMarqueeBeneathClock(DisplayTrace::Cause cause)
+{
+    if (m_marqueeJudged || !m_clock || !m_marquee || m_marquee->area.at.line != m_size.lines - 1) {
         return;
     }
+    m_marqueeJudged = true;
     const auto [at, size] = m_marquee->area;
-    std::for_each_n(cells(at), size.columns, function);
-    // Characters that walk are seen beside the clock.
-    if (m_clock && m_marquee->places && at.line == m_size.lines - 1) {
-        for (std::size_t i = 0; i < m_marquee->text.size(); ++i) {
-            const int column =
-                at.column + static_cast<int>(i % static_cast<std::size_t>(size.columns));
-            if (column >= m_size.columns - clockColumns()) {
-                function(m_marquee->text[i]);
-            }
+    for (std::size_t i = 0; i < m_marquee->text.size(); ++i) {
+        // Where a character is seen: one that walks, at the left end of the line last of all.
+        const int column =
+            m_marquee->places
+                ? at.column + static_cast<int>(i % static_cast<std::size_t>(size.columns))
+                : at.column;
+        if (column >= m_size.columns - clockColumns()) {
+            lose(m_marquee->text[i], cause);
         }
     }
 }
@@ -249,11 +264,16 @@ void VirtualDisplay::settle(std::size_t offset)
         if (begin == end || !(m_clock || m_marquee)) {
             continue;
         }
-        forHidden([&](Cell& cell) {
+        const auto hide = [&](Cell& cell) {
             if (cell.source >= begin && cell.source < end) {
                 lose(cell, DisplayTrace::Cause::hidden);
             }
-        });
+        };
+        forCellsBeneathClock(hide);
+        if (m_marquee) {
+            std::for_each_n(cells(m_marquee->area.at), m_marquee->area.size.columns, hide);
+        }
+        judgeMarqueeBeneathClock(DisplayTrace::Cause::hidden);
     }
 }
 
@@ -360,8 +380,9 @@ bool VirtualDisplay::startMarquee(const StreamItem& command)
     m_marquee = Marquee{
         line, *format == 1, number(command, 1), number(command, 2), number(command, 3), text};
     m_marqueeStart = m_now;
+    m_marqueeJudged = false;
     for (const Cell& cell : m_trace != nullptr ? text : std::vector<Cell>()) {
-        m_trace->shown[cell.source] = {cell.character, line.at, m_selected, cell.reverse};
+        m_trace->shown.push_back({cell.source, cell.character, line.at, m_selected});
     }
     return true;
 }

@@ -14,10 +14,10 @@
 struct DisplayTrace {
     // A character as it came to the display: in a cell, or in a marquee.
     struct Shown {
+        std::size_t source = 0;  // its place in the stream
         char32_t character = 0;
         Position place;  // on the whole display; of a marquee, the beginning of its line
         unsigned window = 0;
-        bool reverse = false;
     };
     enum class Cause {
         overwritten,
@@ -39,13 +39,28 @@ struct DisplayTrace {
         unsigned windowNumber;
     };
 
+    // A command that an element begins and the bytes of later elements end.
+    struct Shared {
+        std::size_t begin;
+        std::size_t end;
+    };
+
     std::vector<std::size_t> ends;  // set by the caller: where the elements end, in order
 
-    std::map<std::size_t, Shown> shown;
+    std::vector<Shown> shown;  // in the order of the stream
     std::vector<Loss> losses;
     std::vector<Ignored> ignored;
+    std::vector<Shared> shared;
     std::vector<std::size_t> selections;  // commands that select a window, and resets
     unsigned selected = 0;                // the window at the end
+    bool hasOwnSet = true;                // at the end: the character set of power-on
+
+    // Null if no character of this place in the stream came to the display.
+    const Shown* find(std::size_t source) const
+    {
+        const auto found = std::ranges::lower_bound(shown, source, {}, &Shown::source);
+        return found == shown.end() || found->source != source ? nullptr : &*found;
+    }
 };
 
 class VirtualDisplay {
@@ -100,9 +115,11 @@ private:
     // Tells that the character in a cell is lost.
     void lose(Cell& cell, DisplayTrace::Cause cause = DisplayTrace::Cause::overwritten);
     void loseMarquee();
-    // Calls the function with each cell that the clock or the marquee hides.
     template <class Function>
-    void forHidden(Function function);
+    void forCellsBeneathClock(Function function);
+    // Tells which characters of the marquee the clock hides in every step; once for each marquee,
+    // as a clock always hides the same ones.
+    void judgeMarqueeBeneathClock(DisplayTrace::Cause cause);
     // Tells what is hidden of elements that end at or before the offset.
     void settle(std::size_t offset);
     void advance(Window& window) const;
@@ -149,4 +166,5 @@ private:
     bool m_clock = false;
     std::optional<Marquee> m_marquee;
     Milliseconds m_marqueeStart = 0;
+    bool m_marqueeJudged = false;  // of what the clock hides of it
 };

@@ -54,12 +54,17 @@ int most(ValueKind kind)
     return kind == ValueKind::word ? 65535 : kind == ValueKind::interval ? kMostInterval : 255;
 }
 
+// As the schema has it: blanks at both ends of a number are no fault.
+std::string_view trimmed(std::string_view number)
+{
+    constexpr std::string_view blanks = " \t\r\n";
+    number.remove_prefix(std::min(number.find_first_not_of(blanks), number.size()));
+    return number.substr(0, number.find_last_not_of(blanks) + 1);
+}
+
 std::string numberFault(const AttributeRow& row, const std::string& value)
 {
-    // As the schema has it: blanks at both ends are no fault.
-    std::string_view written = value;
-    written.remove_prefix(std::min(written.find_first_not_of(" \t\r\n"), written.size()));
-    written = written.substr(0, written.find_last_not_of(" \t\r\n") + 1);
+    const std::string_view written = trimmed(value);
     const bool digits = !written.empty() && std::ranges::all_of(written, [](unsigned char c) {
         return std::isdigit(c) != 0;
     });
@@ -88,6 +93,11 @@ bool isLanguage(std::string_view value)
         value.remove_prefix(size + 1);
         first = false;
     }
+}
+
+char lowered(char c)
+{
+    return static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
 }
 
 // Levenshtein distance.
@@ -121,7 +131,7 @@ std::string valueFault(const AttributeRow& row, const std::string& value)
     case ValueKind::percent:
         break;
     }
-    if (isChoice(value, row.choices)) {
+    if (isChoice(row.kind == ValueKind::percent ? trimmed(value) : value, row.choices)) {
         return "";
     }
     const std::string number = std::to_string(decimal(value));
@@ -137,6 +147,9 @@ std::string_view nearest(std::string_view name, std::span<const std::string_view
     std::string_view best;
     std::size_t least = 3;
     for (const std::string_view candidate : names) {
+        if (std::ranges::equal(name, candidate, {}, lowered)) {
+            return candidate;
+        }
         const std::size_t steps = name.size() > longestName ? least : distance(name, candidate);
         if (steps < least && steps < candidate.size()) {
             least = steps;

@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <map>
 #include <string>
+#include <string_view>
 
 #include <libxml/tree.h>
 
@@ -18,7 +19,14 @@ struct CarriedElement {
     std::string text;        // of text, marquee and command: what their parser got
     bool misplaced = false;  // where it stands on the display has a finding already
 
+    std::string_view meant;  // the element that an unknown one was perhaps meant to be
+
     bool has(const char* attribute) const { return attributes.contains(attribute); }
+    std::string value(const char* attribute) const
+    {
+        const auto entry = attributes.find(attribute);
+        return entry == attributes.end() ? "" : entry->second;
+    }
     bool showsText() const { return name == "text" || name == "marquee"; }
 };
 

@@ -11,7 +11,9 @@
 #include <unicode/unistr.h>
 
 #include <algorithm>
+#include <cstdlib>
 #include <map>
+#include <optional>
 #include <set>
 #include <utility>
 
@@ -63,6 +65,11 @@ struct Losses {
     std::map<std::size_t, std::size_t> others;  // by the element that wrote them
 };
 
+struct Place {
+    bool wrong;              // or follows from one that is
+    std::size_t lostBlanks;  // elements so far that did not blank, but may have been meant to
+};
+
 class LayoutLint {
 public:
     LayoutLint(const std::vector<CarriedElement>& elements, ByteSpan stream,
@@ -82,7 +89,7 @@ public:
                 judgeCharacters(element, tables, handle);
             }
         }
-        judgeIgnored();
+        findPlaces();
         sortLosses();
         for (std::size_t i = 0; i < m_elements.size(); ++i) {
             judgePlace(i);
@@ -122,12 +129,11 @@ private:
             std::string shownAs;
             bool missing = false;
             for (const SentCharacter& sent : cluster.sent) {
-                const auto shown =
-                    at < offsets.size() ? m_trace.shown.find(offsets[at]) : m_trace.shown.end();
+                const DisplayTrace::Shown* const shown =
+                    at < offsets.size() ? m_trace.find(offsets[at]) : nullptr;
                 ++at;
-                const char32_t character = shown == m_trace.shown.end()
-                                               ? sent.shown.value_or(0xFFFD)
-                                               : shown->second.character;
+                const char32_t character =
+                    shown == nullptr ? sent.shown.value_or(0xFFFD) : shown->character;
                 itself = itself && sent.fate != Fate::missing && isItself(cluster, character);
                 alike = alike && sent.fate == Fate::like && sent.shown == character;
                 missing = missing || sent.fate == Fate::missing;
@@ -185,41 +191,108 @@ private:
         return kNoElement;
     }
 
-    void judgeIgnored()
+    // Tells the elements whose place is wrong, and finds those whose place follows from it.
+    void findPlaces()
     {
-        for (const DisplayTrace::Ignored& ignored : m_trace.ignored) {
-            const std::size_t index = elementAt(ignored.offset);
-            if (index == kNoElement || ignored.command == nullptr) {
-                continue;
+        auto ignored = m_trace.ignored.begin();
+        auto shared = m_trace.shared.begin();
+        std::size_t taken = 0;  // where the rest of a command ends that an element cut off
+        for (const CarriedElement& element : m_elements) {
+            bool wrong = element.misplaced || element.begin < taken;
+            for (; ignored != m_trace.ignored.end() && ignored->offset < element.end; ++ignored) {
+                wrong = judgeIgnored(element, wrong, *ignored) || wrong;
             }
-            const CarriedElement& element = m_elements[index];
-            const bool known = element.misplaced;
-            m_misplaced.insert(index);
-            switch (ignored.command->action) {
-            case Action::position:
-                if (!known) {
-                    add(element, Rule::offDisplay, offDisplay(ignored));
-                }
-                break;
-            case Action::defineWindow:
-                m_notDefined.insert(m_stream[ignored.offset + 2]);
-                if (!known) {
-                    add(element, Rule::offDisplay, "the window is not within the " + displayText());
-                }
-                break;
-            case Action::selectWindow:
-                m_strayFrom.push_back(ignored.offset);
-                [[fallthrough]];
-            case Action::destroyWindow:
-                if (!known && !m_notDefined.contains(m_stream[ignored.offset + 2])) {
-                    add(element, Rule::undefinedWindow,
-                        "window " + std::to_string(m_stream[ignored.offset + 2]) +
-                            " is not defined");
-                }
-                break;
-            default:
-                break;
+            for (; shared != m_trace.shared.end() && shared->begin < element.end; ++shared) {
+                taken = shared->end;
             }
+            const auto selection = std::ranges::lower_bound(m_trace.selections, element.begin);
+            const bool selects = selection != m_trace.selections.end() && *selection < element.end;
+            followWindow(element, wrong, selects);
+            followCursor(element, wrong, selects);
+            m_cursorStray = m_cursorStray || taken > element.end;
+            const bool destroys = element.name == "window" && element.has("destroy");
+            if (taken > element.end || (destroys && wrong) || element.meant == "clear" ||
+                element.meant == "reset" || element.meant == "window") {
+                ++m_lostBlanks;
+            }
+            m_places.push_back(
+                {wrong || (element.showsText() && (m_windowMeant || m_cursorStray)), m_lostBlanks});
+        }
+    }
+
+    // Whether an element has a command that names a place which there is not; tells it, if it is
+    // not known.
+    bool judgeIgnored(const CarriedElement& element, bool known,
+                      const DisplayTrace::Ignored& ignored)
+    {
+        if (ignored.command == nullptr) {
+            return false;
+        }
+        switch (ignored.command->action) {
+        case Action::position:
+            if (!known && !m_windowMeant) {
+                add(element, Rule::offDisplay, offDisplay(ignored));
+            }
+            return true;
+        case Action::defineWindow:
+            if (!known) {
+                add(element, Rule::offDisplay, "the window is not within the " + displayText());
+            }
+            return true;
+        case Action::selectWindow:
+            m_windowMeant = std::to_string(m_stream[ignored.offset + 2]);
+            [[fallthrough]];
+        case Action::destroyWindow:
+            if (!known && !m_notDefined.contains("") &&
+                !m_notDefined.contains(element.value("number"))) {
+                add(element, Rule::undefinedWindow,
+                    "window " + std::to_string(m_stream[ignored.offset + 2]) + " is not defined");
+            }
+            return true;
+        default:
+            return false;
+        }
+    }
+
+    // Which windows are not there, and whether another one is selected than was meant.
+    void followWindow(const CarriedElement& element, bool wrong, bool selects)
+    {
+        if (selects) {
+            m_windowMeant.reset();
+            m_notDestroyed = false;
+        }
+        if (element.name == "reset") {
+            m_notDefined.clear();
+        }
+        if (element.name != "window" && !(element.has("number") && !element.meant.empty())) {
+            return;
+        }
+        const std::string number = element.value("number");
+        const long counted = std::strtol(number.c_str(), nullptr, 10);
+        const bool ends = element.value("destroy") == "true" || element.value("destroy") == "1";
+        const bool defines = !ends && (element.has("x") || element.has("y") ||
+                                       element.has("width") || element.has("height"));
+        if (defines && !wrong) {
+            m_notDefined.erase(number);
+        } else if (defines) {
+            m_notDefined.insert(counted >= 1 && counted <= 255 ? number : "");
+        } else if (wrong) {
+            const bool wasMeant = m_windowMeant == number;
+            m_notDestroyed = element.has("destroy") && !wasMeant;
+            m_windowMeant =
+                element.has("destroy") && wasMeant ? std::nullopt : std::optional(number);
+        }
+    }
+
+    // Whether the cursor is elsewhere than was meant.
+    void followCursor(const CarriedElement& element, bool wrong, bool selects)
+    {
+        const bool places = element.name != "window" &&
+                            (element.has("x") || element.has("y") || element.has("moveto"));
+        if (!element.meant.empty() || (element.name == "cursor" && wrong)) {
+            m_cursorStray = true;
+        } else if (places || selects || element.name == "clear") {
+            m_cursorStray = wrong;
         }
     }
 
@@ -254,6 +327,12 @@ private:
                 !m_elements[of].showsText()) {
                 continue;
             }
+            // What a wrong place leads to has its finding, and so has an element that may have been
+            // meant to blank the character.
+            if (by != of &&
+                (m_places[of].wrong || m_places[of].lostBlanks != m_places[by].lostBlanks)) {
+                continue;
+            }
             Losses& losses = m_losses[by];
             if (loss.cause == DisplayTrace::Cause::hidden) {
                 ++losses.hidden;
@@ -265,24 +344,12 @@ private:
         }
     }
 
-    // Whether the element goes to another window than was meant.
-    bool isStray(const CarriedElement& element) const
-    {
-        const auto after = std::ranges::lower_bound(m_strayFrom, element.end);
-        if (after == m_strayFrom.begin()) {
-            return false;
-        }
-        const auto next = std::ranges::upper_bound(m_trace.selections, *(after - 1));
-        return next == m_trace.selections.end() || *next > element.begin;
-    }
-
     void judgePlace(std::size_t index)
     {
         const CarriedElement& element = m_elements[index];
         const auto entry = m_losses.find(index);
         const Losses losses = entry == m_losses.end() ? Losses() : entry->second;
-        // An element whose own place is wrong has its finding, and so has a window.
-        if (element.misplaced || m_misplaced.contains(index) || isStray(element)) {
+        if (m_places[index].wrong) {
             return;
         }
         std::string lines;
@@ -298,16 +365,21 @@ private:
         if (losses.hidden != 0) {
             add(element, Rule::overwritten,
                 counted(losses.hidden, "character") + " of the " + element.name +
-                    (losses.hidden == 1 ? " is" : " are") + " hidden by the clock or a marquee");
+                    (losses.hidden == 1 ? " is" : " are") + " hidden by the clock" +
+                    (element.name == "marquee" ? "" : " or a marquee"));
         }
     }
 
-    // "text of 52 characters from column 1 of line 2 runs over line 1 and over its own first 12".
+    // "text of 52 characters from column 1 of display line 2 runs over display line 1 and over its
+    // own first 12 characters". Other lines in findings are those of the document.
     void tellRun(const CarriedElement& element, const Losses& losses, const std::string& lines,
                  const std::string& over)
     {
         const std::vector<std::size_t> offsets = charactersOf(element);
-        const DisplayTrace::Shown& first = m_trace.shown[offsets.front()];
+        const DisplayTrace::Shown* const first = m_trace.find(offsets.front());
+        if (first == nullptr) {
+            return;
+        }
         std::vector<std::string> parts;
         if (!lines.empty()) {
             parts.push_back("over " + lines);
@@ -316,17 +388,19 @@ private:
             parts.push_back("over " + over);
         }
         if (losses.own != 0) {
-            parts.push_back("over its own first" +
-                            (losses.own == 1 ? "" : " " + std::to_string(losses.own)));
+            parts.push_back("over its own first " +
+                            (losses.own == 1 ? "character" : counted(losses.own, "character")));
         }
         const bool loses = losses.own + losses.scrolled != 0 || !over.empty();
         std::string text = "text of " + counted(offsets.size(), "character") + " from column " +
-                           std::to_string(first.place.column + m_display.origin) + " of line " +
-                           std::to_string(first.place.line + m_display.origin);
+                           std::to_string(first->place.column + m_display.origin) +
+                           " of display line " +
+                           std::to_string(first->place.line + m_display.origin);
         if (losses.scrolled != 0) {
             text += " is too long for its window: the first " +
                     counted(losses.scrolled, "character") +
                     (losses.scrolled == 1 ? " scrolls" : " scroll") + " away";
+            text += over.empty() ? "" : ", and it stands over " + over;
         } else {
             text += loses ? " runs " : " runs on into " + lines;
             for (std::size_t i = 0; loses && i < parts.size(); ++i) {
@@ -336,17 +410,18 @@ private:
         add(element, loses ? Rule::overflow : Rule::wrap, text);
     }
 
-    // "line 1", "lines 1, 3": where a text of the whole display runs on to. In a window it may.
+    // "display line 1", "display lines 1, 3": where a text of the whole display runs on to. In a
+    // window it may.
     std::string otherLines(const CarriedElement& element)
     {
         std::set<int> lines;
         int first = -1;
         for (const std::size_t offset : charactersOf(element)) {
-            const auto shown = m_trace.shown.find(offset);
-            if (shown == m_trace.shown.end() || shown->second.window != 0) {
+            const DisplayTrace::Shown* const shown = m_trace.find(offset);
+            if (shown == nullptr || shown->window != 0) {
                 return "";
             }
-            const int line = shown->second.place.line;
+            const int line = shown->place.line;
             first = first < 0 ? line : first;
             lines.insert(line);
         }
@@ -355,7 +430,7 @@ private:
         for (const int line : lines) {
             text += (text.empty() ? "" : ", ") + std::to_string(line + m_display.origin);
         }
-        return text.empty() ? "" : (lines.size() == 1 ? "line " : "lines ") + text;
+        return text.empty() ? "" : (lines.size() == 1 ? "display line " : "display lines ") + text;
     }
 
     // "5 characters of the text of line 7"
@@ -379,11 +454,11 @@ private:
                 japanese = TagParser::isLangJP(language->second.c_str()) ? &element : nullptr;
             }
         }
-        if (japanese != nullptr) {
+        if (japanese != nullptr && !m_trace.hasOwnSet) {
             add(*japanese, Rule::language,
                 "the Japanese character set stays selected; end with a text in another language");
         }
-        if (m_trace.selected != 0) {
+        if (m_trace.selected != 0 && !m_notDestroyed) {
             add(m_elements[elementAt(m_trace.selections.back())], Rule::openWindow,
                 "window " + std::to_string(m_trace.selected) +
                     " is still selected at the end, and the next document would go there");
@@ -396,9 +471,14 @@ private:
     std::vector<LintFinding>& m_findings;
     DisplayTrace m_trace;
     std::map<std::size_t, Losses> m_losses;  // by the element that takes the place
-    std::set<unsigned> m_notDefined;         // windows that are not on the display
-    std::set<std::size_t> m_misplaced;       // elements with a command that has no effect
-    std::vector<std::size_t> m_strayFrom;    // where a window was not selected that was meant
+    std::vector<Place> m_places;             // by element
+    // While the places are found:
+    std::set<std::string> m_notDefined;        // windows by number, or all, "", with a definition
+                                               // that is wrong
+    std::optional<std::string> m_windowMeant;  // the number, if another window is selected
+    bool m_notDestroyed = false;               // a wrong element was to end a window
+    bool m_cursorStray = false;                // the cursor is elsewhere than was meant
+    std::size_t m_lostBlanks = 0;
 };
 
 }  // namespace

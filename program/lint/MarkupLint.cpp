@@ -10,11 +10,17 @@
 #include <algorithm>
 #include <cstring>
 #include <iterator>
+#include <set>
 
 namespace {
 
 // The attributes that decide where something is shown.
-constexpr std::string_view kPlace[] = {"x", "y", "width", "height", "number"};
+constexpr std::string_view kPlace[] = {"x", "y", "width", "height", "number", "moveto", "destroy"};
+
+bool isPlace(std::string_view attribute)
+{
+    return std::ranges::find(kPlace, attribute) != std::end(kPlace);
+}
 
 constexpr std::string_view kBlanks = " \t\r\n\v\f";
 
@@ -62,8 +68,10 @@ public:
                                   "; display documents have none");
         }
         if (!isRoot && std::ranges::find(kElements, m_element.name) == std::end(kElements)) {
-            add(Rule::unknownElement, "<" + m_element.name + "> is no element" +
-                                          suggestion(nearest(m_element.name, kElements)));
+            m_element.misplaced = true;
+            m_element.meant = nearest(m_element.name, kElements);
+            add(Rule::unknownElement,
+                "<" + m_element.name + "> is no element" + suggestion(m_element.meant));
             return;
         }
         if (!isRoot || m_element.name == kRoot) {
@@ -83,11 +91,9 @@ private:
         m_findings.push_back({m_element.line, rule, message});
     }
 
-    bool has(const char* name) const { return m_element.has(name); }
-    bool isYes(const char* name) const
-    {
-        return has(name) && isTrue(m_element.attributes.find(name)->second);
-    }
+    // An attribute whose name is written wrong has its finding, and none because it is missing.
+    bool has(const char* name) const { return m_element.has(name) || m_meant.contains(name); }
+    bool isYes(const char* name) const { return isTrue(m_element.value(name)); }
     static bool isTrue(std::string_view value) { return value == "true" || value == "1"; }
 
     void judgeEntities()
@@ -104,38 +110,51 @@ private:
 
     void judgeAttributes()
     {
-        std::vector<std::string_view> names;
+        judgeNames();
         std::string missing;
         for (const AttributeRow& row : kAttributes) {
             if (row.element != m_element.name) {
                 continue;
             }
-            names.push_back(row.name);
             const auto entry = m_element.attributes.find(row.name);
             if (entry == m_element.attributes.end()) {
-                missing +=
-                    !row.needed ? "" : (missing.empty() ? "" : " and ") + std::string(row.name);
+                missing += !row.needed || m_meant.contains(row.name)
+                               ? ""
+                               : (missing.empty() ? "" : " and ") + std::string(row.name);
                 continue;
             }
             if (const std::string fault = valueFault(row, entry->second); !fault.empty()) {
                 add(Rule::value, entry->first + "=" + quoted(entry->second) + " " + fault);
-                m_element.misplaced =
-                    m_element.misplaced || std::ranges::find(kPlace, row.name) != std::end(kPlace);
+                m_element.misplaced = m_element.misplaced || isPlace(row.name);
             }
         }
         if (!missing.empty()) {
             add(Rule::missingAttribute,
                 "<" + m_element.name + "> without " + missing + " does nothing");
+            m_element.misplaced = true;
+        }
+    }
+
+    void judgeNames()
+    {
+        std::vector<std::string_view> names;
+        for (const AttributeRow& row : kAttributes) {
+            if (row.element == m_element.name) {
+                names.push_back(row.name);
+            }
         }
         for (const xmlAttr* attribute = m_element.node->properties; attribute != nullptr;
              attribute = attribute->next) {
             const std::string name = asText(attribute->name);
             const bool hasPrefix = attribute->ns != nullptr && attribute->ns->prefix != nullptr;
             if (std::ranges::find(names, name) == names.end()) {
+                const std::string_view meant = nearest(name, names);
                 add(Rule::unknownAttribute,
                     "<" + m_element.name + "> has no attribute " +
                         (hasPrefix ? std::string(asText(attribute->ns->prefix)) + ":" : "") + name +
-                        suggestion(nearest(name, names)));
+                        suggestion(meant));
+                m_meant.insert(meant);
+                m_element.misplaced = m_element.misplaced || isPlace(meant);
             }
         }
     }
@@ -225,30 +244,32 @@ private:
         std::string_view text = m_element.text;
         text.remove_prefix(std::min(text.find_first_not_of(kBlanks), text.size()));
         text = text.substr(0, text.find_last_not_of(kBlanks) + 1);
+        StreamReader reader(m_bytes);
+        for (StreamItem item; reader.next(item);) {
+            m_element.misplaced = item.kind == StreamItem::Kind::cut;
+        }
         if (m_bytes.size() * 2 != text.size() || text.empty()) {
             constexpr std::size_t most = 8;
             const std::string sent = hexBytes(m_bytes.first(std::min(m_bytes.size(), most))) +
                                      (m_bytes.size() > most ? " ..." : "");
-            add(Rule::command, text.empty() ? "<command> without hexadecimal text sends nothing"
-                               : m_bytes.empty()
-                                   ? quoted(text) + " sends nothing: it is no hexadecimal text"
-                                   : "of " + quoted(text) + " only " + sent +
-                                         " goes out: write pairs without white space");
-            return;
-        }
-        StreamReader reader(m_bytes);
-        for (StreamItem item; reader.next(item);) {
-            if (item.kind == StreamItem::Kind::cut) {
-                m_element.misplaced = true;
-                add(Rule::command, "ends in the middle of a display command, which takes what "
-                                   "follows for its rest");
-            }
+            add(Rule::command,
+                text.empty() ? "<command> without hexadecimal text sends nothing"
+                : m_bytes.empty()
+                    ? quoted(text) + " sends nothing: it is no hexadecimal text"
+                    : "of " + quoted(text) + " only " + sent +
+                          " goes out: write pairs of hexadecimal digits, without white "
+                          "space between them");
+        } else if (m_element.misplaced) {
+            add(Rule::command,
+                "<command> ends in the middle of a display command, which takes what "
+                "follows for its rest");
         }
     }
 
     CarriedElement& m_element;
     ByteSpan m_bytes;
     std::vector<LintFinding>& m_findings;
+    std::set<std::string_view> m_meant;  // attributes whose names are perhaps written wrong
 };
 
 }  // namespace

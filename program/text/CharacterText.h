@@ -3,15 +3,16 @@
 
 #include <string>
 
-// Appends a character. What is not printable becomes U+FFFD: control and format characters, which
-// would act on a terminal, and code points that are no characters.
+// Appends a character. What is not printable becomes U+FFFD: control and format characters and line
+// separators, which would act on a terminal, and code points that are no characters.
 void appendCharacter(std::string& text, char32_t character);
 
 // False for what appendCharacter replaces by U+FFFD.
 bool isPrintable(char32_t character);
 
-// A text in UTF-8, such as the name of a file, with "?" for each control character of ASCII.
-std::string printable(std::string text);
+// A text in UTF-8, such as the name of a file, with "?" for each control character of ASCII, and
+// U+FFFD for other characters that are not printable. Bytes that are no UTF-8 stay.
+std::string printable(const std::string& text);
 
 // "U+0041".
 std::string codePointText(char32_t character);
