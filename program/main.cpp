@@ -15,6 +15,7 @@ namespace {
 
 constexpr Command (*kCommands[])(CLI::App&) = {
     renderCommand, explainCommand, previewCommand, whichCommand, checkCommand, lintCommand,
+    sendCommand,
 };
 
 bool noneParsed(const std::vector<Command>& commands)

@@ -27,3 +27,4 @@ Command previewCommand(CLI::App& program);
 Command whichCommand(CLI::App& program);
 Command checkCommand(CLI::App& program);
 Command lintCommand(CLI::App& program);
+Command sendCommand(CLI::App& program);

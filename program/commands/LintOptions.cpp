@@ -1,10 +1,13 @@
 #include "program/commands/LintOptions.h"
 
+#include "program/commands/Files.h"
+#include "program/commands/StreamInput.h"
 #include "program/text/CharacterText.h"
 
 #include <CLI/CLI.hpp>
 
 #include <algorithm>
+#include <iostream>
 
 namespace {
 
@@ -54,4 +57,21 @@ std::string lintLine(const std::string& file, const LintFinding& finding)
     return printable(file) + (finding.line == 0 ? "" : ":" + std::to_string(finding.line)) + ": " +
            (row.level == Level::error ? "error: " : "warning: ") + finding.message + " [" +
            std::string(row.name) + "]\n";
+}
+
+RenderedDocument renderTold(const std::string& file, const LintOptions& options)
+{
+    const std::string document = readFile(file);
+    const LintedDocument linted = lintDocument(document, options.profile, options.display);
+    for (const LintFinding& finding : linted.findings) {
+        if (!options.quiet) {
+            std::cerr << lintLine(file, finding);
+        }
+    }
+    const bool whole = linted.run.end == DocumentEnd::wellFormed;
+    const bool allowed = !options.strict || linted.findings.empty();
+    if (!whole && allowed) {
+        tellIfNoDocument(document);
+    }
+    return {std::string(linted.run.bytes.begin(), linted.run.bytes.end()), whole, allowed};
 }
