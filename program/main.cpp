@@ -15,7 +15,7 @@ namespace {
 
 constexpr Command (*kCommands[])(CLI::App&) = {
     renderCommand, explainCommand, previewCommand, whichCommand, checkCommand, lintCommand,
-    sendCommand,
+    emulateCommand, sendCommand,
 };
 
 bool noneParsed(const std::vector<Command>& commands)

@@ -27,4 +27,5 @@ Command previewCommand(CLI::App& program);
 Command whichCommand(CLI::App& program);
 Command checkCommand(CLI::App& program);
 Command lintCommand(CLI::App& program);
+Command emulateCommand(CLI::App& program);
 Command sendCommand(CLI::App& program);

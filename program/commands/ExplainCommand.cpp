@@ -7,6 +7,48 @@
 #include <CLI/CLI.hpp>
 
 #include <memory>
+#include <string>
+#include <string_view>
+
+namespace {
+
+// Explains raw bytes as they come. A text that may go on is written once nothing has come for a
+// second.
+int explainAsItComes(const StreamInput& input)
+{
+    constexpr int kTextWait = 1000;  // milliseconds
+    const ProfileTables tables = input.readTables();
+    std::string text;
+    Explanation explanation(tables, [&](std::string_view lines) { text += lines; });
+    PieceReader reader;
+    const auto explainRead = [&] {
+        for (StreamItem item; reader.next(item);) {
+            explanation.take(item);
+        }
+    };
+    const auto writeText = [&] {
+        if (!text.empty()) {
+            writeFile("-", text);
+            text.clear();
+        }
+    };
+    followFile(input.file, [&](std::string_view piece) {
+        if (piece.empty()) {
+            explanation.flush();
+        }
+        reader.feed(byteSpan(piece));
+        explainRead();
+        writeText();
+        return piece.empty() ? -1 : kTextWait;
+    });
+    reader.finish();
+    explainRead();
+    explanation.flush();
+    writeText();
+    return kDone;
+}
+
+}  // namespace
 
 Command explainCommand(CLI::App& program)
 {
@@ -15,6 +57,9 @@ Command explainCommand(CLI::App& program)
         "explain", "Says what a command stream does, one line for each command and text");
     input->addTo(*arguments);
     return {arguments, [input] {
+                if (input->raw) {
+                    return explainAsItComes(*input);
+                }
                 const CommandBytes stream = input->readStream();
                 explainStream(byteSpan(stream.bytes), input->readTables(),
                               [](std::string_view text) { writeFile("-", text); });

@@ -10,6 +10,7 @@
 #include <utility>
 
 #include <fcntl.h>
+#include <poll.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -24,6 +25,8 @@ std::system_error failure(const std::string& words)
 {
     return {errno, std::generic_category(), words};
 }
+
+}  // namespace
 
 class OpenFile {
 public:
@@ -44,18 +47,27 @@ public:
     OpenFile(const OpenFile&) = delete;
     OpenFile& operator=(const OpenFile&) = delete;
 
-    std::string read() const
+    // As followFile does. False if there was nothing.
+    bool follow(const std::function<int(std::string_view)>& take) const
     {
-        std::string bytes;
         char block[64 * 1024];
-        for (ssize_t count = 1; count != 0;) {
-            count = ::read(m_descriptor, block, sizeof block);
-            if (count < 0 && errno != EINTR) {
+        bool any = false;
+        for (int wait = -1;;) {
+            pollfd source{m_descriptor, POLLIN, 0};
+            const int ready = wait < 0 ? 1 : poll(&source, 1, wait);
+            const ssize_t count = ready > 0 ? ::read(m_descriptor, block, sizeof block) : 0;
+            if ((ready < 0 || count < 0) && errno == EINTR) {
+                continue;
+            }
+            if (ready < 0 || count < 0) {
                 throw failure(m_words);
             }
-            bytes.append(block, static_cast<std::size_t>(std::max(count, ssize_t{0})));
+            if (ready > 0 && count == 0) {
+                return any;
+            }
+            any = true;
+            wait = take({block, static_cast<std::size_t>(count)});
         }
-        return bytes;
     }
 
     void write(std::string_view bytes) const
@@ -93,6 +105,8 @@ private:
     int m_descriptor;
     std::string m_words;
 };
+
+namespace {
 
 // Whether a path belongs to a device or an open file, such as /dev/stdout. The files of /dev/shm
 // are files like any other.
@@ -151,16 +165,24 @@ bool statusOf(const std::string& file, int standardStream, struct stat& status)
 
 std::string readFile(const std::string& file)
 {
+    std::string bytes;
+    followFile(file, [&](std::string_view piece) {
+        bytes += piece;
+        return -1;
+    });
+    return bytes;
+}
+
+void followFile(const std::string& file, const std::function<int(std::string_view)>& take)
+{
     const bool standard = file == kStandardStream;
     const std::string name = standard ? "the standard input" : file;
-    OpenFile opened(standard ? dup(STDIN_FILENO)
-                             : open(file.c_str(), O_RDONLY | O_CLOEXEC | O_NOCTTY),
-                    "cannot read " + name);
-    std::string bytes = opened.read();
-    if (bytes.empty()) {
+    const OpenFile opened(standard ? dup(STDIN_FILENO)
+                                   : open(file.c_str(), O_RDONLY | O_CLOEXEC | O_NOCTTY),
+                          "cannot read " + name);
+    if (!opened.follow(take)) {
         throw std::runtime_error(name + " is empty");
     }
-    return bytes;
 }
 
 void writeFile(const std::string& file, std::string_view bytes)
@@ -191,6 +213,33 @@ void writeFile(const std::string& file, std::string_view bytes)
     OpenFile output(open(path.c_str(), O_WRONLY | O_APPEND | O_CLOEXEC | O_NOCTTY), words);
     output.write(bytes);
     output.close();
+}
+
+NewFile::NewFile(const std::string& file)
+{
+    const std::string words = "cannot write " + file;
+    struct stat old;
+    const bool exists = stat(file.c_str(), &old) == 0;
+    const bool isFile = exists && (S_ISREG(old.st_mode) || S_ISDIR(old.st_mode));
+    if (isFile || (!exists && isDevicePath(file))) {
+        errno = isFile ? EEXIST : ENOENT;
+        throw failure(words);
+    }
+    const int flags = exists ? O_APPEND : O_CREAT | O_EXCL;
+    m_file = std::make_unique<OpenFile>(
+        open(file.c_str(), O_WRONLY | O_CLOEXEC | O_NOCTTY | flags, 0666), words);
+}
+
+NewFile::~NewFile() = default;
+
+void NewFile::write(std::string_view bytes)
+{
+    m_file->write(bytes);
+}
+
+void NewFile::close()
+{
+    m_file->close();
 }
 
 void requireSeparate(const std::vector<std::string>& inputs,

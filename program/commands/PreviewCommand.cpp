@@ -1,71 +1,36 @@
 // kestrix-disp preview: what a display shows after a document or a command stream.
 #include "program/commands/Commands.h"
 #include "program/commands/Files.h"
-#include "program/commands/LintOptions.h"
+#include "program/commands/PictureOptions.h"
 #include "program/commands/StreamInput.h"
 #include "program/display/PngDrawing.h"
 #include "program/display/SvgDrawing.h"
 #include "program/display/TerminalDrawing.h"
 #include "program/display/VirtualDisplay.h"
+#include "program/emulate/Window.h"
 
 #include <CLI/CLI.hpp>
 
-#include <ctime>
-#include <iostream>
+#include <chrono>
+#include <cmath>
 #include <memory>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
 
-#include <langinfo.h>
-#include <locale.h>
-
 namespace {
+
+constexpr double kLatest = 1e9;  // seconds: 31 years
 
 struct Options {
     StreamInput input;
-    Size size;
-    int origin = 1;
-    std::string time;
+    PictureOptions picture;
+    std::optional<double> at;  // seconds
     bool sgr = false;
-    bool ascii = false;
     std::string svg;
     std::string png;
 };
-
-// Whether the user's locale has UTF-8. One that is not installed counts as the locale C.
-bool localeHasUtf8()
-{
-    const locale_t locale = newlocale(LC_CTYPE_MASK, "", nullptr);
-    if (locale == nullptr) {
-        return false;
-    }
-    const bool utf8 = std::string_view(nl_langinfo_l(CODESET, locale)) == "UTF-8";
-    freelocale(locale);
-    return utf8;
-}
-
-std::string localTime()
-{
-    const std::time_t now = std::time(nullptr);
-    std::tm fields{};
-    char text[16];
-    return (localtime_r(&now, &fields) != nullptr) &&
-                   std::strftime(text, sizeof text, "%H:%M", &fields) != 0
-               ? text
-               : "00:00";
-}
-
-// "" for a time of the form HH:MM, else a message.
-std::string checkTime(const std::string& time)
-{
-    const auto number = [&](std::size_t at) { return (time[at] - '0') * 10 + time[at + 1] - '0'; };
-    const bool valid = time.size() == 5 && time[2] == ':' &&
-                       time.find_first_not_of("0123456789:") == std::string::npos &&
-                       time.rfind(':') == 2 && time.find(':') == 2 && number(0) < 24 &&
-                       number(3) < 60;
-    return valid ? "" : "a time is HH:MM, not " + time;
-}
 
 std::vector<std::string> outputsOf(const Options& options)
 {
@@ -74,22 +39,92 @@ std::vector<std::string> outputsOf(const Options& options)
     return outputs.empty() ? std::vector<std::string>{"-"} : outputs;
 }
 
+// Draws on the terminal, in place of the picture before.
+class LivePicture {
+public:
+    explicit LivePicture(const Options& options) : m_options(options) {}
+
+    // Does nothing if the picture is larger than the terminal.
+    void draw(const Screen& screen)
+    {
+        std::string text;
+        int rows = 0;
+        const WindowSize window = windowSize();
+        const std::string picture =
+            drawText(screen, Highlight::sgr, m_options.picture.frame(), m_options.picture.origin);
+        for (std::size_t at = 0; at < picture.size(); ++rows) {
+            const std::size_t end = picture.find('\n', at);
+            const std::string line = picture.substr(at, end - at);
+            text += (rows < screen.size.lines + 2 ? line : clipped(line, window.columns)) + "\n";
+            at = end + 1;
+        }
+        if (rows < window.rows && screen.size.columns + 2 <= window.columns) {
+            erase();
+            writeFile("-", text);
+            m_rows = rows;
+        }
+    }
+
+    void erase()
+    {
+        if (m_rows != 0) {
+            writeFile("-", "\x1B[" + std::to_string(m_rows) + "F\x1B[J");
+            m_rows = 0;
+        }
+    }
+
+private:
+    const Options& m_options;
+    int m_rows = 0;
+};
+
+// Carries out raw bytes as they come, and draws the display each time that it changes if `live`.
+void showAsItComes(const Options& options, VirtualDisplay& display, bool live)
+{
+    using Clock = std::chrono::steady_clock;
+    constexpr std::chrono::milliseconds kFrame{40};  // between two pictures, at least
+    LivePicture picture(options);
+    Clock::time_point next;
+    PieceReader reader;
+    const auto show = [&] {
+        for (StreamItem item; reader.next(item);) {
+            display.take(item);
+        }
+    };
+    followFile(options.input.file, [&](std::string_view piece) {
+        reader.feed(byteSpan(piece));
+        show();
+        if (live && Clock::now() >= next) {
+            picture.draw(display.stillScreen(options.picture.clockAfter(0)));
+            next = Clock::now() + kFrame;
+            return -1;
+        }
+        return live ? static_cast<int>(kFrame.count()) : -1;
+    });
+    picture.erase();
+    reader.finish();
+    show();
+}
+
 int preview(const Options& options)
 {
     std::vector<std::string> inputs = profileFiles(options.input.profile);
     inputs.push_back(options.input.file);
     requireSeparate(inputs, outputsOf(options));
-    const CommandBytes stream = options.input.readStream();
+    const bool toPerson = options.svg.empty() && options.png.empty() && writesToPerson();
+    // What is raw is followed while it comes.
+    const CommandBytes stream = options.input.raw ? CommandBytes() : options.input.readStream();
     const ProfileTables tables = options.input.readTables();
-    VirtualDisplay display(tables, options.size, options.origin);
-    display.run(byteSpan(stream.bytes));
-    if (const std::size_t count = display.ignored().size(); count != 0) {
-        std::cerr << "kestrix-disp: without effect on this display: " << count
-                  << (count == 1 ? " command" : " commands") << ", the first at offset " << std::hex
-                  << display.ignored().front() << " (hex); explain says what it is\n";
+    VirtualDisplay display(tables, options.picture.size, options.picture.origin);
+    if (options.input.raw) {
+        showAsItComes(options, display, toPerson);
     }
-
-    const Screen screen = display.screen(options.time.empty() ? localTime() : options.time);
+    display.run(byteSpan(stream.bytes));
+    tellIgnored(display.ignored());
+    const Milliseconds at = std::llround(options.at.value_or(0) * 1000);
+    display.advance(at);
+    const std::string clock = options.picture.clockAfter(at);
+    const Screen screen = options.at ? display.screen(clock) : display.stillScreen(clock);
     if (!options.svg.empty()) {
         writeFile(options.svg, drawSvg(screen));
     }
@@ -97,10 +132,9 @@ int preview(const Options& options)
         writeFile(options.png, drawPng(screen));
     }
     if (options.svg.empty() && options.png.empty()) {
-        const bool sgr = options.sgr || writesToPerson();
-        const bool ascii = options.ascii || !localeHasUtf8();
+        const bool sgr = options.sgr || toPerson;
         writeFile("-", drawText(screen, sgr ? Highlight::sgr : Highlight::none,
-                                ascii ? Frame::ascii : Frame::lines, options.origin));
+                                options.picture.frame(), options.picture.origin));
     }
     return stream.whole ? kDone : kWrongInput;
 }
@@ -114,17 +148,16 @@ Command previewCommand(CLI::App& program)
         "preview", "Shows what a document or command stream leaves on a display: in the terminal, "
                    "or as a picture");
     options->input.addTo(*arguments);
-    addDisplayOptions(*arguments, options->size, options->origin);
+    options->picture.addTo(*arguments);
     arguments
-        ->add_option("--clock", options->time,
-                     "Time that the clock shows; the local time if not given")
-        ->check(checkTime)
-        ->type_name("HH:MM");
+        ->add_option("--at", options->at,
+                     "Show the display so many seconds after the last byte, with marquee and blink "
+                     "as they are then; without it the start of a marquee's text, and lit")
+        ->check(CLI::Range(0.0, kLatest))
+        ->type_name("SECONDS");
     arguments->add_flag(
         "--sgr", options->sgr,
         "Mark reverse and cursor by control sequences even if the output is no terminal");
-    arguments->add_flag("--ascii", options->ascii,
-                        "Draw the frame in ASCII, as in a locale without UTF-8");
     arguments
         ->add_option(
             "--svg", options->svg,

@@ -6,6 +6,7 @@
 #include "program/stream/Rendering.h"
 
 #include <string>
+#include <string_view>
 
 // Says on the standard error if the bytes, which are no whole document, are no text either.
 void tellIfNoDocument(const std::string& bytes);
@@ -31,7 +32,7 @@ struct StreamInput {
     ProfileTables readTables() const;
 };
 
-inline ByteSpan byteSpan(const std::string& bytes)
+inline ByteSpan byteSpan(std::string_view bytes)
 {
     return {reinterpret_cast<const std::uint8_t*>(bytes.data()), bytes.size()};
 }

@@ -205,8 +205,9 @@ cairo_status_t append(void* text, const unsigned char* bytes, unsigned length)
 
 }  // namespace
 
-std::string drawPng(const Screen& screen)
+std::string drawPng(const Screen& moment)
 {
+    const Screen screen = moment.seen();
     const Size size = screen.size;
     const int scale = pictureScale(size);
     const Surface picture =

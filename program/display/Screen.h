@@ -3,9 +3,12 @@
 #pragma once
 
 #include <cstddef>
+#include <cstdint>
 #include <optional>
 #include <string_view>
 #include <vector>
+
+using Milliseconds = std::int64_t;
 
 struct Cell {
     static constexpr std::size_t kNoSource = static_cast<std::size_t>(-1);
@@ -49,13 +52,29 @@ struct Area {
     }
 };
 
+// A run is a row of steps, which count from 0, and the wait after the last of them. Times are since
+// the marquee began.
 struct Marquee {
     Area area;            // one line
     bool places = false;  // true: format 2, places characters from the left; false: format 1, walks
     int stepWait = 0;     // milliseconds, as is runWait
     int runWait = 0;
-    int runs = 0;  // 0: for ever
-    std::vector<Cell> text;
+    int runs = 0;            // 0: for ever
+    std::vector<Cell> text;  // not empty
+
+    std::size_t steps() const;  // of a run
+    Milliseconds stepLength() const;
+    Milliseconds runLength() const;
+
+    // The step at a time; nothing once the last run is over.
+    std::optional<std::size_t> stepAt(Milliseconds time) const;
+    // How long that step goes on.
+    std::optional<Milliseconds> untilNextStep(Milliseconds time) const;
+
+    // The column of a character of the text, counted from the area's left edge: at a step, or at
+    // rest, where the start of the text is shown. Outside the area's columns it is not seen.
+    // Nothing if the character is not shown.
+    std::optional<int> column(std::size_t character, std::optional<std::size_t> step) const;
 };
 
 struct DefinedWindow {
@@ -67,17 +86,25 @@ struct DefinedWindow {
 
 struct Screen {
     Size size;
-    std::vector<Cell> cells;  // line by line, with the clock and the start of the marquee's text
-    int brightness = 100;     // percent
-    int blink = 0;            // milliseconds lit, and as many dark; 0: does not blink
+    std::vector<Cell> cells;         // line by line, with the clock and the marquee; lit
+    int brightness = 100;            // percent
+    int blink = 0;                   // milliseconds lit, and as many dark; 0: does not blink
     std::optional<Position> cursor;  // nothing if no cursor is shown
     std::optional<Marquee> marquee;
     bool clock = false;
     std::vector<DefinedWindow> windows;  // all but window 0, the whole display
+
+    // The moment that is shown. A still picture is at the beginning of both, and lit.
+    Milliseconds blinkTime = 0;    // since the display began to blink
+    Milliseconds marqueeTime = 0;  // since the marquee began
+    bool dark = false;             // by its blink
 
     const Cell& cell(int column, int line) const
     {
         const int index = line * size.columns + column;
         return cells[static_cast<std::size_t>(index)];
     }
+
+    // As it is seen at its moment: a dark display shows nothing.
+    Screen seen() const;
 };

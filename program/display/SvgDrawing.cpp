@@ -12,8 +12,6 @@ namespace {
 
 // At most so many characters of a marquee are drawn, so that the picture stays small.
 constexpr std::size_t kMaxMarquee = 400;
-// In milliseconds; a shorter wait between steps is drawn as this one.
-constexpr int kShortestStep = 20;
 
 std::string number(double value)
 {
@@ -148,20 +146,25 @@ std::string unlitDots(Size size)
 // A discrete animation: a list of times, and the value that an attribute gets at each.
 class Animation {
 public:
-    // `milliseconds` is the length of one run; 0 runs: for ever.
-    Animation(std::string attributes, double milliseconds, int runs)
-        : m_attributes(std::move(attributes)), m_length(milliseconds), m_runs(runs)
+    // `length` is that of one run; 0 runs: for ever. `begun` is how long ago it began. All times
+    // are in milliseconds.
+    Animation(std::string attributes, Milliseconds length, int runs, Milliseconds begun)
+        : m_attributes(std::move(attributes)),
+          m_length(static_cast<double>(length)),
+          m_runs(runs),
+          m_begun(static_cast<double>(begun))
     {
     }
 
     // Sets the value from this time on. Times must ascend, from 0; those past the run are dropped.
-    void at(double milliseconds, const std::string& value)
+    void at(Milliseconds time, const std::string& value)
     {
-        if (milliseconds >= m_length && !m_values.empty()) {
+        const double part = static_cast<double>(time) / m_length;
+        if (part >= 1 && !m_values.empty()) {
             return;
         }
         m_values += (m_values.empty() ? "" : ";") + value;
-        m_times += (m_times.empty() ? "" : ";") + number(milliseconds / m_length);
+        m_times += (m_times.empty() ? "" : ";") + number(part);
     }
 
     std::string element(std::string_view name) const
@@ -169,7 +172,8 @@ public:
         return "<" + std::string(name) + m_attributes + attribute("values", m_values) +
                attribute("keyTimes", m_times) + " calcMode=\"discrete\"" +
                attribute("dur", number(m_length / 1000) + "s") +
-               attribute("repeatCount", m_runs == 0 ? "indefinite" : std::to_string(m_runs)) + "/>";
+               attribute("repeatCount", m_runs == 0 ? "indefinite" : std::to_string(m_runs)) +
+               (m_begun == 0 ? "" : attribute("begin", number(-m_begun / 1000) + "s")) + "/>";
     }
 
 private:
@@ -178,76 +182,62 @@ private:
     std::string m_times;
     double m_length;
     int m_runs;
+    double m_begun;
 };
 
-struct MarqueeTimes {
-    int columns;
-    int characters;
-    double step;
-
-    explicit MarqueeTimes(const Marquee& marquee)
-        : columns(marquee.area.size.columns),
-          characters(static_cast<int>(std::min(marquee.text.size(), kMaxMarquee))),
-          step(std::max(marquee.stepWait, kShortestStep))
-    {
-    }
-};
-
-// Format 1: the text moves left by one cell a step. It begins with its first character in the last
-// column, and ends when its last character has left. A viewer without animation shows its start.
-std::string walkingText(const Marquee& marquee, Patterns& patterns)
+// Format 1: the text moves as a whole. A viewer without animation shows its start.
+std::string walkingText(const Marquee& marquee, Milliseconds begun, Patterns& patterns)
 {
-    const MarqueeTimes times(marquee);
-    const int steps = times.columns + times.characters;
-    Animation walk(" attributeName=\"transform\" type=\"translate\"",
-                   steps * times.step + marquee.runWait, marquee.runs);
-    for (int step = 1; step <= steps; ++step) {
-        walk.at((step - 1) * times.step,
-                std::to_string((times.columns - step) * panel::kColumnPitch));
+    Animation walk(" attributeName=\"transform\" type=\"translate\"", marquee.runLength(),
+                   marquee.runs, begun);
+    for (std::size_t step = 0; step < marquee.steps(); ++step) {
+        walk.at(static_cast<Milliseconds>(step) * marquee.stepLength(),
+                std::to_string(marquee.column(0, step).value_or(0) * panel::kColumnPitch));
     }
     std::string text = "<g>" + walk.element("animateTransform") + "\n";
-    for (int i = 0; i < times.characters; ++i) {
-        text += patterns.use(panel::litDots(marquee.text[static_cast<std::size_t>(i)], false),
-                             i * panel::kColumnPitch, 0);
+    for (std::size_t i = 0; i < marquee.text.size(); ++i) {
+        text += patterns.use(panel::litDots(marquee.text[i], false),
+                             static_cast<int>(i) * panel::kColumnPitch, 0);
     }
     return text + "</g>\n";
 }
 
-// Format 2: one character appears at each step, from the left; a full line is cleared for the next
-// one. A viewer without animation shows the first line.
-std::string placedText(const Marquee& marquee, Patterns& patterns)
+// Format 2: each character is shown and hidden by itself. A viewer without animation shows the
+// first line.
+std::string placedText(const Marquee& marquee, Milliseconds begun, Patterns& patterns)
 {
-    const MarqueeTimes times(marquee);
-    const double length = times.characters * times.step + marquee.runWait;
     std::string text;
-    for (int i = 0; i < times.characters; ++i) {
-        const int pageEnd = (i / times.columns + 1) * times.columns;
-        Animation place(" attributeName=\"visibility\"", length, marquee.runs);
-        if (i > 0) {
-            place.at(0, "hidden");
+    for (std::size_t i = 0; i < marquee.text.size(); ++i) {
+        Animation place(" attributeName=\"visibility\"", marquee.runLength(), marquee.runs, begun);
+        std::optional<bool> before;
+        for (std::size_t step = 0; step < marquee.steps(); ++step) {
+            const bool shown = marquee.column(i, step).has_value();
+            if (shown != before) {
+                place.at(static_cast<Milliseconds>(step) * marquee.stepLength(),
+                         shown ? "visible" : "hidden");
+            }
+            before = shown;
         }
-        place.at(i * times.step, "visible");
-        if (pageEnd < times.characters) {
-            place.at(pageEnd * times.step, "hidden");
-        }
-        text += patterns.use(panel::litDots(marquee.text[static_cast<std::size_t>(i)], false),
-                             i % times.columns * panel::kColumnPitch, 0,
-                             i < times.columns ? "" : " visibility=\"hidden\"",
-                             place.element("animate"));
+        const bool first = static_cast<int>(i) < marquee.area.size.columns;
+        text += patterns.use(panel::litDots(marquee.text[i], false),
+                             marquee.column(i, i).value_or(0) * panel::kColumnPitch, 0,
+                             first ? "" : " visibility=\"hidden\"", place.element("animate"));
     }
     return text;
 }
 
 // The marquee's line as a nested <svg>, which clips what moves out of it.
-std::string marqueeLine(const Marquee& marquee, Patterns& patterns)
+std::string marqueeLine(Marquee marquee, Milliseconds begun, Patterns& patterns)
 {
+    marquee.text.resize(std::min(marquee.text.size(), kMaxMarquee));
     const auto& [at, size] = marquee.area;
     // A cell's position is the centre of its first dot, so the line begins half a dot before it.
     return "<svg" + attribute("x", panel::left(at.column) - 0.5) +
            attribute("y", panel::top(at.line) - 0.5) +
            attribute("width", size.columns * panel::kColumnPitch - panel::kColumnGap) +
            attribute("height", kGlyphRows) + "><g transform=\"translate(.5 .5)\">\n" +
-           (marquee.places ? placedText(marquee, patterns) : walkingText(marquee, patterns)) +
+           (marquee.places ? placedText(marquee, begun, patterns)
+                           : walkingText(marquee, begun, patterns)) +
            "</g></svg>\n";
 }
 
@@ -265,10 +255,11 @@ std::string litDots(const Screen& screen, Patterns& patterns)
         }
     }
     if (screen.marquee) {
-        text += marqueeLine(*screen.marquee, patterns);
+        text += marqueeLine(*screen.marquee, screen.marqueeTime, patterns);
     }
     if (screen.blink != 0) {
-        Animation blink(" attributeName=\"opacity\"", 2.0 * screen.blink, 0);
+        Animation blink(" attributeName=\"opacity\"", Milliseconds{2} * screen.blink, 0,
+                        screen.blinkTime);
         blink.at(0, number(panel::litOpacity(screen.brightness)));
         blink.at(screen.blink, "0");
         text += blink.element("animate") + "\n";

@@ -111,8 +111,9 @@ std::string marqueeText(const Marquee& marquee)
     return text;
 }
 
-std::string drawText(const Screen& screen, Highlight highlight, Frame frame, int origin)
+std::string drawText(const Screen& moment, Highlight highlight, Frame frame, int origin)
 {
+    const Screen screen = moment.seen();
     const FrameParts parts = partsOf(frame);
     const std::string edge = repeated(parts.edge, screen.size.columns);
     std::string text = parts.topLeft + edge + parts.topRight + "\n";

@@ -14,7 +14,7 @@ enum class Frame { lines, ascii };
 
 // A frame with the display's lines; below it a line for each setting that differs from power-on,
 // each window and the marquee. Columns and lines are numbered from `origin` on. The text is UTF-8.
-std::string drawText(const Screen& screen, Highlight highlight, Frame frame, int origin);
+std::string drawText(const Screen& moment, Highlight highlight, Frame frame, int origin);
 
 // The characters of one line, or of a whole marquee, in UTF-8.
 std::string lineText(const Screen& screen, int line);

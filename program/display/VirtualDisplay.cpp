@@ -73,33 +73,40 @@ void VirtualDisplay::run(ByteSpan bytes, DisplayTrace* trace)
     m_settled = 0;
     StreamReader reader(bytes);
     for (StreamItem item; reader.next(item);) {
-        bool understood = false;
-        settle(item.offset);
-        m_at = item.offset;
-        if (item.kind == StreamItem::Kind::text) {
-            for (const Cell& cell : decode(item.bytes, item.offset)) {
-                show(cell);
-            }
-            understood = true;
-        } else if (item.kind == StreamItem::Kind::command) {
-            understood = carryOut(item);
-        }
-        const bool selects =
-            item.kind == StreamItem::Kind::command &&
-            (item.command->action == Action::selectWindow || item.command->action == Action::reset);
-        if (trace != nullptr && understood && selects) {
-            trace->selections.push_back(item.offset);
-        }
-        if (!understood) {
-            m_ignored.push_back(item.offset);
-            if (trace != nullptr) {
-                trace->ignored.push_back({item.offset, item.command, selected().area, m_selected});
-            }
-        }
+        take(item);
     }
     settle(bytes.size());
     if (trace != nullptr) {
         trace->selected = m_selected;
+    }
+    m_trace = nullptr;
+}
+
+void VirtualDisplay::take(const StreamItem& item)
+{
+    bool understood = false;
+    settle(item.offset);
+    m_at = item.offset;
+    if (item.kind == StreamItem::Kind::text) {
+        for (const Cell& cell : decode(item.bytes, item.offset)) {
+            show(cell);
+        }
+        understood = true;
+    } else if (item.kind == StreamItem::Kind::command) {
+        understood = carryOut(item);
+    }
+    const bool selects =
+        item.kind == StreamItem::Kind::command &&
+        (item.command->action == Action::selectWindow || item.command->action == Action::reset);
+    if (m_trace != nullptr && understood && selects) {
+        m_trace->selections.push_back(item.offset);
+    }
+    if (!understood && !item.continues) {
+        m_ignored.first = m_ignored.count == 0 ? item.offset : m_ignored.first;
+        ++m_ignored.count;
+        if (m_trace != nullptr) {
+            m_trace->ignored.push_back({item.offset, item.command, selected().area, m_selected});
+        }
     }
 }
 
@@ -133,6 +140,7 @@ bool VirtualDisplay::carryOut(const StreamItem& command)
         return store(m_brightness, command);
     case Action::blink:
         m_blink = number(command, 0) * kBlinkStep;
+        m_blinkStart = m_now;
         return true;
     case Action::clock:
         m_clock = true;
@@ -351,6 +359,7 @@ bool VirtualDisplay::startMarquee(const StreamItem& command)
     clear(line);
     m_marquee = Marquee{
         line, *format == 1, number(command, 1), number(command, 2), number(command, 3), text};
+    m_marqueeStart = m_now;
     for (const Cell& cell : m_trace != nullptr ? text : std::vector<Cell>()) {
         m_trace->shown[cell.source] = {cell.character, line.at, m_selected, cell.reverse};
     }
@@ -376,19 +385,55 @@ void VirtualDisplay::clear(const Area& area)
     }
 }
 
-Screen VirtualDisplay::screen(std::string_view time) const
+Screen VirtualDisplay::screen(std::string_view clock) const
 {
-    Screen screen{m_size, m_cells, m_brightness, m_blink, {}, m_marquee, m_clock, {}};
+    const Milliseconds marqueeTime = m_now - m_marqueeStart;
+    Screen screen = screenAt(m_marquee ? m_marquee->stepAt(marqueeTime) : std::nullopt, clock);
+    screen.marqueeTime = m_marquee ? marqueeTime : 0;
+    screen.blinkTime = m_blink != 0 ? m_now - m_blinkStart : 0;
+    screen.dark = m_blink != 0 && screen.blinkTime / m_blink % 2 == 1;
+    return screen;
+}
+
+Screen VirtualDisplay::stillScreen(std::string_view clock) const
+{
+    return screenAt(std::nullopt, clock);
+}
+
+std::optional<Milliseconds> VirtualDisplay::nextChange() const
+{
+    std::optional<Milliseconds> next =
+        m_marquee ? m_marquee->untilNextStep(m_now - m_marqueeStart) : std::nullopt;
+    if (m_blink != 0) {
+        const Milliseconds toggle = m_blink - (m_now - m_blinkStart) % m_blink;
+        next = std::min(next.value_or(toggle), toggle);
+    }
+    return next;
+}
+
+Screen VirtualDisplay::screenAt(std::optional<std::size_t> marqueeStep,
+                                std::string_view clock) const
+{
+    Screen screen;
+    screen.size = m_size;
+    screen.cells = m_cells;
+    screen.brightness = m_brightness;
+    screen.blink = m_blink;
+    screen.marquee = m_marquee;
+    screen.clock = m_clock;
     if (m_marquee) {
         const auto& [at, size] = m_marquee->area;
-        const std::size_t shown =
-            std::min(m_marquee->text.size(), static_cast<std::size_t>(size.columns));
-        std::copy_n(m_marquee->text.begin(), shown,
-                    screen.cells.begin() + at.line * m_size.columns + at.column);
+        const auto line = screen.cells.begin() + at.line * m_size.columns + at.column;
+        for (std::size_t i = 0; i < m_marquee->text.size(); ++i) {
+            const int column = m_marquee->column(i, marqueeStep).value_or(size.columns);
+            if (column >= 0 && column < size.columns) {
+                line[column] = m_marquee->text[i];
+            }
+        }
     }
     if (m_clock) {
-        const std::size_t shown = std::min(time.size(), static_cast<std::size_t>(clockColumns()));
-        std::transform(time.end() - static_cast<std::ptrdiff_t>(shown), time.end(),
+        const std::size_t shown = std::min(clock.size(), static_cast<std::size_t>(clockColumns()));
+        std::transform(clock.end() - static_cast<std::ptrdiff_t>(shown), clock.end(),
                        screen.cells.end() - static_cast<std::ptrdiff_t>(shown), [](char c) {
                            return Cell{static_cast<char32_t>(c), false};
                        });

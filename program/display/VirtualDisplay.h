@@ -54,16 +54,34 @@ public:
     // the first column and line in commands. `tables` must outlive the display.
     VirtualDisplay(const ProfileTables& tables, Size size, int origin);
 
-    // Carries out a stream of whole commands; one that its end cuts off is ignored. `trace`, if
-    // any, gets what becomes of this stream's characters.
+    // Carries out a whole stream; a command that its end cuts off is ignored. `trace`, if any, gets
+    // what becomes of this stream's characters.
     void run(ByteSpan bytes, DisplayTrace* trace = nullptr);
 
-    // What the display shows. `time` is what the clock shows: HH:MM.
-    Screen screen(std::string_view time) const;
+    // Carries out one item of a stream, which comes at the present time.
+    void take(const StreamItem& item);
 
-    // Offsets, in bytes, of what had no effect: unknown bytes, a cut command, and commands that
-    // name a value, a position or a window that the display does not have.
-    const std::vector<std::size_t>& ignored() const { return m_ignored; }
+    // Lets time go by, in milliseconds. Only this moves the display's time.
+    void advance(Milliseconds time) { m_now += time; }
+
+    // What the display shows now. `clock` is what its clock shows: HH:MM.
+    Screen screen(std::string_view clock) const;
+
+    // The still picture of the display: it is lit, and a marquee shows the start of its text. So it
+    // does not depend on the time.
+    Screen stillScreen(std::string_view clock) const;
+
+    // The time until a marquee or a blink changes what is shown; nothing if none will.
+    std::optional<Milliseconds> nextChange() const;
+
+    // What had no effect: runs of unknown bytes, a cut command, and commands that name a value, a
+    // position or a window that the display does not have. The offset, in bytes, is that of the
+    // first.
+    struct Ignored {
+        std::size_t count = 0;
+        std::size_t first = 0;
+    };
+    const Ignored& ignored() const { return m_ignored; }
 
 private:
     enum class Mode { overwrite, scrollUp, scrollLeft };
@@ -95,6 +113,8 @@ private:
     bool startMarquee(const StreamItem& command);
     void clear(const Area& area);
     bool applySwitch(const StreamItem& item);
+    // With the marquee at a step, or at rest.
+    Screen screenAt(std::optional<std::size_t> marqueeStep, std::string_view clock) const;
 
     // The clock is at the end of the last line.
     int clockColumns() const { return std::min(m_size.columns, 5); }  // HH:MM
@@ -109,7 +129,8 @@ private:
     const ProfileTables& m_tables;
     Size m_size;
     int m_origin;
-    std::vector<std::size_t> m_ignored;
+    Ignored m_ignored;
+    Milliseconds m_now = 0;
     DisplayTrace* m_trace = nullptr;
     std::size_t m_at = 0;       // what is carried out: offset of the command or character
     std::size_t m_settled = 0;  // elements of the trace that have ended
@@ -123,7 +144,9 @@ private:
     bool m_reverse = false;
     int m_brightness = 100;
     int m_blink = 0;
+    Milliseconds m_blinkStart = 0;
     bool m_cursorShown = false;
     bool m_clock = false;
     std::optional<Marquee> m_marquee;
+    Milliseconds m_marqueeStart = 0;
 };

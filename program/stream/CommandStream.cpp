@@ -76,7 +76,7 @@ bool StreamReader::readCommand(StreamItem& item) const
         // After its first byte alone it is not known which command was cut.
         item = {whole ? StreamItem::Kind::command : StreamItem::Kind::cut, m_position,
                 rest.first(whole ? size : rest.size()),
-                rest.size() < command.prefixSize() ? nullptr : &command};
+                rest.size() < command.prefixSize() ? nullptr : &command, false};
         return true;
     }
     return false;
@@ -99,6 +99,27 @@ bool StreamReader::next(StreamItem& item)
     } while (m_position < m_bytes.size() && isText(m_bytes[m_position]) == text &&
              (text || !readCommand(following)));
     item = {text ? StreamItem::Kind::text : StreamItem::Kind::unknown, start,
-            m_bytes.subspan(start, m_position - start), nullptr};
+            m_bytes.subspan(start, m_position - start), nullptr, false};
+    return true;
+}
+
+void PieceReader::feed(ByteSpan piece)
+{
+    m_bytes.erase(m_bytes.begin(), m_bytes.begin() + static_cast<std::ptrdiff_t>(m_position));
+    m_offset += m_position;
+    m_position = 0;
+    m_bytes.insert(m_bytes.end(), piece.begin(), piece.end());
+}
+
+bool PieceReader::next(StreamItem& item)
+{
+    if (!StreamReader(ByteSpan(m_bytes).subspan(m_position)).next(item) ||
+        (item.kind == StreamItem::Kind::cut && !m_finished)) {
+        return false;
+    }
+    item.offset = m_offset + m_position;
+    item.continues = item.kind == m_last && item.command == nullptr;
+    m_position += item.bytes.size();
+    m_last = item.kind;
     return true;
 }

@@ -7,6 +7,7 @@
 #include <cstdint>
 #include <optional>
 #include <span>
+#include <vector>
 
 using ByteSpan = std::span<const std::uint8_t>;
 
@@ -23,6 +24,7 @@ struct StreamItem {
     ByteSpan bytes;          // a part of the stream, which must outlive the item
     // Null for text and unknown bytes, and if only the first byte of a command is left of it.
     const DisplayCommand* command = nullptr;
+    bool continues = false;  // of text or unknown bytes: the item before is a part of the same run
 
     // The value of a parameter by its index in the command's row; for Parameter::text, the length
     // of the text. Nothing if the parameter is cut off. `command` must not be null, here and below.
@@ -52,4 +54,29 @@ private:
     ByteSpan m_bytes;
     Commands m_commands;
     std::size_t m_position = 0;
+};
+
+// Cuts a stream that comes in pieces of any size. A command that has not come whole waits for its
+// rest. A run of text or unknown bytes does not wait: what has come of it is an item, and its rest
+// are items that continue it. All else is as with a StreamReader of the whole stream.
+class PieceReader {
+public:
+    // Takes the next piece. Items that were read before end here.
+    void feed(ByteSpan piece);
+    // Takes the end of the stream: a command that still waits is cut.
+    void finish() { m_finished = true; }
+
+    // Reads the next item; false if there is none until more comes.
+    bool next(StreamItem& item);
+
+    // The size in bytes of what has come, and of the part of it that waits.
+    std::size_t size() const { return m_offset + m_bytes.size(); }
+    std::size_t waiting() const { return m_bytes.size() - m_position; }
+
+private:
+    std::vector<std::uint8_t> m_bytes;  // what has come, from m_offset of the stream on
+    std::size_t m_offset = 0;
+    std::size_t m_position = 0;  // in m_bytes, of what is to be read next
+    bool m_finished = false;
+    StreamItem::Kind m_last = StreamItem::Kind::command;
 };

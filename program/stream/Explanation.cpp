@@ -5,15 +5,18 @@
 
 #include <algorithm>
 #include <cstdio>
-#include <string>
+#include <utility>
 
 namespace {
 
 constexpr std::size_t kBytesPerLine = 8;
+constexpr std::size_t kLongestRun = 64 * 1024;
 
-class Explainer {
+}  // namespace
+
+class Explanation::Words {
 public:
-    explicit Explainer(const ProfileTables& tables) : m_tables(tables), m_state(tables.powerOn()) {}
+    explicit Words(const ProfileTables& tables) : m_tables(tables), m_state(tables.powerOn()) {}
 
     // Says what an item does. Remembers the table and set that it selects, for the texts after it.
     std::string words(const StreamItem& item)
@@ -135,33 +138,91 @@ private:
     CodeState m_state;
 };
 
+namespace {
+
+// The lines of an item; `words` say what it does.
+std::string linesOf(const StreamItem& item, const std::string& words)
+{
+    char line[64];
+    std::string text;
+    for (std::size_t i = 0; i < item.bytes.size(); i += kBytesPerLine) {
+        const ByteSpan row = item.bytes.subspan(i, std::min(kBytesPerLine, item.bytes.size() - i));
+        if (i == 0) {
+            std::snprintf(line, sizeof line, "%08zx  %-*s  ", item.offset,
+                          static_cast<int>(3 * kBytesPerLine - 1), hexBytes(row).c_str());
+            text += line + words;
+        } else {
+            text += std::string(10, ' ') + hexBytes(row);
+        }
+        text += '\n';
+    }
+    return text;
+}
+
 }  // namespace
+
+Explanation::Explanation(const ProfileTables& tables, std::function<void(std::string_view)> write)
+    : m_write(std::move(write)), m_words(std::make_unique<Words>(tables))
+{
+}
+
+Explanation::~Explanation() = default;
+
+void Explanation::take(const StreamItem& item)
+{
+    if (!item.continues) {
+        flush();
+    }
+    if (item.kind == StreamItem::Kind::command || item.kind == StreamItem::Kind::cut) {
+        m_write(linesOf(item, m_words->words(item)));
+        return;
+    }
+    for (std::size_t at = 0; at < item.bytes.size();) {
+        if (m_runBytes.empty()) {
+            m_run = item;
+            m_run.offset += at;
+        }
+        const std::size_t count = std::min(item.bytes.size() - at, kLongestRun - m_runBytes.size());
+        const ByteSpan part = item.bytes.subspan(at, count);
+        m_runBytes.insert(m_runBytes.end(), part.begin(), part.end());
+        at += count;
+        if (m_runBytes.size() == kLongestRun) {
+            flush();
+        }
+    }
+}
+
+void Explanation::flush()
+{
+    if (!m_runBytes.empty()) {
+        m_write(waiting());
+        m_runBytes.clear();
+    }
+}
+
+std::string Explanation::waiting() const
+{
+    StreamItem run = m_run;
+    run.bytes = m_runBytes;
+    return linesOf(run, m_words->words(run));
+}
 
 void explainStream(ByteSpan bytes, const ProfileTables& tables,
                    const std::function<void(std::string_view)>& write)
 {
-    constexpr std::size_t pieceSize = 64 * 1024;  // bytes; a piece may be longer by one line
+    constexpr std::size_t pieceSize = 64 * 1024;  // bytes; a piece may be longer by one item
     std::string text;
-    char line[64];
-    StreamReader reader(bytes);
-    Explainer explainer(tables);
-    for (StreamItem item; reader.next(item);) {
-        for (std::size_t i = 0; i < item.bytes.size(); i += kBytesPerLine) {
-            const ByteSpan row =
-                item.bytes.subspan(i, std::min(kBytesPerLine, item.bytes.size() - i));
-            if (i == 0) {
-                std::snprintf(line, sizeof line, "%08zx  %-*s  ", item.offset,
-                              static_cast<int>(3 * kBytesPerLine - 1), hexBytes(row).c_str());
-                text += line + explainer.words(item);
-            } else {
-                text += std::string(10, ' ') + hexBytes(row);
-            }
-            text += '\n';
-            if (text.size() > pieceSize) {
-                write(text);
-                text.clear();
-            }
+    Explanation explanation(tables, [&](std::string_view lines) {
+        text += lines;
+        if (text.size() > pieceSize) {
+            write(text);
+            text.clear();
         }
+    });
+    StreamReader reader(bytes);
+    for (StreamItem item; reader.next(item);) {
+        explanation.take(item);
     }
+    explanation.flush();
     write(text);
 }

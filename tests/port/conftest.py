@@ -12,7 +12,7 @@ import time
 
 import pytest
 
-BUILD = pathlib.Path(os.environ["KESTRIX_BUILD"])
+BUILD = pathlib.Path(os.environ["KESTRIX_BUILD_DIR"])
 PROGRAM = BUILD / "kestrix-disp"
 EXAMPLES = pathlib.Path(__file__).parents[2] / "examples"
 LIMIT = 60  # seconds, after which a test fails instead of waiting

@@ -63,12 +63,17 @@ protected:
         return text;
     }
 
+    // The still picture after a stream.
     Screen screenAfter(const std::string& stream, Size size, int origin)
     {
         VirtualDisplay display(tables, size, origin);
-        display.run(byteSpan(stream));
-        ignored = display.ignored();
-        return display.screen("12:34");
+        DisplayTrace trace;
+        display.run(byteSpan(stream), &trace);
+        ignored.clear();
+        for (const DisplayTrace::Ignored& command : trace.ignored)
+            ignored.push_back(command.offset);
+        EXPECT_EQ(ignored.size(), display.ignored().count);
+        return display.stillScreen("12:34");
     }
 
     std::vector<std::size_t> ignored;  // offsets of what had no effect in the last one
@@ -165,6 +170,8 @@ TEST_F(DisplayCommands, CasesOfTheFile)
         Size size{6, 2};
         int origin = 1;
         std::string stream, explanation, rows, points;
+        std::vector<std::pair<Milliseconds, std::string>> later;
+        std::optional<Milliseconds> at;
         // Checks what has been read of the stream at hand.
         const auto check = [&] {
             std::string drawn;
@@ -172,7 +179,22 @@ TEST_F(DisplayCommands, CasesOfTheFile)
                 EXPECT_EQ(explanation, explained(stream));
                 return;
             }
-            const Screen screen = screenAfter(stream, size, origin);
+            Screen screen = screenAfter(stream, size, origin);
+            if (at) {
+                VirtualDisplay display(tables, size, origin);
+                PieceReader reader;
+                const auto come = [&](Milliseconds time, const std::string& bytes) {
+                    display.advance(time);
+                    reader.feed(byteSpan(bytes));
+                    for (StreamItem item; reader.next(item);)
+                        display.take(item);
+                };
+                come(0, stream);
+                for (const auto& [time, bytes] : later)
+                    come(time, bytes);
+                display.advance(*at);
+                screen = display.screen("12:34");
+            }
             for (const std::string& line :
                  linesOf(drawText(screen, Highlight::none, Frame::lines, origin)))
                 if (!line.starts_with("┌") && !line.starts_with("└"))
@@ -196,6 +218,16 @@ TEST_F(DisplayCommands, CasesOfTheFile)
                     check();
                 stream = expandText(value);
                 explanation = rows = points = "";
+                later.clear();
+                at.reset();
+            } else if (keyword == "later") {
+                const std::size_t blank = value.find(' ');
+                later.emplace_back(std::stoll(value), expandText(value.substr(blank + 1)));
+            } else if (keyword == "at") {
+                if (!rows.empty())
+                    check();
+                rows = "";
+                at = std::stoll(value);
             } else if (keyword == "explain") {
                 explanation += std::string(value.find("  ") == 8 ? 0 : 10, ' ') + value + "\n";
             } else if (keyword == "row") {
@@ -228,6 +260,70 @@ TEST_F(DisplayCommands, AnyStreamIsExplainedAndDrawn)
             expectLitDots(screen);
         ASSERT_FALSE(HasFailure()) << toHex(stream);
     }
+}
+
+// catches: a command or a run that is read otherwise, lost, or counted twice when it comes in
+// pieces; a character that waits
+TEST_F(DisplayCommands, PiecesGiveWhatTheWholeGives)
+{
+    const auto drawn = [](const Screen& screen) {
+        return drawText(screen, Highlight::none, Frame::ascii, 1);
+    };
+    std::mt19937 random(20241112);
+    for (int i = 0; i < 1500; ++i) {
+        const std::string stream = randomStream(random);
+        SCOPED_TRACE(toHex(stream));
+        VirtualDisplay whole(tables, {8, 2}, 1);
+        whole.run(byteSpan(stream));
+        VirtualDisplay display(tables, {8, 2}, 1);
+        std::string text;
+        Explanation explanation(tables, [&](std::string_view lines) { text += lines; });
+        PieceReader reader;
+        const auto take = [&] {
+            for (StreamItem item; reader.next(item);) {
+                display.take(item);
+                explanation.take(item);
+            }
+        };
+        const std::size_t longest = i % 3 == 0 ? 1 : 1 + random() % 9;
+        for (std::size_t at = 0; at < stream.size();) {
+            const std::string piece = stream.substr(at, 1 + random() % longest);
+            reader.feed(byteSpan(piece));
+            take();
+            at += piece.size();
+            ASSERT_EQ(at, reader.size());
+            // A command that waits has no effect yet, as one that is cut.
+            VirtualDisplay part(tables, {8, 2}, 1);
+            part.run(byteSpan(std::string_view(stream).substr(0, at)));
+            ASSERT_EQ(drawn(part.stillScreen("12:34")), drawn(display.stillScreen("12:34")));
+        }
+        reader.finish();
+        take();
+        explanation.flush();
+        EXPECT_EQ(drawn(whole.stillScreen("12:34")), drawn(display.stillScreen("12:34")));
+        EXPECT_EQ(whole.ignored().count, display.ignored().count);
+        EXPECT_EQ(whole.ignored().first, display.ignored().first);
+        ASSERT_EQ(explained(stream), text);
+    }
+}
+
+// catches: a run without end that is kept in memory, a boundary that depends on the pieces
+TEST_F(DisplayCommands, LongRunsAreExplainedInParts)
+{
+    const std::string stream = std::string(100'000, 'a') + std::string(70'000, '\1');
+    EXPECT_EQ(toHex(stream), toHex(explainedBytes(explained(stream))));
+    std::string text;
+    Explanation explanation(tables, [&](std::string_view lines) { text += lines; });
+    PieceReader reader;
+    for (const char byte : stream) {
+        reader.feed(byteSpan({&byte, 1}));
+        for (StreamItem item; reader.next(item);)
+            explanation.take(item);
+        ASSERT_EQ(0U, reader.waiting());
+    }
+    explanation.flush();
+    EXPECT_EQ(explained(stream), text);
+    EXPECT_NE(text.find("text"), text.rfind("text"));
 }
 
 // catches: a long marquee that makes the picture huge, sizes that overflow or exhaust memory

@@ -1,0 +1,548 @@
+// kestrix-disp emulate: a display that a till writes to.
+#include "program/commands/Commands.h"
+#include "program/commands/Files.h"
+#include "program/commands/PictureOptions.h"
+#include "program/commands/StreamInput.h"
+#include "program/display/PngDrawing.h"
+#include "program/display/SvgDrawing.h"
+#include "program/emulate/LinePace.h"
+#include "program/emulate/PseudoTerminal.h"
+#include "program/emulate/Window.h"
+#include "program/stream/Explanation.h"
+#include "program/text/Counted.h"
+
+#include <CLI/CLI.hpp>
+
+#include <algorithm>
+#include <cerrno>
+#include <chrono>
+#include <climits>
+#include <csignal>
+#include <deque>
+#include <iostream>
+#include <iterator>
+#include <memory>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <system_error>
+#include <utility>
+#include <vector>
+
+#include <poll.h>
+#include <sys/signalfd.h>
+#include <unistd.h>
+
+namespace {
+
+using Clock = std::chrono::steady_clock;
+using std::chrono::duration_cast;
+using std::chrono::microseconds;
+using std::chrono::milliseconds;
+
+struct Options {
+    PictureOptions picture;
+    ProfileOptions profile;
+    std::string link;
+    int speed = 0;  // bits a second; 0: as fast as they come
+    std::string parity = "none";
+    int stopBits = 1;
+    std::optional<double> untilIdle;  // seconds
+    std::string record;
+    std::string screen;
+    std::string svg;
+    std::string png;
+};
+
+constexpr milliseconds kFrame{40};       // between two pictures in the window, at least
+constexpr milliseconds kPaceStep{10};    // between two reads of a line with a speed, at least
+constexpr milliseconds kTextWait{1000};  // then a text is explained that may go on
+constexpr double kLongestIdle = 1e9;     // seconds
+constexpr std::size_t kPiece = 64 * 1024;
+constexpr std::size_t kMostWaiting = 64 * 1024;  // of the output; till it is less, nothing is read
+constexpr std::size_t kMostLines = 1000;         // of the explanation that the window keeps
+
+// Signals as something to read, in place of their effect.
+class Signals {
+public:
+    Signals()
+    {
+        sigemptyset(&m_set);
+        for (const int signal : {SIGINT, SIGTERM, SIGHUP, SIGQUIT, SIGWINCH}) {
+            sigaddset(&m_set, signal);
+        }
+        sigprocmask(SIG_BLOCK, &m_set, &m_before);
+        m_descriptor = signalfd(-1, &m_set, SFD_NONBLOCK | SFD_CLOEXEC);
+        std::signal(SIGPIPE, SIG_IGN);
+    }
+    ~Signals()
+    {
+        close(m_descriptor);
+        sigprocmask(SIG_SETMASK, &m_before, nullptr);
+    }
+    Signals(const Signals&) = delete;
+    Signals& operator=(const Signals&) = delete;
+
+    int descriptor() const { return m_descriptor; }
+
+    // The next signal; 0 if there is none.
+    int take() const
+    {
+        signalfd_siginfo info{};
+        return ::read(m_descriptor, &info, sizeof info) == sizeof info
+                   ? static_cast<int>(info.ssi_signo)
+                   : 0;
+    }
+
+private:
+    sigset_t m_set{};
+    sigset_t m_before{};
+    int m_descriptor;
+};
+
+std::vector<std::string> linesOf(std::string_view text)
+{
+    std::vector<std::string> lines;
+    while (!text.empty()) {
+        const std::size_t end = std::min(text.find('\n'), text.size());
+        lines.emplace_back(text.substr(0, end));
+        text.remove_prefix(std::min(end + 1, text.size()));
+    }
+    return lines;
+}
+
+class Emulator {
+public:
+    Emulator(const Options& options, const ProfileTables& tables)
+        : m_options(options),
+          m_display(tables, options.picture.size, options.picture.origin),
+          m_explanation(tables, [this](std::string_view lines) { explain(lines); })
+    {
+        if (!options.record.empty()) {
+            m_record.emplace(options.record);
+        }
+        if (options.speed != 0) {
+            const int bits = 1 + 8 + (options.parity == "none" ? 0 : 1) + options.stopBits;
+            m_pace.emplace(options.speed, bits);
+        }
+        if (!options.link.empty()) {
+            m_terminal.link(options.link);
+        }
+    }
+
+    // Runs until somebody or --until-idle ends it.
+    void run()
+    {
+        if (ownsTerminal()) {
+            m_window.emplace();
+        } else {
+            m_output = m_terminal.name() + "\n";
+        }
+        while (!m_ended) {
+            m_display.advance(elapsed() - m_displayTime);
+            m_displayTime = elapsed();
+            if (m_window && m_output.empty() && m_changed && elapsed() >= m_nextFrame) {
+                m_output = m_window->redraw(picture());
+                m_nextFrame = elapsed() + kFrame.count();
+                m_changed = false;
+            }
+            wait();
+        }
+        drain();
+        m_reader.finish();
+        takeItems();
+        m_explanation.flush();
+        if (m_record) {
+            m_record->close();
+        }
+        m_terminal.unlink();
+        if (m_window) {
+            m_window.reset();
+            m_output.clear();
+        }
+    }
+
+    // What has not been written of the explanation.
+    const std::string& output() const { return m_output; }
+    const VirtualDisplay& display() const { return m_display; }
+
+    std::string counters() const
+    {
+        return counted(m_reader.size(), "byte") + ", " + counted(m_commands, "command") + ", " +
+               std::to_string(m_display.ignored().count - m_cut) + " ignored, " +
+               std::to_string(m_cut) + " cut";
+    }
+
+private:
+    // In milliseconds since the start.
+    Milliseconds elapsed() const
+    {
+        return duration_cast<milliseconds>(Clock::now() - m_start).count();
+    }
+    microseconds elapsedExactly() const
+    {
+        return duration_cast<microseconds>(Clock::now() - m_start);
+    }
+
+    // Waits until there is something to do, and does it.
+    void wait()
+    {
+        constexpr short kNothing = 0;
+        const bool reads = m_output.size() < kMostWaiting;
+        const bool paced = m_pace && m_pace->busy();
+        pollfd sources[] = {
+            {m_signals.descriptor(), POLLIN, 0},
+            {m_window ? STDIN_FILENO : -1, POLLIN, 0},
+            {m_output.empty() ? -1 : STDOUT_FILENO, POLLOUT, 0},
+            {m_terminal.watchDescriptor(), POLLIN, 0},
+            {reads && !paced ? m_terminal.descriptor() : -1, POLLIN, 0},
+        };
+        if (poll(sources, std::size(sources), timeout(reads && paced)) < 0 && errno != EINTR) {
+            throw std::system_error(errno, std::generic_category(), "cannot wait");
+        }
+        const auto [signals, keys, output, watch, till] = sources;
+        if (signals.revents != kNothing) {
+            takeSignals();
+        }
+        if (keys.revents != kNothing) {
+            takeKeys();
+        }
+        if (output.revents != kNothing) {
+            writeOutput();
+        }
+        m_display.advance(elapsed() - m_displayTime);
+        m_displayTime = elapsed();
+        if (till.revents != kNothing || (reads && paced)) {
+            readTill();
+        }
+        if (watch.revents != kNothing) {
+            m_terminal.watch();
+        }
+        if (m_explanationDue && elapsed() >= *m_explanationDue && !m_window) {
+            m_explanation.flush();
+            m_explanationDue.reset();
+        }
+        if (m_options.untilIdle && m_lastByte && !(m_pace && m_pace->busy()) && reads &&
+            elapsed() >= idleEnd()) {
+            m_ended = true;
+        }
+        m_changed = m_changed || (m_window && animates());
+    }
+
+    // In milliseconds, for poll(); -1: as long as it takes.
+    int timeout(bool paced) const
+    {
+        std::optional<Milliseconds> end;  // since the start
+        const auto until = [&](Milliseconds time) { end = std::min(end.value_or(time), time); };
+        if (paced) {
+            const microseconds due = m_pace->nextDue() + microseconds(999);
+            until(
+                std::max(duration_cast<milliseconds>(due).count(), elapsed() + kPaceStep.count()));
+        }
+        if (m_explanationDue && !m_window) {
+            until(*m_explanationDue);
+        }
+        if (m_options.untilIdle && m_lastByte) {
+            until(idleEnd());
+        }
+        if (m_window && m_output.empty()) {
+            if (m_changed) {
+                until(m_nextFrame);
+            } else if (m_nextChange) {
+                until(std::max(*m_nextChange, m_nextFrame));
+            }
+        }
+        constexpr Milliseconds kLongest = 60'000;
+        return end ? static_cast<int>(std::clamp(*end - elapsed(), Milliseconds{0}, kLongest)) : -1;
+    }
+
+    Milliseconds idleEnd() const
+    {
+        return *m_lastByte + static_cast<Milliseconds>(*m_options.untilIdle * 1000);
+    }
+
+    // Whether time has changed what the window shows.
+    bool animates() const { return m_nextChange && elapsed() >= *m_nextChange; }
+
+    void takeSignals()
+    {
+        for (int signal = 0; (signal = m_signals.take()) != 0;) {
+            if (signal != SIGWINCH) {
+                m_ended = true;
+            } else if (m_window) {
+                m_window->forget();
+                m_changed = true;
+            }
+        }
+    }
+
+    void takeKeys()
+    {
+        char keys[256];
+        const ssize_t count = ::read(STDIN_FILENO, keys, sizeof keys);
+        const std::string_view pressed(keys, static_cast<std::size_t>(std::max(count, ssize_t{0})));
+        m_ended = m_ended || count == 0 || (count < 0 && errno != EINTR && errno != EAGAIN) ||
+                  pressed.find_first_of("qQ\x03") != std::string_view::npos;
+    }
+
+    // Writes a part that does not have to wait.
+    void writeOutput()
+    {
+        const std::size_t size = std::min<std::size_t>(m_output.size(), PIPE_BUF);
+        const ssize_t count = ::write(STDOUT_FILENO, m_output.data(), size);
+        if (count < 0 && errno != EINTR && errno != EAGAIN) {
+            throw std::system_error(errno, std::generic_category(),
+                                    "cannot write the standard output");
+        }
+        m_output.erase(0, static_cast<std::size_t>(std::max(count, ssize_t{0})));
+    }
+
+    void readTill()
+    {
+        std::size_t most = kPiece;
+        if (m_pace) {
+            m_pace->begin(elapsedExactly());
+            most = std::min(most, m_pace->due(elapsedExactly()));
+            if (most == 0) {
+                return;
+            }
+        }
+        const std::string bytes = m_terminal.read(most);
+        if (m_pace) {
+            m_pace->take(bytes.size());
+            if (bytes.empty()) {
+                m_pace->end();
+            }
+        }
+        take(bytes);
+        tellTerminal();
+    }
+
+    // Takes at once what a till has written already.
+    void drain()
+    {
+        constexpr int kMostReads = 64;  // what the system keeps is less; a till may go on writing
+        for (int i = 0; i < kMostReads; ++i) {
+            const std::string bytes = m_terminal.read(kPiece);
+            if (bytes.empty()) {
+                break;
+            }
+            take(bytes);
+        }
+        tellTerminal();
+    }
+
+    void take(const std::string& bytes)
+    {
+        if (bytes.empty()) {
+            return;
+        }
+        if (m_record) {
+            m_record->write(bytes);
+        }
+        m_lastByte = elapsed();
+        m_explanationDue = elapsed() + kTextWait.count();
+        m_changed = true;
+        m_reader.feed({reinterpret_cast<const std::uint8_t*>(bytes.data()), bytes.size()});
+        takeItems();
+    }
+
+    void takeItems()
+    {
+        for (StreamItem item; m_reader.next(item);) {
+            m_display.take(item);
+            m_explanation.take(item);
+            m_commands += item.kind == StreamItem::Kind::command ? 1 : 0;
+            m_cut += item.kind == StreamItem::Kind::cut ? 1 : 0;
+        }
+    }
+
+    // Tells what the till does to its own bytes.
+    void tellTerminal()
+    {
+        if (m_terminal.takeFlush()) {
+            note("the till has thrown away what it had written and was not read yet");
+        }
+        const bool changes = m_terminal.changesBytes();
+        if (changes && !m_changesBytes) {
+            note(
+                "the till has switched on output processing (opost): the system changes its bytes, "
+                "as at a serial port");
+        }
+        m_changesBytes = changes;
+    }
+
+    void note(const std::string& words)
+    {
+        if (m_window) {
+            explain("-- " + words + "\n");
+        } else {
+            std::cerr << "kestrix-disp: " << words << "\n";
+        }
+    }
+
+    void explain(std::string_view lines)
+    {
+        if (!m_window) {
+            m_output += lines;
+            return;
+        }
+        for (std::string& line : linesOf(lines)) {
+            m_lines.push_back(std::move(line));
+        }
+        if (m_lines.size() > kMostLines) {
+            m_lines.erase(m_lines.begin(), m_lines.end() - kMostLines);
+        }
+    }
+
+    // What the window shows now. Notes when time will change it.
+    std::vector<std::string> picture()
+    {
+        const PictureOptions& picture = m_options.picture;
+        const Screen screen = m_display.screen(picture.clockAfter(elapsed()));
+        m_nextChange.reset();
+        if (const auto next = m_display.nextChange()) {
+            m_nextChange = elapsed() + *next;
+        }
+        if (screen.clock) {
+            constexpr Milliseconds kSecond = 1000;
+            m_nextChange =
+                std::min(m_nextChange.value_or(elapsed() + kSecond), elapsed() + kSecond);
+        }
+        EmulatorView view;
+        view.title = m_terminal.name() +
+                     (m_options.link.empty() ? "" : ", linked from " + m_options.link) +
+                     " - q ends";
+        view.display = linesOf(drawText(screen, Highlight::sgr, picture.frame(), picture.origin));
+        const auto frameEnd = view.display.begin() + screen.size.lines + 2;
+        view.settings.assign(frameEnd, view.display.end());
+        view.display.erase(frameEnd, view.display.end());
+        view.commands.assign(m_lines.begin(), m_lines.end());
+        for (std::string& line : linesOf(m_explanation.waiting())) {
+            view.commands.push_back(std::move(line));
+        }
+        view.counters = counters();
+        if (m_reader.waiting() != 0) {
+            view.counters += "; " + counted(m_reader.waiting(), "byte") + " to be completed";
+        }
+        return arranged(view, screen.size.columns, windowSize());
+    }
+
+    const Options& m_options;
+    const Clock::time_point m_start = Clock::now();
+    Signals m_signals;
+    std::optional<NewFile> m_record;
+    PseudoTerminal m_terminal;
+    std::optional<LinePace> m_pace;
+    std::optional<Window> m_window;
+
+    PieceReader m_reader;
+    VirtualDisplay m_display;
+    Explanation m_explanation;
+    std::size_t m_commands = 0;
+    std::size_t m_cut = 0;
+    bool m_changesBytes = false;
+    std::deque<std::string> m_lines;  // of the explanation, for the window
+
+    std::string m_output;  // what the standard output has not taken yet
+    bool m_ended = false;
+    bool m_changed = true;  // since the last picture
+    // Times in milliseconds since the start.
+    Milliseconds m_displayTime = 0;
+    Milliseconds m_nextFrame = 0;
+    std::optional<Milliseconds> m_nextChange;  // of what is shown, by the time alone
+    std::optional<Milliseconds> m_lastByte;
+    std::optional<Milliseconds> m_explanationDue;
+};
+
+std::vector<std::string> outputsOf(const Options& options)
+{
+    std::vector<std::string> outputs{options.record, options.screen, options.svg, options.png};
+    std::erase(outputs, "");
+    return outputs;
+}
+
+int emulate(const Options& options)
+{
+    requireSeparate(profileFiles(options.profile), outputsOf(options));
+    StreamInput input;
+    input.profile = options.profile;
+    const ProfileTables tables = input.readTables();
+    const PictureOptions& picture = options.picture;
+    Screen screen;
+    std::string rest;
+    std::string counters;
+    VirtualDisplay::Ignored ignored;
+    {
+        Emulator emulator(options, tables);
+        emulator.run();
+        screen = emulator.display().stillScreen(picture.clockAfter(0));
+        ignored = emulator.display().ignored();
+        rest = emulator.output();
+        counters = emulator.counters();
+    }
+    if (!rest.empty()) {
+        writeFile("-", rest);
+    }
+    tellIgnored(ignored);
+    std::cerr << "kestrix-disp: " << counters << "\n";
+    if (!options.screen.empty()) {
+        writeFile(options.screen,
+                  drawText(screen, Highlight::none, picture.frame(), picture.origin));
+    }
+    if (!options.svg.empty()) {
+        writeFile(options.svg, drawSvg(screen));
+    }
+    if (!options.png.empty()) {
+        writeFile(options.png, drawPng(screen));
+    }
+    return kDone;
+}
+
+}  // namespace
+
+Command emulateCommand(CLI::App& program)
+{
+    const auto options = std::make_shared<Options>();
+    CLI::App* const arguments = program.add_subcommand(
+        "emulate", "Is a display at a pseudo-terminal, which a till opens like a serial port");
+    arguments
+        ->add_option("--link", options->link,
+                     "Make a symbolic link to the pseudo-terminal as long as it is there; it never "
+                     "replaces anything")
+        ->type_name("PATH");
+    arguments
+        ->add_option("--speed", options->speed,
+                     "Take bytes no faster than a line with so many bits a second")
+        ->check(CLI::Range(1, 10'000'000).description(""))
+        ->type_name("N");
+    arguments
+        ->add_option("--parity", options->parity,
+                     "none, odd or even: with a parity bit a byte takes a bit longer")
+        ->check(CLI::IsMember({"none", "odd", "even"}).description(""))
+        ->type_name("PARITY")
+        ->capture_default_str();
+    arguments->add_option("--stop-bits", options->stopBits, "1 or 2")
+        ->check(CLI::Range(1, 2).description(""))
+        ->type_name("N")
+        ->capture_default_str();
+    arguments
+        ->add_option("--until-idle", options->untilIdle,
+                     "End when nothing has come for so long, after the first byte")
+        ->check(CLI::Range(0.0, kLongestIdle).description(""))
+        ->type_name("SECONDS");
+    arguments
+        ->add_option("--record", options->record, "Write what comes to a file, which must be new")
+        ->type_name("FILE");
+    arguments
+        ->add_option("--screen", options->screen,
+                     "At the end write what the display shows, as preview does")
+        ->type_name("FILE");
+    arguments->add_option("--svg", options->svg, "At the end write an SVG picture")
+        ->type_name("FILE");
+    arguments->add_option("--png", options->png, "At the end write a PNG picture")
+        ->type_name("FILE");
+    options->picture.addTo(*arguments);
+    options->profile.addTo(*arguments);
+    return {arguments, [options] { return emulate(*options); }};
+}
