@@ -8,6 +8,7 @@
 #include "program/emulate/LinePace.h"
 #include "program/emulate/PseudoTerminal.h"
 #include "program/emulate/Window.h"
+#include "program/port/Signals.h"
 #include "program/stream/Explanation.h"
 #include "program/text/Counted.h"
 
@@ -17,7 +18,6 @@
 #include <cerrno>
 #include <chrono>
 #include <climits>
-#include <csignal>
 #include <deque>
 #include <iostream>
 #include <iterator>
@@ -30,7 +30,6 @@
 #include <vector>
 
 #include <poll.h>
-#include <sys/signalfd.h>
 #include <unistd.h>
 
 namespace {
@@ -61,44 +60,6 @@ constexpr double kLongestIdle = 1e9;     // seconds
 constexpr std::size_t kPiece = 64 * 1024;
 constexpr std::size_t kMostWaiting = 64 * 1024;  // of the output; till it is less, nothing is read
 constexpr std::size_t kMostLines = 1000;         // of the explanation that the window keeps
-
-// Signals as something to read, in place of their effect.
-class Signals {
-public:
-    Signals()
-    {
-        sigemptyset(&m_set);
-        for (const int signal : {SIGINT, SIGTERM, SIGHUP, SIGQUIT, SIGWINCH}) {
-            sigaddset(&m_set, signal);
-        }
-        sigprocmask(SIG_BLOCK, &m_set, &m_before);
-        m_descriptor = signalfd(-1, &m_set, SFD_NONBLOCK | SFD_CLOEXEC);
-        std::signal(SIGPIPE, SIG_IGN);
-    }
-    ~Signals()
-    {
-        close(m_descriptor);
-        sigprocmask(SIG_SETMASK, &m_before, nullptr);
-    }
-    Signals(const Signals&) = delete;
-    Signals& operator=(const Signals&) = delete;
-
-    int descriptor() const { return m_descriptor; }
-
-    // The next signal; 0 if there is none.
-    int take() const
-    {
-        signalfd_siginfo info{};
-        return ::read(m_descriptor, &info, sizeof info) == sizeof info
-                   ? static_cast<int>(info.ssi_signo)
-                   : 0;
-    }
-
-private:
-    sigset_t m_set{};
-    sigset_t m_before{};
-    int m_descriptor;
-};
 
 std::vector<std::string> linesOf(std::string_view text)
 {
@@ -430,7 +391,7 @@ private:
 
     const Options& m_options;
     const Clock::time_point m_start = Clock::now();
-    Signals m_signals;
+    Signals m_signals{SIGINT, SIGTERM, SIGHUP, SIGQUIT, SIGWINCH};
     std::optional<NewFile> m_record;
     PseudoTerminal m_terminal;
     std::optional<LinePace> m_pace;

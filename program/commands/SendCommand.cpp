@@ -128,6 +128,7 @@ int sendAtChanges(const Options& options)
             std::cerr << "kestrix-disp: " << counted(bytes->size(), "byte") << " sent\n";
         }
     } while (watch.wait(signals, -1) != FileWatch::Event::signal);
+    signals.take();
     return kDone;
 }
 

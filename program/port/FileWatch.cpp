@@ -1,9 +1,10 @@
 #include "program/port/FileWatch.h"
 
 #include <algorithm>
-#include <cerrno>
 #include <filesystem>
+#include <iterator>
 
+#include <poll.h>
 #include <sys/inotify.h>
 #include <sys/stat.h>
 
@@ -100,8 +101,10 @@ FileWatch::Event FileWatch::wait(const Signals& signals, int input)
             timeout = std::clamp(std::chrono::ceil<milliseconds>(m_settled - Clock::now()),
                                  milliseconds(0), kLook);
         }
-        pollfd files[] = {{m_inotify.number(), POLLIN, 0}, {input, POLLIN, 0}};
-        if (signals.poll(files, timeout) < 0) {
+        pollfd files[] = {
+            {m_inotify.number(), POLLIN, 0}, {input, POLLIN, 0}, {signals.descriptor(), POLLIN, 0}};
+        poll(files, std::size(files), static_cast<int>(timeout.count()));
+        if (files[2].revents != 0) {
             return Event::signal;
         }
         if (files[0].revents != 0) {

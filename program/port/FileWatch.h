@@ -19,8 +19,8 @@ public:
     explicit FileWatch(std::vector<std::string> files);
 
     // Waits until a file has been written, replaced, made or removed, and no more happens to it for
-    // a moment; or until the descriptor `input`, if not -1, has something to read, or a signal has
-    // come in.
+    // a moment; or until a signal waits, or the descriptor `input`, if not -1, has something to
+    // read.
     Event wait(const Signals& signals, int input);
 
 private:

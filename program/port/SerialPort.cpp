@@ -11,6 +11,7 @@
 #include <asm/termbits.h>
 #include <fcntl.h>
 #include <grp.h>
+#include <poll.h>
 #include <pwd.h>
 #include <sys/file.h>
 #include <sys/ioctl.h>
@@ -41,7 +42,7 @@ constexpr Speed kSpeeds[] = {
 constexpr unsigned char kStart = 0x11;  // XON
 constexpr unsigned char kStop = 0x13;   // XOFF
 
-// How often a wait looks for signals and progress.
+// How often a wait looks for progress.
 constexpr std::chrono::milliseconds kTick{100};
 
 [[noreturn]] void fail(const std::string& words)
@@ -283,7 +284,7 @@ void SerialPort::send(std::string_view bytes, std::chrono::seconds timeout, cons
             left = now;
             progress = Clock::now();
         }
-        if (signals.ended()) {
+        if (signals.take() != 0) {
             stop("interrupted");
         }
         if (Clock::now() - progress > timeout + m_slack) {
@@ -298,8 +299,9 @@ void SerialPort::send(std::string_view bytes, std::chrono::seconds timeout, cons
     };
 
     while (taken < bytes.size()) {
-        pollfd file{port, POLLOUT, 0};
-        if (signals.poll({&file, 1}, kTick) > 0) {
+        pollfd files[] = {{port, POLLOUT, 0}, {signals.descriptor(), POLLIN, 0}};
+        poll(files, std::size(files), static_cast<int>(kTick.count()));
+        if (files[0].revents != 0) {
             const ssize_t count = write(port, bytes.data() + taken, bytes.size() - taken);
             check(count >= 0);
             taken += static_cast<std::size_t>(std::max(count, ssize_t{0}));
@@ -309,7 +311,6 @@ void SerialPort::send(std::string_view bytes, std::chrono::seconds timeout, cons
     const Ticks ticks;
     while (ioctl(port, TCSBRK, 1) != 0) {  // as tcdrain
         check(false);
-        signals.poll({}, std::chrono::milliseconds(0));
         look();
     }
 }

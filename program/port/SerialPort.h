@@ -43,7 +43,7 @@ public:
     // Returns when the last byte has left the machine. On a pseudo-terminal, that is when it is
     // ready to be read at the other end: how much is read cannot be seen here. Throws
     // std::runtime_error, with the number of bytes that have left, if no byte leaves for the time
-    // of the timeout, at one of kEndSignals, and if the port goes away; what has not left then is
+    // of the timeout, at a signal, and if the port goes away; what has not left then is
     // thrown away.
     void send(std::string_view bytes, std::chrono::seconds timeout, const Signals& signals);
 

@@ -1,40 +1,32 @@
 // Signals that would end the program, held back so that a port or terminal can be put back first.
 #pragma once
 
-#include <chrono>
-#include <span>
-#include <vector>
+#include "program/port/Descriptor.h"
 
-#include <poll.h>
+#include <initializer_list>
+
 #include <signal.h>
 
-// SIGPIPE, too: the standard error may be a pipe whose reader is gone.
-inline const std::vector<int> kEndSignals{SIGHUP, SIGINT, SIGQUIT, SIGTERM, SIGPIPE};
+inline constexpr std::initializer_list<int> kEndSignals{SIGHUP, SIGINT, SIGQUIT, SIGTERM};
 
-// One at a time in a process.
 class Signals {
 public:
-    // Holds the signals back, but leaves those ignored that are ignored, as below nohup.
-    explicit Signals(const std::vector<int>& signals);
+    // Holds the signals back, except those that are ignored, as SIGHUP is below nohup; and ignores
+    // SIGPIPE, as messages may go to a pipe whose reader is gone.
+    explicit Signals(std::initializer_list<int> signals);
+    // A signal that waits then takes effect.
     ~Signals();
     Signals(const Signals&) = delete;
     Signals& operator=(const Signals&) = delete;
 
-    // As poll(2); held signals come in here only, and end it with -1 and EINTR.
-    int poll(std::span<pollfd> files, std::chrono::milliseconds timeout) const;
+    // For poll(): readable while a signal waits.
+    int descriptor() const { return m_descriptor.number(); }
 
-    // Whether the signal has come in since this was last asked.
-    bool take(int signal) const;
-
-    // Whether one of kEndSignals has come in.
-    bool ended() const;
+    // The next signal; 0 if there is none.
+    int take() const;
 
 private:
-    struct Former {
-        int signal;
-        struct sigaction action;
-    };
-
-    sigset_t m_mask{};
-    std::vector<Former> m_former;
+    sigset_t m_before{};
+    struct sigaction m_pipe {};
+    Descriptor m_descriptor;
 };
