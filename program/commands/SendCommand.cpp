@@ -127,7 +127,7 @@ int sendAtChanges(const Options& options)
             port.send(*bytes, std::chrono::seconds(options.timeout), signals);
             std::cerr << "kestrix-disp: " << counted(bytes->size(), "byte") << " sent\n";
         }
-    } while (watch.wait(signals, -1) != FileWatch::Event::signal);
+    } while (watch.wait(signals) != FileWatch::Event::signal);
     signals.take();
     return kDone;
 }

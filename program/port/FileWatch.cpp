@@ -92,14 +92,18 @@ void FileWatch::readEvents()
     }
 }
 
-FileWatch::Event FileWatch::wait(const Signals& signals, int input)
+FileWatch::Event FileWatch::wait(const Signals& signals, int input,
+                                 std::optional<milliseconds> longest)
 {
+    const Clock::time_point start = Clock::now();
+    const auto left = [](Clock::time_point end) {
+        return std::max(std::chrono::ceil<milliseconds>(end - Clock::now()), milliseconds(0));
+    };
     for (;;) {
         watchFolders();
-        milliseconds timeout = kLook;
-        if (m_since) {
-            timeout = std::clamp(std::chrono::ceil<milliseconds>(m_settled - Clock::now()),
-                                 milliseconds(0), kLook);
+        milliseconds timeout = m_since ? std::min(left(m_settled), kLook) : kLook;
+        if (longest) {
+            timeout = std::min(timeout, left(start + *longest));
         }
         pollfd files[] = {
             {m_inotify.number(), POLLIN, 0}, {input, POLLIN, 0}, {signals.descriptor(), POLLIN, 0}};
@@ -110,23 +114,32 @@ FileWatch::Event FileWatch::wait(const Signals& signals, int input)
         if (files[0].revents != 0) {
             readEvents();
         }
-        if (std::vector<Stamp> now = stamps(); now != m_latest) {
-            m_latest = std::move(now);
-            if (!m_since) {
-                settleIn(kClosed);
-            }
-        }
-        if (m_since && Clock::now() >= m_settled) {
-            m_since.reset();
-            const bool changed = m_written || m_latest != m_told;
-            m_written = false;
-            m_told = m_latest;
-            if (changed) {
-                return Event::changed;
-            }
+        if (isChanged()) {
+            return Event::changed;
         }
         if (files[1].revents != 0) {
             return Event::input;
         }
+        if (longest && left(start + *longest) == milliseconds(0)) {
+            return Event::timeout;
+        }
     }
+}
+
+bool FileWatch::isChanged()
+{
+    if (std::vector<Stamp> now = stamps(); now != m_latest) {
+        m_latest = std::move(now);
+        if (!m_since) {
+            settleIn(kClosed);
+        }
+    }
+    if (!m_since || Clock::now() < m_settled) {
+        return false;
+    }
+    const bool changed = m_written || m_latest != m_told;
+    m_since.reset();
+    m_written = false;
+    m_told = m_latest;
+    return changed;
 }

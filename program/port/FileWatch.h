@@ -13,15 +13,16 @@
 
 class FileWatch {
 public:
-    enum class Event { changed, input, signal };
+    enum class Event { changed, input, signal, timeout };
 
     // What happens to the files from here on counts. It does not matter whether they exist.
     explicit FileWatch(std::vector<std::string> files);
 
     // Waits until a file has been written, replaced, made or removed, and no more happens to it for
     // a moment; or until a signal waits, or the descriptor `input`, if not -1, has something to
-    // read.
-    Event wait(const Signals& signals, int input);
+    // read; or at most so long.
+    Event wait(const Signals& signals, int input = -1,
+               std::optional<std::chrono::milliseconds> longest = std::nullopt);
 
 private:
     using Clock = std::chrono::steady_clock;
@@ -33,6 +34,8 @@ private:
     std::vector<Stamp> stamps() const;
     void watchFolders();
     void readEvents();
+    // Whether a change is over, which is told then.
+    bool isChanged();
     // Lets the change that is under way be over after this time, unless more happens.
     void settleIn(std::chrono::milliseconds time);
 
