@@ -65,6 +65,27 @@ def test_examples_are_sent_as_rendered(port, document):
     assert port.rest() == rendered.stdout
 
 
+# Each by a sender of its own: what one leaves behind must not stop the next, or add bytes.
+def test_emulator_gets_what_is_sent(tmp_path):
+    files = {name: tmp_path / name for name in ("port", "record", "screen", "stream")}
+    files["stream"].write_bytes(bytes(range(256)))
+    emulator = start("emulate", "--link", files["port"], "--record", files["record"],
+                     "--screen", files["screen"])
+    until(files["port"].exists)
+    expected = b""
+    for document in sorted(EXAMPLES.glob("*.xml")):
+        for arguments, bytes_ in [((document,), run("render", document).stdout),
+                                  (("--stream", files["stream"]), bytes(range(256)))]:
+            sent = run("send", *arguments, "--port", files["port"], "--quiet", "--parity", "even")
+            assert (sent.returncode, sent.stderr) == (0, b"")
+            expected += bytes_
+    until(lambda: files["record"].stat().st_size >= len(expected))
+    emulator.send_signal(signal.SIGTERM)
+    emulator.communicate()
+    assert files["record"].read_bytes() == expected
+    assert files["screen"].read_bytes() == run("preview", "--raw", files["record"]).stdout
+
+
 def test_several_files_and_the_standard_input(port, tmp_path):
     (tmp_path / "a").write_text(GOOD)
     result = run("send", tmp_path / "a", "-", "--port", port.name,
