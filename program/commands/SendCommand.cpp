@@ -61,10 +61,9 @@ std::optional<std::string> bytesOf(const std::string& file, const Options& optio
         if (document.whole && document.allowed) {
             return std::move(document.bytes);
         }
-        std::cerr << "kestrix-disp: "
-                  << (document.allowed ? printable(file) + " is no whole document; --stream sends "
-                                                           "bytes as they are\n"
-                                       : "--strict allows no finding\n");
+        std::cerr << "kestrix-disp: " << printable(file)
+                  << (document.allowed ? " is no whole document; --stream sends bytes as they are\n"
+                                       : " has findings, and --strict allows none\n");
     } catch (const std::runtime_error& error) {
         std::cerr << "kestrix-disp: " << error.what() << "\n";
     }

@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <cstdlib>
 #include <iterator>
 #include <stdexcept>
 #include <system_error>
@@ -152,13 +153,20 @@ termios2 settingsFor(termios2 former, const LineSettings& line, bool hasLine)
     return settings;
 }
 
+// A driver tells the speed that the port really has, which may differ by what a line bears.
+bool isNear(int wanted, unsigned found)
+{
+    constexpr int kPart = 50;  // 2 %
+    return std::abs(static_cast<long>(found) - wanted) <= wanted / kPart;
+}
+
 bool areSame(const termios2& wanted, const termios2& found, int speed)
 {
     constexpr tcflag_t kControl = CSIZE | CSTOPB | PARENB | PARODD | CMSPAR | CRTSCTS;
     return wanted.c_iflag == found.c_iflag && wanted.c_oflag == found.c_oflag &&
            wanted.c_lflag == found.c_lflag &&
            (wanted.c_cflag & kControl) == (found.c_cflag & kControl) &&
-           found.c_ospeed == static_cast<unsigned>(speed);
+           isNear(speed, found.c_ospeed);
 }
 
 // The bytes that wait in the machine. A pseudo-terminal has none.

@@ -28,6 +28,7 @@ class Terminal:
         self.modes = {}
 
     def resize(self, rows, columns):
+        self.lines = {}  # a terminal may move them
         fcntl.ioctl(self.master, termios.TIOCSWINSZ, struct.pack("4H", rows, columns, 0, 0))
 
     def take(self, text):

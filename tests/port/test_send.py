@@ -241,6 +241,10 @@ def test_in_use(port, stream):
     assert b" is in use: " in second.stderr
     assert port.read(len(LONG)) == LONG
     assert process.wait() == 0
+    fcntl.flock(port.slave, fcntl.LOCK_EX)
+    assert b" is in use: " in run("send", "--stream", stream, "--port", port.name).stderr
+    assert port.is_as_before()
+    fcntl.flock(port.slave, fcntl.LOCK_UN)
     fcntl.ioctl(port.slave, termios.TIOCEXCL)
     assert b" is in use: " in run("send", "--stream", stream, "--port", port.name).stderr
     assert port.is_exclusive()
@@ -254,15 +258,15 @@ def test_in_use(port, stream):
         (None, (), "No such file or directory"),
         ("", (), "is empty"),
         ("\x1b@", (), "--stream sends bytes as they are"),
-        (LOSSY, ("--strict",), "--strict allows no finding"),
-        (LOSSY, ("--strict", "--quiet"), "--strict allows no finding"),
+        (LOSSY, ("--strict",), "wrong has findings, and --strict allows none"),
+        (LOSSY, ("--strict", "--quiet"), "wrong has findings, and --strict allows none"),
     ],
 )
 def test_wrong_document_sends_nothing(port, tmp_path, document, options, words):
     (tmp_path / "good").write_text(GOOD)
     if document is not None:
         (tmp_path / "wrong").write_text(document)
-    result = run("send", tmp_path / "good", tmp_path / "wrong", tmp_path / "none",
+    result = run("send", tmp_path / "none", tmp_path / "wrong", tmp_path / "good",
                  "--port", port.name, *options)
     assert result.returncode == 1
     assert words in result.stderr.decode()
