@@ -7,11 +7,11 @@ _kestrix_disp()
     COMPREPLY=()
 
     if [ "$COMP_CWORD" -eq 1 ]; then
-        mapfile -t COMPREPLY < <(compgen -W "render send explain preview lint check which --help --version" -- "$cur")
+        mapfile -t COMPREPLY < <(compgen -W "render send explain preview emulate lint check which --help --version" -- "$cur")
         return
     fi
     case $prev in
-    --device | --columns | --rows | --clock | --timeout) return ;;
+    --device | --columns | --rows | --clock | --at | --until-idle | --timeout) return ;;
     --port)
         compopt -o filenames
         mapfile -t COMPREPLY < <(compgen -f -- "${cur:-/dev/tty}")
@@ -62,7 +62,10 @@ _kestrix_disp()
     lint) options="--columns --rows --origin --strict --quiet --format --rules $profile" ;;
     explain) options="--document --hex --raw $profile" ;;
     preview)
-        options="--document --hex --raw --columns --rows --origin --clock --sgr --ascii --svg --png --watch $profile"
+        options="--document --hex --raw --columns --rows --origin --clock --at --sgr --ascii --svg --png --watch $profile"
+        ;;
+    emulate)
+        options="--link --speed --parity --stop-bits --until-idle --record --screen --svg --png --columns --rows --origin --clock --ascii $profile"
         ;;
     check) options="--device --strict --help" ;;
     which) options=$profile ;;

@@ -53,11 +53,11 @@ struct Options {
     std::string png;
 };
 
-constexpr milliseconds kFrame{40};       // between two pictures in the window, at least
-constexpr milliseconds kPaceStep{10};    // between two reads of a line with a speed, at least
-constexpr milliseconds kTextWait{1000};  // then a text is explained that may go on
-constexpr double kLongestIdle = 1e9;     // seconds
-constexpr std::size_t kPiece = 64 * 1024;
+constexpr milliseconds kFrame{40};     // between two pictures in the window, at least
+constexpr milliseconds kPaceStep{10};  // between two reads of a line with a speed, at least
+constexpr int kFastest = 4'000'000;    // bits a second
+constexpr double kLongestIdle = 1e9;   // seconds
+constexpr std::size_t kPiece = 4096;   // to read at once; the system gives no more
 constexpr std::size_t kMostWaiting = 64 * 1024;  // of the output; till it is less, nothing is read
 constexpr std::size_t kMostLines = 1000;         // of the explanation that the window keeps
 
@@ -302,7 +302,7 @@ private:
             m_record->write(bytes);
         }
         m_lastByte = elapsed();
-        m_explanationDue = elapsed() + kTextWait.count();
+        m_explanationDue = elapsed() + Explanation::kRunWait;
         m_changed = true;
         m_reader.feed({reinterpret_cast<const std::uint8_t*>(bytes.data()), bytes.size()});
         takeItems();
@@ -471,11 +471,12 @@ Command emulateCommand(CLI::App& program)
         ->add_option("--link", options->link,
                      "Make a symbolic link to the pseudo-terminal as long as it is there; it never "
                      "replaces anything")
+        ->check([](const std::string& path) { return path.empty() ? "a link has a path" : ""; })
         ->type_name("PATH");
     arguments
         ->add_option("--speed", options->speed,
                      "Take bytes no faster than a line with so many bits a second")
-        ->check(CLI::Range(1, 10'000'000).description(""))
+        ->check(CLI::Range(1, kFastest).description(""))
         ->type_name("N");
     arguments
         ->add_option("--parity", options->parity,
@@ -494,6 +495,7 @@ Command emulateCommand(CLI::App& program)
         ->type_name("SECONDS");
     arguments
         ->add_option("--record", options->record, "Write what comes to a file, which must be new")
+        ->check([](const std::string& file) { return file == "-" ? "a record has a file" : ""; })
         ->type_name("FILE");
     arguments
         ->add_option("--screen", options->screen,

@@ -12,11 +12,9 @@
 
 namespace {
 
-// Explains raw bytes as they come. A text that may go on is written once nothing has come for a
-// second.
+// Explains raw bytes as they come.
 int explainAsItComes(const StreamInput& input)
 {
-    constexpr int kTextWait = 1000;  // milliseconds
     const ProfileTables tables = input.readTables();
     std::string text;
     Explanation explanation(tables, [&](std::string_view lines) { text += lines; });
@@ -39,7 +37,7 @@ int explainAsItComes(const StreamInput& input)
         reader.feed(byteSpan(piece));
         explainRead();
         writeText();
-        return piece.empty() ? -1 : kTextWait;
+        return piece.empty() ? -1 : Explanation::kRunWait;
     });
     reader.finish();
     explainRead();

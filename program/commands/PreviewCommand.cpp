@@ -1,6 +1,7 @@
 // kestrix-disp preview: what a display shows after a document or a command stream.
 #include "program/commands/Commands.h"
 #include "program/commands/Files.h"
+#include "program/commands/LivePicture.h"
 #include "program/commands/PictureOptions.h"
 #include "program/commands/PreviewWatch.h"
 #include "program/commands/StreamInput.h"
@@ -8,7 +9,6 @@
 #include "program/display/SvgDrawing.h"
 #include "program/display/TerminalDrawing.h"
 #include "program/display/VirtualDisplay.h"
-#include "program/emulate/Window.h"
 
 #include <CLI/CLI.hpp>
 
@@ -41,51 +41,12 @@ std::vector<std::string> outputsOf(const Options& options)
     return outputs.empty() ? std::vector<std::string>{"-"} : outputs;
 }
 
-// Draws on the terminal, in place of the picture before.
-class LivePicture {
-public:
-    explicit LivePicture(const Options& options) : m_options(options) {}
-
-    // Does nothing if the picture is larger than the terminal.
-    void draw(const Screen& screen)
-    {
-        std::string text;
-        int rows = 0;
-        const WindowSize window = windowSize();
-        const std::string picture =
-            drawText(screen, Highlight::sgr, m_options.picture.frame(), m_options.picture.origin);
-        for (std::size_t at = 0; at < picture.size(); ++rows) {
-            const std::size_t end = picture.find('\n', at);
-            const std::string line = picture.substr(at, end - at);
-            text += (rows < screen.size.lines + 2 ? line : clipped(line, window.columns)) + "\n";
-            at = end + 1;
-        }
-        if (rows < window.rows && screen.size.columns + 2 <= window.columns) {
-            erase();
-            writeFile("-", text);
-            m_rows = rows;
-        }
-    }
-
-    void erase()
-    {
-        if (m_rows != 0) {
-            writeFile("-", "\x1B[" + std::to_string(m_rows) + "F\x1B[J");
-            m_rows = 0;
-        }
-    }
-
-private:
-    const Options& m_options;
-    int m_rows = 0;
-};
-
 // Carries out raw bytes as they come, and draws the display each time that it changes if `live`.
 void showAsItComes(const Options& options, VirtualDisplay& display, bool live)
 {
     using Clock = std::chrono::steady_clock;
     constexpr std::chrono::milliseconds kFrame{40};  // between two pictures, at least
-    LivePicture picture(options);
+    LivePicture picture(options.picture);
     Clock::time_point next;
     PieceReader reader;
     const auto show = [&] {
@@ -159,7 +120,7 @@ Command previewCommand(CLI::App& program)
         ->add_option("--at", options->at,
                      "Show the display so many seconds after the last byte, with marquee and blink "
                      "as they are then; without it the start of a marquee's text, and lit")
-        ->check(CLI::Range(0.0, kLatest))
+        ->check(CLI::Range(0.0, kLatest).description(""))
         ->type_name("SECONDS");
     arguments->add_flag(
         "--sgr", options->sgr,

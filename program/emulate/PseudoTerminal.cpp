@@ -57,16 +57,17 @@ bool mayReplace(const std::string& path, const std::string& name)
 PseudoTerminal::PseudoTerminal()
     : m_master(posix_openpt(O_RDWR | O_NOCTTY | O_NONBLOCK | O_CLOEXEC))
 {
-    constexpr char words[] = "cannot open a pseudo-terminal";
     const int packets = 1;  // read() tells of flushes
     char name[64];
-    if (m_master < 0 || grantpt(m_master) != 0 || unlockpt(m_master) != 0 ||
-        ptsname_r(m_master, name, sizeof name) != 0 || ioctl(m_master, TIOCPKT, &packets) != 0 ||
-        // While this is open, a till that closes the terminal hangs up nothing.
-        (m_slave = open(name, O_RDWR | O_NOCTTY | O_CLOEXEC)) < 0) {
-        const std::system_error error = failure(words);
+    const bool opened = m_master >= 0 && grantpt(m_master) == 0 && unlockpt(m_master) == 0 &&
+                        ptsname_r(m_master, name, sizeof name) == 0 &&
+                        ioctl(m_master, TIOCPKT, &packets) == 0;
+    // While this is open, a till that closes the terminal hangs up nothing.
+    m_slave = opened ? open(name, O_RDWR | O_NOCTTY | O_CLOEXEC) : -1;
+    if (m_slave < 0) {
+        const int reason = errno;
         close(m_master);
-        throw error;
+        throw std::system_error(reason, std::generic_category(), "cannot open a pseudo-terminal");
     }
     m_name = name;
     termios settings{};
@@ -75,7 +76,7 @@ PseudoTerminal::PseudoTerminal()
     settings.c_cflag |= CLOCAL | CREAD;
     tcsetattr(m_slave, TCSANOW, &settings);
     m_watch = inotify_init1(IN_NONBLOCK | IN_CLOEXEC);
-    if (m_watch >= 0 && inotify_add_watch(m_watch, name, IN_OPEN | IN_CLOSE) < 0) {
+    if (m_watch >= 0 && inotify_add_watch(m_watch, name, IN_CLOSE) < 0) {
         close(std::exchange(m_watch, -1));
     }
 }
@@ -158,23 +159,12 @@ bool PseudoTerminal::changesBytes() const
 void PseudoTerminal::watch()
 {
     alignas(inotify_event) char buffer[4096];
-    bool left = false;  // since the last time, no till has had it open for a while
-    for (ssize_t count = 0; (count = ::read(m_watch, buffer, sizeof buffer)) > 0;) {
-        for (ssize_t at = 0; at < count;) {
-            const auto& event = reinterpret_cast<const inotify_event&>(buffer[at]);
-            m_tills += (event.mask & IN_OPEN) != 0 ? 1 : 0;
-            m_tills -= (event.mask & IN_CLOSE) != 0 ? 1 : 0;
-            left = left || m_tills <= 0;
-            at += static_cast<ssize_t>(sizeof event + event.len);
-        }
+    while (::read(m_watch, buffer, sizeof buffer) > 0) {
     }
-    m_tills = std::max(m_tills, 0);
-    if (m_tills == 0) {
-        ioctl(m_slave, TIOCNXCL);
-        tcflow(m_slave, TCOON);
-    }
+    ioctl(m_slave, TIOCNXCL);
+    tcflow(m_slave, TCOON);
     termios settings{};
-    if (left && tcgetattr(m_slave, &settings) == 0 && (settings.c_oflag & OPOST) != 0) {
+    if (tcgetattr(m_slave, &settings) == 0 && (settings.c_oflag & OPOST) != 0) {
         settings.c_oflag &= ~static_cast<tcflag_t>(OPOST);
         tcsetattr(m_slave, TCSANOW, &settings);
     }

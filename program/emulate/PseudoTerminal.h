@@ -34,10 +34,10 @@ public:
     // Whether a till has switched on the output processing of terminals, which changes bytes.
     bool changesBytes() const;
 
-    // Readable when a till has opened or closed the terminal; -1 if the system does not tell.
+    // Readable when a till has closed the terminal; -1 if the system does not tell.
     int watchDescriptor() const { return m_watch; }
-    // Takes that news. When no till has the terminal open any more, it is made as it was for the
-    // next one: it changes no bytes, is open for everybody and not stopped.
+    // Takes that news, and makes the terminal as it was for the next till: it changes no bytes, is
+    // open for everybody and not stopped.
     void watch();
 
 private:
@@ -45,7 +45,6 @@ private:
     int m_slave = -1;
     int m_watch = -1;
     std::string m_name;
-    int m_tills = 0;  // that have it open
     bool m_flushed = false;
 
     std::string m_link;  // "" if there is none

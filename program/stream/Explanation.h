@@ -25,8 +25,10 @@ public:
     // waits until it ends; one of more than 65536 bytes is written as several.
     void take(const StreamItem& item);
 
-    // Writes a run that waits. What continues it after that is written as another one.
+    // Writes a run that waits. What continues it after that is written as another one. Where bytes
+    // come in the course of time, call it when none have come for kRunWait milliseconds.
     void flush();
+    static constexpr int kRunWait = 1000;
 
     // The lines of a run that waits, which has not been written.
     std::string waiting() const;

@@ -57,6 +57,7 @@ def emulator(folder, *options):
             stdin=subprocess.DEVNULL,
             stdout=out,
             stderr=err,
+            preexec_fn=lambda: signal.signal(signal.SIGHUP, signal.SIG_DFL),
         )
     try:
         wait_for(
@@ -99,8 +100,10 @@ def set_line(port, random):
         settings[2] |= termios.PARENB | termios.CSTOPB | termios.CRTSCTS
         settings[3] |= termios.ICANON | termios.ECHO | termios.ISIG | termios.IEXTEN
         settings[4] = settings[5] = random.choice([termios.B1200, termios.B9600, termios.B115200])
-        # The C library of Debian refuses parity at once, as a pseudo-terminal has none.
-        termios.tcsetattr(port, termios.TCSADRAIN, settings)
+        # The C library of Debian says that there is no parity, after it has set the rest.
+        with contextlib.suppress(termios.error):
+            termios.tcsetattr(port, termios.TCSANOW, settings)
+        assert termios.tcgetattr(port)[4] == settings[4]
     elif kind == 2:
         fcntl.ioctl(port, termios.TIOCEXCL)
 
@@ -159,6 +162,22 @@ def test_a_till_writes_in_pieces(tmp_path, seed):
     told = re.search(rb"without effect on this display: (\d+)", preview.stderr)
     assert int(counts[2]) + int(counts[3]) == (int(told[1]) if told else 0)
     assert not os.path.lexists(tmp_path / "port")
+
+
+# catches: a port that is hung up, or bytes that are thrown away, when the process ends whose
+# controlling terminal it has become
+def test_tills_in_sessions_of_their_own(tmp_path):
+    port = tmp_path / "port"
+    tills = [
+        ["sh", "-c", f"stty -F {port} 9600 cs8 -crtscts && printf '\\014sh\\n' >{port}"],
+        ["sh", "-c", f"printf rw 1<>{port}"],
+        ["perl", "-e", f"open(my $p, '+<', '{port}') or die; syswrite($p, \"perl\" x 500)"],
+    ]
+    with emulator(tmp_path, "--record", tmp_path / "record") as process:
+        for till in tills * 3:
+            subprocess.run(till, start_new_session=True, check=True, timeout=PATIENCE)
+        assert end(process) == 0
+    assert (tmp_path / "record").read_bytes() == (b"\fsh\nrw" + b"perl" * 500) * 3
 
 
 # catches: pictures of another display or another moment than those of preview
