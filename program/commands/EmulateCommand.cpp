@@ -11,6 +11,7 @@
 #include "program/port/Signals.h"
 #include "program/stream/Explanation.h"
 #include "program/text/Counted.h"
+#include "program/text/Lines.h"
 
 #include <CLI/CLI.hpp>
 
@@ -60,17 +61,6 @@ constexpr double kLongestIdle = 1e9;   // seconds
 constexpr std::size_t kPiece = 4096;   // to read at once; the system gives no more
 constexpr std::size_t kMostWaiting = 64 * 1024;  // of the output; till it is less, nothing is read
 constexpr std::size_t kMostLines = 1000;         // of the explanation that the window keeps
-
-std::vector<std::string> linesOf(std::string_view text)
-{
-    std::vector<std::string> lines;
-    while (!text.empty()) {
-        const std::size_t end = std::min(text.find('\n'), text.size());
-        lines.emplace_back(text.substr(0, end));
-        text.remove_prefix(std::min(end + 1, text.size()));
-    }
-    return lines;
-}
 
 class Emulator {
 public:

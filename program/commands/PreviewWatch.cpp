@@ -9,6 +9,7 @@
 #include "program/port/Signals.h"
 #include "program/text/CharacterText.h"
 #include "program/text/Counted.h"
+#include "program/text/Lines.h"
 
 #include <algorithm>
 #include <chrono>
@@ -26,17 +27,6 @@ using Clock = std::chrono::steady_clock;
 using std::chrono::milliseconds;
 
 constexpr milliseconds kFrame{40};  // between two pictures, at least
-
-std::vector<std::string> linesOf(std::string_view text)
-{
-    std::vector<std::string> lines;
-    while (!text.empty()) {
-        const std::size_t end = text.find('\n');
-        lines.emplace_back(text.substr(0, end));
-        text.remove_prefix(std::min(end, text.size() - 1) + 1);
-    }
-    return lines;
-}
 
 // The last version of the document that was whole, on a display, and what is wrong with the latest
 // one.
