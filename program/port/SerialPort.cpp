@@ -251,6 +251,9 @@ SerialPort::SerialPort(const std::string& path, const LineSettings& settings)
         fail(errno == ENOTTY ? notPort(path, "another device")
                              : "there is no device at the port " + path);
     }
+    if (unsigned number = 0; ioctl(port, TIOCGPTN, &number) == 0) {
+        fail(notPort(path, "the maker of pseudo-terminals"));
+    }
     if (tcgetpgrp(port) != -1) {
         fail(notPort(path, "the terminal that you work at"));
     }

@@ -196,6 +196,7 @@ def test_no_port(tmp_path, stream):
             (tmp_path / "pipe", "is not a serial port, but a pipe"),
             (tmp_path / "socket", "is not a serial port, but a socket"),
             ("/dev/null", "is not a serial port, but another device"),
+            ("/dev/ptmx", "is not a serial port, but the maker of pseudo-terminals"),
             (tmp_path / "none", "there is no port"),
             (tmp_path / "none" / "none", "there is no port"),
             ("", "there is no port"),
