@@ -310,6 +310,7 @@ void SerialPort::send(std::string_view bytes, std::chrono::seconds timeout, cons
     };
 
     while (taken < bytes.size()) {
+        look();
         pollfd files[] = {{port, POLLOUT, 0}, {signals.descriptor(), POLLIN, 0}};
         poll(files, std::size(files), static_cast<int>(kTick.count()));
         if (files[0].revents != 0) {
@@ -317,7 +318,6 @@ void SerialPort::send(std::string_view bytes, std::chrono::seconds timeout, cons
             check(count >= 0);
             taken += static_cast<std::size_t>(std::max(count, ssize_t{0}));
         }
-        look();
     }
     const Ticks ticks;
     while (ioctl(port, TCSBRK, 1) != 0) {  // as tcdrain
