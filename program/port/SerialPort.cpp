@@ -282,19 +282,24 @@ void SerialPort::send(std::string_view bytes, std::chrono::seconds timeout, cons
     std::size_t left = 0;   // the machine
     Clock::time_point progress = Clock::now();
 
+    // Bytes that wait would hold up the close. A pseudo-terminal says that it has none, and keeps
+    // those that are yet to be read.
     const auto stop = [&](const std::string& why) {
-        if (waitingBytes(port) != 0) {      // would hold up the close; else this would empty a
-            ioctl(port, TCFLSH, TCOFLUSH);  // pseudo-terminal of what is yet to be read
+        if (waitingBytes(port) != 0) {
+            ioctl(port, TCFLSH, TCOFLUSH);
         }
         fail(m_path + ": " + why + ": " + std::to_string(left) + " of " +
              std::to_string(bytes.size()) + " bytes sent");
     };
-    const auto look = [&] {
+    const auto measure = [&] {
         const std::size_t now = taken - std::min(taken, waitingBytes(port));
         if (now > left) {
             left = now;
             progress = Clock::now();
         }
+    };
+    const auto look = [&] {
+        measure();
         if (signals.take() != 0) {
             stop("interrupted");
         }
@@ -319,6 +324,7 @@ void SerialPort::send(std::string_view bytes, std::chrono::seconds timeout, cons
             taken += static_cast<std::size_t>(std::max(count, ssize_t{0}));
         }
     }
+    measure();
     const Ticks ticks;
     while (ioctl(port, TCSBRK, 1) != 0) {  // as tcdrain
         check(false);
