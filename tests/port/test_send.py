@@ -144,6 +144,37 @@ def sent_of(message):
     return int(re.search(rb": (\d+) of 256000 bytes sent\n$", message)[1])
 
 
+# A pseudo-terminal has no line; this one keeps bytes as a line does. A sender that ends before the
+# last byte has left, changes the settings under it, waits for ever, or tells a wrong number.
+@pytest.mark.skipif("KESTRIX_SLOW_LINE" not in os.environ, reason="not built")
+@pytest.mark.parametrize(
+    "rate, stop, number, status, words",
+    [
+        (400, 1000, None, 0, ()),
+        (100000, 41, None, 1, (b": not ready, ", b": 41 of 71 bytes sent", b"thrown away 30")),
+        (100000, 41, signal.SIGTERM, 1,
+         (b": interrupted: 41 of 71 bytes sent", b"thrown away 30")),
+    ],
+)
+def test_line(port, tmp_path, rate, stop, number, status, words):
+    (tmp_path / "stream").write_bytes(EVERY_BYTE[:71])
+    line = dict(LD_PRELOAD=os.environ["KESTRIX_SLOW_LINE"], LINE_RATE=str(rate), LINE_STOP=str(stop))
+    process = start("send", "--stream", tmp_path / "stream", "--port", port.name,
+                    "--timeout", 1 if number is None else 50, "--speed", 115200,
+                    env=dict(os.environ, **line))
+    message = b""
+    for text in process.stderr:
+        message += text
+        if message.count(b"drain\n") == 3:  # each time that it has waited for a moment
+            break
+    if number is not None:
+        process.send_signal(number)
+    message += process.communicate()[1]
+    assert process.returncode == status
+    assert all(word in message for word in words), message
+    assert message.count(b"settings, 0 waiting\n") == 2
+
+
 # A sender that leaves the port as it had it, tells a wrong number, or ends with status 0.
 @pytest.mark.parametrize(
     "number", [signal.SIGTERM, signal.SIGINT, signal.SIGHUP, signal.SIGQUIT]
