@@ -218,7 +218,7 @@ private:
     FileWatch watch({options.file});
     for (;;) {
         const bool isNew = document.read();
-        std::cerr << document.messages();
+        std::cerr << (isNew ? "" : "kestrix-disp: ") << document.messages();
         if (isNew) {
             const PictureOptions& picture = options.picture;
             const Screen screen = document.display()->stillScreen(picture.clockAfter(0));

@@ -2,6 +2,7 @@
 #include "program/commands/Commands.h"
 #include "program/commands/Files.h"
 #include "program/commands/LintOptions.h"
+#include "program/commands/StreamInput.h"
 #include "program/port/FileWatch.h"
 #include "program/port/PortList.h"
 #include "program/port/SerialPort.h"
@@ -55,7 +56,13 @@ std::optional<std::string> bytesOf(const std::string& file, const Options& optio
 {
     try {
         if (options.stream) {
-            return readFile(file);
+            std::string bytes = readFile(file);
+            if (isDocument(bytes)) {
+                std::cerr << "kestrix-disp: " << printable(file)
+                          << " looks like a document and is sent as it is; without --stream it is "
+                             "rendered\n";
+            }
+            return bytes;
         }
         RenderedDocument document = renderTold(file, options.lint);
         if (document.whole && document.allowed) {

@@ -307,6 +307,13 @@ def test_wrong_document_sends_nothing(port, tmp_path, document, options, words):
     assert port.rest() == b""
 
 
+def test_document_as_stream_is_told(port, tmp_path):
+    (tmp_path / "document").write_text(GOOD)
+    result = run("send", "--stream", tmp_path / "document", "--port", port.name)
+    assert b"document looks like a document and is sent as it is" in result.stderr
+    assert port.rest() == GOOD.encode()
+
+
 @pytest.mark.parametrize("options, told", [((), True), (("--quiet",), False)])
 def test_findings_are_told(port, tmp_path, options, told):
     (tmp_path / "lossy").write_text(LOSSY)
