@@ -14,8 +14,8 @@
 namespace {
 
 constexpr Command (*kCommands[])(CLI::App&) = {
-    renderCommand, explainCommand, previewCommand,    whichCommand,
-    checkCommand,  lintCommand,    newProfileCommand, emulateCommand,
+    renderCommand, explainCommand,    previewCommand, whichCommand, checkCommand,
+    lintCommand,   newProfileCommand, emulateCommand, sendCommand,
 };
 
 bool noneParsed(const std::vector<Command>& commands)

@@ -29,3 +29,4 @@ Command checkCommand(CLI::App& program);
 Command lintCommand(CLI::App& program);
 Command newProfileCommand(CLI::App& program);
 Command emulateCommand(CLI::App& program);
+Command sendCommand(CLI::App& program);

@@ -7,10 +7,11 @@
 #include "program/display/SvgDrawing.h"
 #include "program/emulate/LinePace.h"
 #include "program/emulate/PseudoTerminal.h"
-#include "program/emulate/Signals.h"
 #include "program/emulate/Window.h"
+#include "program/port/Signals.h"
 #include "program/stream/Explanation.h"
 #include "program/text/Counted.h"
+#include "program/text/Lines.h"
 
 #include <CLI/CLI.hpp>
 
@@ -18,7 +19,6 @@
 #include <cerrno>
 #include <chrono>
 #include <climits>
-#include <csignal>
 #include <deque>
 #include <iostream>
 #include <iterator>
@@ -61,17 +61,6 @@ constexpr double kLongestIdle = 1e9;   // seconds
 constexpr std::size_t kPiece = 4096;   // to read at once; the system gives no more
 constexpr std::size_t kMostWaiting = 64 * 1024;  // of the output; till it is less, nothing is read
 constexpr std::size_t kMostLines = 1000;         // of the explanation that the window keeps
-
-std::vector<std::string> linesOf(std::string_view text)
-{
-    std::vector<std::string> lines;
-    while (!text.empty()) {
-        const std::size_t end = std::min(text.find('\n'), text.size());
-        lines.emplace_back(text.substr(0, end));
-        text.remove_prefix(std::min(end + 1, text.size()));
-    }
-    return lines;
-}
 
 class Emulator {
 public:
@@ -392,7 +381,7 @@ private:
 
     const Options& m_options;
     const Clock::time_point m_start = Clock::now();
-    Signals m_signals;
+    Signals m_signals{SIGINT, SIGTERM, SIGHUP, SIGQUIT, SIGWINCH};
     std::optional<NewFile> m_record;
     PseudoTerminal m_terminal;
     std::optional<LinePace> m_pace;

@@ -1,10 +1,14 @@
 #include "program/commands/LintOptions.h"
 
+#include "program/commands/Files.h"
+#include "program/commands/StreamInput.h"
+#include "program/stream/Rendering.h"
 #include "program/text/CharacterText.h"
 
 #include <CLI/CLI.hpp>
 
 #include <algorithm>
+#include <iostream>
 
 namespace {
 
@@ -54,4 +58,27 @@ std::string lintLine(const std::string& file, const LintFinding& finding)
     return printable(file) + (finding.line == 0 ? "" : ":" + std::to_string(finding.line)) + ": " +
            std::string(nameOf(row.level)) + ": " + finding.message + " [" + std::string(row.name) +
            "]\n";
+}
+
+RenderedDocument renderTold(const std::string& file, const LintOptions& options)
+{
+    const std::string document = readFile(file);
+    LintedDocument linted;
+    if (options.quiet && !options.strict) {
+        KestrixDispEngine engine;
+        linted.run = carryOut(engine, document, options.profile);
+    } else {
+        linted = lintDocument(document, options.profile, options.display);
+    }
+    for (const LintFinding& finding : linted.findings) {
+        if (!options.quiet && rowOf(finding.rule).level != Level::note) {
+            std::cerr << lintLine(file, finding);
+        }
+    }
+    const bool whole = linted.run.end == DocumentEnd::wellFormed;
+    const bool allowed = !options.strict || !options.fails(linted.findings);
+    if (!whole && allowed) {
+        tellIfNoDocument(document);
+    }
+    return {std::string(linted.run.bytes.begin(), linted.run.bytes.end()), whole, allowed};
 }

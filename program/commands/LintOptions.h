@@ -26,5 +26,15 @@ struct LintOptions {
 // "FILE:7: error: text [rule]", and a line feed.
 std::string lintLine(const std::string& file, const LintFinding& finding);
 
+// What is written or sent of a document.
+struct RenderedDocument {
+    std::string bytes;
+    bool whole = true;    // false: of the part before its damage
+    bool allowed = true;  // false: --strict forbids to use the bytes
+};
+
+// Renders a file, and says on the standard error what lint finds. Throws std::runtime_error.
+RenderedDocument renderTold(const std::string& file, const LintOptions& options);
+
 // Adds --columns, --rows and --origin.
 void addDisplayOptions(CLI::App& arguments, Size& size, int& origin);

@@ -3,6 +3,7 @@
 #include "program/commands/Files.h"
 #include "program/commands/LivePicture.h"
 #include "program/commands/PictureOptions.h"
+#include "program/commands/PreviewWatch.h"
 #include "program/commands/StreamInput.h"
 #include "program/display/PngDrawing.h"
 #include "program/display/SvgDrawing.h"
@@ -28,6 +29,7 @@ struct Options {
     PictureOptions picture;
     std::optional<double> at;  // seconds
     bool sgr = false;
+    bool watch = false;
     std::string svg;
     std::string png;
 };
@@ -69,6 +71,10 @@ void showAsItComes(const Options& options, VirtualDisplay& display, bool live)
 
 int preview(const Options& options)
 {
+    if (options.watch) {
+        return watchPreview(
+            {options.input.file, options.input.profile, options.picture, options.sgr});
+    }
     std::vector<std::string> inputs = profileFiles(options.input.profile);
     inputs.push_back(options.input.file);
     requireSeparate(inputs, outputsOf(options));
@@ -127,5 +133,17 @@ Command previewCommand(CLI::App& program)
     arguments
         ->add_option("--png", options->png, "Write a PNG picture; \"-\" is the standard output")
         ->type_name("FILE");
+    CLI::Option* const watch = arguments->add_flag(
+        "--watch", options->watch,
+        "FILE is a document: show it again at each change of it, with what lint finds, until q or "
+        "Ctrl-C");
+    for (const char* const other : {"--hex", "--raw", "--at", "--svg", "--png"}) {
+        watch->excludes(arguments->get_option(other));
+    }
+    arguments->callback([options] {
+        if (options->watch && options->input.file == "-") {
+            throw CLI::ValidationError("--watch", "the standard input cannot be watched");
+        }
+    });
     return {arguments, [options] { return preview(*options); }};
 }

@@ -2,8 +2,6 @@
 #include "program/commands/Commands.h"
 #include "program/commands/Files.h"
 #include "program/commands/LintOptions.h"
-#include "program/commands/StreamInput.h"
-#include "program/stream/Rendering.h"
 #include "program/text/HexText.h"
 
 #include <CLI/CLI.hpp>
@@ -28,32 +26,15 @@ int render(const Options& options)
     std::vector<std::string> inputs = profileFiles(options.lint.profile);
     inputs.push_back(options.document);
     requireSeparate(inputs, {options.output});
-    const std::string document = readFile(options.document);
-    LintedDocument linted;
-    if (options.lint.quiet && !options.lint.strict) {
-        KestrixDispEngine engine;
-        linted.run = carryOut(engine, document, options.lint.profile);
-    } else {
-        linted = lintDocument(document, options.lint.profile, options.lint.display);
-    }
-    for (const LintFinding& finding : linted.findings) {
-        if (!options.lint.quiet && rowOf(finding.rule).level != Level::note) {
-            std::cerr << lintLine(options.document, finding);
-        }
-    }
-    if (options.lint.strict && options.lint.fails(linted.findings)) {
+    const RenderedDocument document = renderTold(options.document, options.lint);
+    if (!document.allowed) {
         std::cerr << "kestrix-disp: nothing is written, as --strict allows no error or warning\n";
         return kWrongInput;
     }
-    const bool whole = linted.run.end == DocumentEnd::wellFormed;
-    if (!whole) {
-        tellIfNoDocument(document);
-    }
-    const std::string bytes(linted.run.bytes.begin(), linted.run.bytes.end());
     const bool toPerson = options.output == "-" && writesToPerson();
     const bool hex = options.hex || (toPerson && !options.raw);
-    writeFile(options.output, hex ? hexDump(bytes) : bytes);
-    return whole ? kDone : kWrongInput;
+    writeFile(options.output, hex ? hexDump(document.bytes) : document.bytes);
+    return document.whole ? kDone : kWrongInput;
 }
 
 }  // namespace

@@ -19,10 +19,8 @@ bool isPrintable(char c)
     return isText(static_cast<std::uint8_t>(c)) || c == '\n' || c == '\r' || c == '\t';
 }
 
-// A document begins with markup, after a byte order mark and white space, if any; unless it begins
-// with "<?xml", it must not hold control codes. One in UTF-16 begins with its byte order mark or
-// with
-// "<" in two bytes.
+}  // namespace
+
 bool isDocument(std::string_view bytes)
 {
     if (bytes.starts_with("\xFF\xFE") || bytes.starts_with("\xFE\xFF")) {
@@ -47,8 +45,6 @@ bool isDocument(std::string_view bytes)
                           (bytes[1] == '?' || bytes[1] == '!' || beginsName(bytes[1]));
     return isMarkup && std::ranges::all_of(bytes, isPrintable);
 }
-
-}  // namespace
 
 void tellIfNoDocument(const std::string& bytes)
 {

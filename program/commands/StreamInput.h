@@ -8,6 +8,11 @@
 #include <string>
 #include <string_view>
 
+// Whether the bytes look like a document. It begins with markup, after a byte order mark and white
+// space, if any; unless it begins with "<?xml", it must not hold control codes. One in UTF-16
+// begins with its byte order mark or with "<" in two bytes.
+bool isDocument(std::string_view bytes);
+
 // Says on the standard error if the bytes, which are no whole document, are no text either.
 void tellIfNoDocument(const std::string& bytes);
 

@@ -15,8 +15,7 @@ constexpr GlyphRow kGlyphs[] = {
 };
 static_assert(std::ranges::is_sorted(kGlyphs, {}, &GlyphRow::character));
 
-constexpr DotMatrix kBox = {0,    0,    0x7E, 0x42, 0x42, 0x42, 0x42,
-                            0x42, 0x42, 0x42, 0x7E, 0,    0};
+constexpr DotMatrix kBox = {0, 0, 0x7E, 0x42, 0x42, 0x42, 0x42, 0x42, 0x42, 0x42, 0x7E, 0, 0};
 
 }  // namespace
 

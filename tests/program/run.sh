@@ -34,7 +34,7 @@ printf '<any><clear/><text>a</text></any>' >"$work/document"
 "$program" render "$work/document" --hex >"$work/hex"
 
 status 0 --help
-for command in render explain preview lint which check new-profile emulate; do
+for command in render send explain preview lint which check new-profile emulate; do
     status 0 "$command" --help
     grep -q -- '--device' "$work/out" || fail "no help for $command on the standard output"
 done
