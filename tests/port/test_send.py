@@ -290,8 +290,8 @@ def test_in_use(port, stream):
         (None, (), "No such file or directory"),
         ("", (), "is empty"),
         ("\x1b@", (), "--stream sends bytes as they are"),
-        (LOSSY, ("--strict",), "wrong has findings, and --strict allows none"),
-        (LOSSY, ("--strict", "--quiet"), "wrong has findings, and --strict allows none"),
+        (LOSSY, ("--strict",), "wrong has an error or warning, and --strict allows none"),
+        (LOSSY, ("--strict", "--quiet"), "wrong has an error or warning, and --strict allows none"),
     ],
 )
 def test_wrong_document_sends_nothing(port, tmp_path, document, options, words):
