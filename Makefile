@@ -48,7 +48,7 @@ check-style:
 	@shellcheck --shell=bash --severity=warning program/completion.bash
 	@test -e build/clang/build.ninja || cmake --preset clang >build/clang.log || { cat build/clang.log; exit 1; }
 	@cmake --build build/clang --target glyphs
-	@git ls-files '*.cpp' | grep -E '^(base|converter|engine|tags|binding|program)/' | \
+	@git ls-files '*.cpp' | grep -E '^(base|converter|engine|tags|binding|program|tests)/' | \
 	    xargs -P2 -n4 clang-tidy-16 -p build/clang --quiet
 
 # Measures the lines and branches that the tests reach; see docs/coverage.md.

@@ -21,8 +21,9 @@ int main(int argc, char** argv)
         std::ifstream file(input, std::ios::binary);
         const std::string text(std::istreambuf_iterator<char>(file), {});
         LLVMFuzzerTestOneInput(reinterpret_cast<const std::uint8_t*>(text.data()), text.size());
-        if (file.bad())
+        if (file.bad()) {
             return 1;
+        }
     }
     return inputs.empty() ? 1 : 0;
 }

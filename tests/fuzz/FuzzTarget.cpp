@@ -40,8 +40,9 @@ std::uint8_t InputReader::byte()
 std::uint32_t InputReader::number()
 {
     std::uint32_t value = 0;
-    for (int shift = 0; shift < 32; shift += 8)
+    for (int shift = 0; shift < 32; shift += 8) {
         value |= static_cast<std::uint32_t>(byte()) << shift;
+    }
     return value;
 }
 
@@ -69,8 +70,9 @@ void checkProfile(const std::u32string& text, std::size_t blockSize)
         return;
     }
     const ConverterHandle second;
-    if (second == RUVO_NO_FREE_HANDLE)  // "MaximumHandle" is 1
+    if (second == RUVO_NO_FREE_HANDLE) {  // "MaximumHandle" is 1
         return;
+    }
     EXPECT_EQ(RUVO_OK, RuvoSetEncodeType(first, RUVO_UTF8));
     EXPECT_EQ(RUVO_OK, RuvoSetEncodeType(second, RUVO_UTF16_BIG_ENDIAN));
     std::string narrow = utf8(text);

@@ -52,10 +52,11 @@ void feedText(Pair& pair, InputReader& input)
     std::u32string text;
     for (int count = input.byte(); count > 0; --count) {
         char32_t character = input.byte();
-        if (character >= 0x80 + listed.size())
+        if (character >= 0x80 + listed.size()) {
             character = input.number() % 0x110000;
-        else if (character >= 0x80)
+        } else if (character >= 0x80) {
             character = listed[character - 0x80];
+        }
         text += character >= 0xD800 && character <= 0xDFFF ? U'?' : character;
     }
     const bool bigEndian = text.size() % 2 == 0;
@@ -107,8 +108,9 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     pair.feed("A", "A");
     retrieve(pair, input);
     pair.setPage(-1);
-    while (!input.atEnd())
+    while (!input.atEnd()) {
         calls[input.byte() % std::size(calls)](pair, input);
+    }
     retrieve(pair, input);
     return 0;
 }

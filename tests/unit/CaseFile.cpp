@@ -16,16 +16,19 @@ std::vector<Case> readCases(const std::string& fileName)
     std::string fault;  // that the case which begins here catches
     int number = 0;
     const auto require = [&](bool condition, const char* message) {
-        if (!condition)
+        if (!condition) {
             throw std::runtime_error(fileName + ":" + std::to_string(number) + ": " + message);
+        }
     };
 
     for (std::string line; std::getline(file, line);) {
         ++number;
-        if (line.starts_with(catches))
+        if (line.starts_with(catches)) {
             fault = line.substr(catches.size());
-        if (line.empty() || line.front() == '#')
+        }
+        if (line.empty() || line.front() == '#') {
             continue;
+        }
         const std::size_t blank = line.find(' ');
         const std::string keyword = line.substr(0, blank);
         const std::size_t first = line.find_first_not_of(' ', blank);
@@ -53,11 +56,13 @@ std::string expandText(std::string_view text)
         const std::size_t brace = std::min(text.find('{'), text.size());
         expanded += text.substr(0, brace);
         text.remove_prefix(brace);
-        if (text.empty())
+        if (text.empty()) {
             break;
+        }
         const std::size_t end = text.find('}');
-        if (end == std::string_view::npos || end == 1)
+        if (end == std::string_view::npos || end == 1) {
             throw std::invalid_argument("not of the form {E4 00} or {A*300}");
+        }
         const std::string_view inside = text.substr(1, end - 1);
         const std::size_t star = inside.rfind('*');
         expanded += star == std::string_view::npos

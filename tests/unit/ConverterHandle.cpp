@@ -25,11 +25,13 @@ std::vector<std::pair<std::size_t, std::string>> switchesOf(const std::string& s
 {
     std::vector<std::pair<std::size_t, std::string>> switches;
     for (std::size_t i = 0; i < stream.size(); i += 5) {
-        if (i % blockSize + 5 > blockSize)
+        if (i % blockSize + 5 > blockSize) {
             i += blockSize - i % blockSize;
+        }
         std::size_t position = 0;
-        for (std::size_t k = 4; k > 0; --k)
+        for (std::size_t k = 4; k > 0; --k) {
             position = position << 8 | static_cast<unsigned char>(stream[i + k - 1]);
+        }
         switches.push_back({position, {0x1B, command, stream[i + 4]}});
     }
     return switches;
@@ -104,8 +106,9 @@ std::string mergedSlowly(const RawStreams& raw, std::size_t blockSize)
     auto table = tables.begin();
     auto set = sets.begin();
     const auto take = [&](auto& next, const auto& list, std::size_t position) {
-        if (next != list.end() && next->first == position)
+        if (next != list.end() && next->first == position) {
             merged += next++->second;
+        }
     };
     for (std::size_t k = 0; k < raw.characters.size(); ++k) {
         take(table, tables, k);
@@ -123,8 +126,9 @@ std::string utf8(const std::u32string& text)
         const int more = c < 0x80 ? 0 : c < 0x800 ? 1 : c < 0x10000 ? 2 : 3;
         static constexpr char32_t leads[] = {0x00, 0xC0, 0xE0, 0xF0};
         bytes.push_back(static_cast<char>(leads[more] | c >> 6 * more));
-        for (int i = more - 1; i >= 0; --i)
+        for (int i = more - 1; i >= 0; --i) {
             bytes.push_back(static_cast<char>(0x80 | (c >> 6 * i & 0x3F)));
+        }
     }
     return bytes;
 }
@@ -136,8 +140,9 @@ std::string utf16BigEndian(const std::u32string& text)
         bytes += {static_cast<char>(unit >> 8 & 0xFF), static_cast<char>(unit & 0xFF)};
     };
     for (const char32_t c : text) {
-        if (c >= 0x10000)
+        if (c >= 0x10000) {
             put(0xD800 + ((c - 0x10000) >> 10));
+        }
         put(c < 0x10000 ? c : 0xDC00 + (c & 0x3FF));
     }
     return bytes;
@@ -146,7 +151,8 @@ std::string utf16BigEndian(const std::u32string& text)
 std::string utf16LittleEndian(const std::u32string& text)
 {
     std::string bytes = utf16BigEndian(text);
-    for (std::size_t i = 0; i + 1 < bytes.size(); i += 2)
+    for (std::size_t i = 0; i + 1 < bytes.size(); i += 2) {
         std::swap(bytes[i], bytes[i + 1]);
+    }
     return bytes;
 }

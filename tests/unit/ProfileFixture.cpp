@@ -26,39 +26,45 @@ unsigned long hexadecimal(const std::string& digits)
 std::string section(const std::string& name, const Profile::Keys& keys)
 {
     std::string text = "[" + name + "]\r\n";
-    for (const auto& [key, value] : keys)
+    for (const auto& [key, value] : keys) {
         text += key + "=" + value + "\r\n";
+    }
     return text;
 }
 
 void writeLines(const std::filesystem::path& path, const Profile::Lines& lines)
 {
     std::ofstream file(path, std::ios::binary);
-    for (const std::string& line : lines)
+    for (const std::string& line : lines) {
         file << line << "\r\n";
-    if (!file.flush())
+    }
+    if (!file.flush()) {
         throw std::runtime_error("cannot write " + path.string());
+    }
 }
 
 // The lines of the database, and a line for each other character of the tables and sets.
 Profile::Lines allCharacters(const Profile& profile)
 {
     std::multimap<unsigned long, std::string> characters;
-    for (const std::string& line : profile.database)
+    for (const std::string& line : profile.database) {
         characters.emplace(hexadecimal(line), line);
+    }
     for (const auto* list : {&profile.tables, &profile.sets}) {
         for (const Profile::Table& table : *list) {
             for (const std::string& line : table.lines) {
                 const unsigned long codePoint = hexadecimal(line.substr(5));
-                if (!characters.contains(codePoint))
+                if (!characters.contains(codePoint)) {
                     characters.emplace(codePoint,
                                        Profile::character(static_cast<char32_t>(codePoint)));
+                }
             }
         }
     }
     Profile::Lines lines;
-    for (const auto& [codePoint, line] : characters)
+    for (const auto& [codePoint, line] : characters) {
         lines.push_back(line);
+    }
     return lines;
 }
 
@@ -67,8 +73,9 @@ Profile::Lines allCharacters(const Profile& profile)
 void Profile::set(const std::string& name, const std::string& value)
 {
     for (Keys* keys : {&settings, &log, &common}) {
-        if (keys->contains(name) || keys == &common)
+        if (keys->contains(name) || keys == &common) {
             return void(keys->at(name) = value);
+        }
     }
 }
 
@@ -78,19 +85,22 @@ bool Profile::define(const std::string& keyword, const std::string& value)
     for (std::string part, word; std::getline(parts, part, '|');) {
         std::istringstream words(part);
         if (keyword == "key") {
-            while (words >> word)
+            while (words >> word) {
                 set(word.substr(0, word.find('=')), word.substr(word.find('=') + 1));
+            }
         } else if (keyword == "table" || keyword == "set") {
             Table table{};
             words >> table.commandParam;
-            if (keyword == "table")
+            if (keyword == "table") {
                 words >> table.codePage;
+            }
             while (words >> word) {
                 const std::size_t equal = word.find('=');
                 const unsigned long last = hexadecimal(word.substr(equal - 2));
                 unsigned long codePoint = hexadecimal(word.substr(equal + 1));
-                for (unsigned long byte = hexadecimal(word); byte <= last; ++byte)
+                for (unsigned long byte = hexadecimal(word); byte <= last; ++byte) {
                     table.lines.push_back(printed("0x%02lX\t0x%04lX\t#", byte, codePoint++));
+                }
             }
             (keyword == "table" ? tables : sets).push_back(table);
         } else if (keyword == "char") {
@@ -120,8 +130,9 @@ void Profile::write(const std::filesystem::path& directory) const
             const std::string number = std::to_string(i + 1);
             Keys values = {{keys + "Param", std::to_string(list[i].commandParam)},
                            {name + "FileName", file + number + ".txt"}};
-            if (name == "Table")
+            if (name == "Table") {
                 values["CodePage"] = std::to_string(list[i].codePage);
+            }
             device += section(name + number, values);
             writeLines(directory / (file + number + ".txt"), list[i].lines);
         }

@@ -12,8 +12,9 @@ void writeFile(const std::string& name, const std::string& bytes)
 std::pair<std::string, std::string> halves(const std::string& text, const std::string& separator)
 {
     const std::size_t position = text.find(separator);
-    if (position == std::string::npos)
+    if (position == std::string::npos) {
         throw std::invalid_argument("no \"" + separator + "\" in \"" + text + "\"");
+    }
     return {text.substr(0, position), text.substr(position + separator.size())};
 }
 
@@ -22,8 +23,9 @@ ProfileText ProfileText::base()
     ProfileText profile;
     const Case first = readCases("profile_files.txt").front();
     for (const CaseLine& line : first.lines) {
-        if (line.keyword == "in")
+        if (line.keyword == "in") {
             break;
+        }
         profile.define(line);
     }
     return profile;
@@ -32,14 +34,15 @@ ProfileText ProfileText::base()
 void ProfileText::define(const CaseLine& line)
 {
     const auto [name, text] = halves(line.value, " ");
-    if (line.keyword == "name")
+    if (line.keyword == "name") {
         m_names[name] = lines(text);
-    else if (line.keyword == "file")
+    } else if (line.keyword == "file") {
         m_files[expandText(name)] = lines(text);
-    else if (line.keyword == "with")
+    } else if (line.keyword == "with") {
         m_files[name] = withKey(name, text);
-    else
+    } else {
         throw std::invalid_argument("no keyword " + line.keyword);
+    }
 }
 
 ProfileText::Lines ProfileText::lines(const std::string& text) const
@@ -48,10 +51,11 @@ ProfileText::Lines ProfileText::lines(const std::string& text) const
     for (std::size_t begin = 0; begin < text.size();) {
         const std::size_t end = std::min(text.find(" | ", begin), text.size());
         const std::string line = text.substr(begin, end - begin);
-        if (line.starts_with('@'))
+        if (line.starts_with('@')) {
             result.insert(result.end(), m_names.at(line).begin(), m_names.at(line).end());
-        else
+        } else {
             result.push_back(line);
+        }
         begin = end + 3;
     }
     return result;
@@ -64,8 +68,9 @@ ProfileText::Lines ProfileText::withKey(const std::string& name, const std::stri
         return old.find('=') != std::string::npos &&
                newLine.starts_with(old.substr(0, old.find('=')));
     });
-    if (line == text.end())
+    if (line == text.end()) {
         throw std::invalid_argument("no key for " + newLine);
+    }
     *line = newLine;
     return text;
 }
@@ -84,6 +89,7 @@ std::string ProfileText::bytes(const Lines& lines)
 
 void ProfileText::write() const
 {
-    for (const auto& [name, text] : m_files)
+    for (const auto& [name, text] : m_files) {
         writeFile(name, bytes(text));
+    }
 }

@@ -25,11 +25,13 @@ TEST_F(Conversion, Rows)
         Profile profile;
         std::vector<CaseLine> calls;
         for (const CaseLine& line : row.lines) {
-            if (!profile.define(line.keyword, line.value))
+            if (!profile.define(line.keyword, line.value)) {
                 calls.push_back(line);
+            }
         }
-        if (profile.sets.empty())
+        if (profile.sets.empty()) {
             profile.define("set", "1");
+        }
         profile.write(".");
         const ConverterHandle handle;
         ASSERT_GT(handle, 0) << row.name;
@@ -56,11 +58,13 @@ TEST_F(Conversion, Rows)
                     EXPECT_TRUE(sameBytes(fromHex(bytes), *stream));
                 }
             } else if (line.keyword == "encode") {
-                for (words >> status; words >> number;)
+                for (words >> status; words >> number;) {
                     EXPECT_EQ(status, RuvoSetEncodeType(handle, static_cast<short>(number)));
+                }
             } else if (line.keyword == "target") {
-                for (words >> status; words >> number;)
+                for (words >> status; words >> number;) {
                     EXPECT_EQ(status, RuvoSetTargetCodePage(handle, number));
+                }
             } else {
                 ADD_FAILURE() << "unknown keyword " << line.keyword;
             }
@@ -79,10 +83,12 @@ std::u32string randomText(std::mt19937& random)
     std::u32string text;
     const std::size_t length = random() % 400;
     while (text.size() < length) {
-        if (random() % 3 != 0)
+        if (random() % 3 != 0) {
             text.append(random() % 90, static_cast<char32_t>('A' + random() % 26));
-        for (std::size_t i = random() % 6; i > 0; --i)
+        }
+        for (std::size_t i = random() % 6; i > 0; --i) {
             text.push_back(rare[random() % rare.size()]);
+        }
     }
     return text;
 }
@@ -110,14 +116,16 @@ TEST_F(Conversion, LawsForRandomTexts)
             const short encodeType =
                 round % 2 == 0 ? RUVO_UTF16_BIG_ENDIAN : RUVO_UTF16_LITTLE_ENDIAN;
             ASSERT_EQ(RUVO_OK, RuvoSetEncodeType(second, encodeType));
-            for (const short handle : {short{first}, short{second}})
+            for (const short handle : {short{first}, short{second}}) {
                 ASSERT_EQ(RUVO_OK, RuvoSetTargetCodePage(handle, round % 3 == 0 ? 850 : -1));
+            }
 
             std::string front = utf8(text.substr(0, half));
             std::string back = utf8(text.substr(half));
             short status = half > 0 ? first.setData(front) : short{RUVO_OK};
-            if (status == RUVO_OK)
+            if (status == RUVO_OK) {
                 status = first.setData(back);
+            }
             std::string whole = encodeType == RUVO_UTF16_BIG_ENDIAN ? utf16BigEndian(text)
                                                                     : utf16LittleEndian(text);
             ASSERT_EQ(status, second.setData(whole));
@@ -154,8 +162,9 @@ TEST_F(Conversion, InputAtTheLimits)
         ASSERT_EQ(RUVO_OK, RuvoSetEncodeType(handle, row.encodeType));
         std::string text(row.length, 'a');
         if (row.encodeType != RUVO_UTF8) {
-            for (std::size_t i = 0; i < text.size(); i += 2)
+            for (std::size_t i = 0; i < text.size(); i += 2) {
                 text[i] = 0;
+            }
         }
         EXPECT_EQ(row.status, handle.setData(text));
         EXPECT_EQ(3 + row.characters, handle.output().size());
@@ -168,10 +177,12 @@ TEST_F(Conversion, ATextWithoutMemoryLeavesTheHandleUsable)
     // Characters of every table and set, with more switches than memory is kept for; then a million
     // marks.
     std::u32string text;
-    for (int i = 0; i < 20000; ++i)
+    for (int i = 0; i < 20000; ++i) {
         text += U"a\u0301 A\u3041\u00A5";
-    for (int i = 0; i < 400000; ++i)
+    }
+    for (int i = 0; i < 400000; ++i) {
         text += U"\u0301\u0323";
+    }
     int failures = 0;
     const ConverterHandle warmUp;  // the first open of a process makes an array that stays
     for (bool failed = true; failed; ++failures) {
@@ -222,8 +233,9 @@ TEST_F(Conversion, LongWaysAndCirclesInALargeDatabase)
     const ConverterHandle handle;
     ASSERT_GT(handle, 0);
     std::u32string text;
-    for (char32_t i = 0; i < 1000000; i += 4)
+    for (char32_t i = 0; i < 1000000; i += 4) {
         text += {0x1000, first + i % 19999, first + i / 4 % count, 'a'};
+    }
     std::string bytes = utf8(text);
     EXPECT_EQ(RUVO_OK, handle.setData(bytes));
     const std::string output = handle.output();

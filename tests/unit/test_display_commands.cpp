@@ -27,8 +27,9 @@ std::vector<std::string> linesOf(const std::string& text)
 {
     std::vector<std::string> lines;
     std::istringstream stream(text);
-    for (std::string line; std::getline(stream, line);)
+    for (std::string line; std::getline(stream, line);) {
         lines.push_back(line);
+    }
     return lines;
 }
 
@@ -70,8 +71,9 @@ protected:
         DisplayTrace trace;
         display.run(byteSpan(stream), &trace);
         ignored.clear();
-        for (const DisplayTrace::Ignored& command : trace.ignored)
+        for (const DisplayTrace::Ignored& command : trace.ignored) {
             ignored.push_back(command.offset);
+        }
         EXPECT_EQ(ignored.size(), display.ignored().count);
         return display.stillScreen("12:34");
     }
@@ -186,36 +188,44 @@ TEST_F(DisplayCommands, CasesOfTheFile)
                 const auto come = [&](Milliseconds time, const std::string& bytes) {
                     display.advance(time);
                     reader.feed(byteSpan(bytes));
-                    for (StreamItem item; reader.next(item);)
+                    for (StreamItem item; reader.next(item);) {
                         display.take(item);
+                    }
                 };
                 come(0, stream);
-                for (const auto& [time, bytes] : later)
+                for (const auto& [time, bytes] : later) {
                     come(time, bytes);
+                }
                 display.advance(*at);
                 screen = display.screen("12:34");
             }
             for (const std::string& line :
-                 linesOf(drawText(screen, Highlight::none, Frame::lines, origin)))
-                if (!line.starts_with("┌") && !line.starts_with("└"))
+                 linesOf(drawText(screen, Highlight::none, Frame::lines, origin))) {
+                if (!line.starts_with("┌") && !line.starts_with("└")) {
                     drawn += line + "\n";
-            for (const std::size_t offset : ignored)
+                }
+            }
+            for (const std::size_t offset : ignored) {
                 drawn += (offset == ignored.front() ? "ignored: " : ", ") + std::to_string(offset) +
                          (offset == ignored.back() ? "\n" : "");
+            }
             EXPECT_EQ(rows, drawn) << stream;
             std::istringstream point(points);
             for (unsigned x = 0, y = 0, colour = 0;
-                 point >> x >> y >> std::hex >> colour >> std::dec;)
+                 point >> x >> y >> std::hex >> colour >> std::dec;) {
                 for (unsigned actual =
                          pixelsOf(drawPng(screen))
                              .at(y * 6U * (19U + 9U * static_cast<unsigned>(size.columns)) + x);
-                     actual != colour; actual >>= 8, colour >>= 8)
+                     actual != colour; actual >>= 8, colour >>= 8) {
                     EXPECT_NEAR(colour & 0xFF, actual & 0xFF, 4) << x << ' ' << y;
+                }
+            }
         };
         for (const auto& [number, keyword, value] : row.lines) {
             if (keyword == "stream") {
-                if (!stream.empty())
+                if (!stream.empty()) {
                     check();
+                }
                 stream = expandText(value);
                 explanation = rows = points = "";
                 later.clear();
@@ -224,8 +234,9 @@ TEST_F(DisplayCommands, CasesOfTheFile)
                 const std::size_t blank = value.find(' ');
                 later.emplace_back(std::stoll(value), expandText(value.substr(blank + 1)));
             } else if (keyword == "at") {
-                if (!rows.empty())
+                if (!rows.empty()) {
                     check();
+                }
                 rows = "";
                 at = std::stoll(value);
             } else if (keyword == "explain") {
@@ -256,8 +267,9 @@ TEST_F(DisplayCommands, AnyStreamIsExplainedAndDrawn)
         ASSERT_EQ(static_cast<std::size_t>(size.columns * size.lines), screen.cells.size());
         ASSERT_LE(size.lines + 2,
                   std::ssize(linesOf(drawText(screen, Highlight::sgr, Frame::ascii, 1))));
-        if (i % 100 == 0)
+        if (i % 100 == 0) {
             expectLitDots(screen);
+        }
         ASSERT_FALSE(HasFailure()) << toHex(stream);
     }
 }
@@ -317,8 +329,9 @@ TEST_F(DisplayCommands, LongRunsAreExplainedInParts)
     PieceReader reader;
     for (const char byte : stream) {
         reader.feed(byteSpan({&byte, 1}));
-        for (StreamItem item; reader.next(item);)
+        for (StreamItem item; reader.next(item);) {
             explanation.take(item);
+        }
         ASSERT_EQ(0U, reader.waiting());
     }
     explanation.flush();
@@ -358,9 +371,12 @@ TEST_F(DisplayCommands, ExplanationGivesTheTextOfADocumentBack)
                                      "</text><marquee uwait=\"1\" rwait=\"1\">" + text +
                                      "</marquee></a>";
         std::string quoted;
-        for (const std::string& line : linesOf(explained(renderDocument(document, profile).bytes)))
-            if (const std::size_t quote = line.find('"'); quote != std::string::npos)
+        for (const std::string& line :
+             linesOf(explained(renderDocument(document, profile).bytes))) {
+            if (const std::size_t quote = line.find('"'); quote != std::string::npos) {
                 quoted += line.substr(quote + 1, line.rfind('"') - quote - 1);
+            }
+        }
         EXPECT_EQ(text + text, quoted);
     }
 }
@@ -371,15 +387,17 @@ TEST(HexText, ReadsWhatItWritesAndPlainPairs)
     std::mt19937 random(7);
     for (std::size_t length = 0; length < 80; ++length) {
         std::string bytes;
-        while (bytes.size() < length)
+        while (bytes.size() < length) {
             bytes += static_cast<char>(random() % 256);
+        }
         EXPECT_TRUE(sameBytes(bytes, bytesOfHexText(hexDump(bytes))));
         EXPECT_TRUE(sameBytes(bytes, bytesOfHexText(toHex(bytes))));
         EXPECT_EQ(length != 0, isHexText(hexDump(bytes)));
     }
     EXPECT_TRUE(sameBytes(fromHex("1B 74 00 41"), bytesOfHexText(" 1b740041\r\n")));
-    for (const char* const text : {"1B 7", "1B 7 4", "text", "0x41", "", "  "})
+    for (const char* const text : {"1B 7", "1B 7 4", "text", "0x41", "", "  "}) {
         EXPECT_FALSE(isHexText(text)) << text;
+    }
 }
 
 // catches: an offset or a character taken for bytes, a repeated line lost, one radix only; dumps of
@@ -399,8 +417,9 @@ TEST(HexText, ReadsDumpsOfOtherPrograms)
         "00000020: 2020 2020 2020 2020 2020 2020 2020 2020                  \n"
         "00000030: 3166                                     1f\n",
     };
-    for (const char* const dump : dumps)
+    for (const char* const dump : dumps) {
         EXPECT_TRUE(sameBytes(stream, bytesOfHexText(dump))) << dump;
+    }
     // Octal, as only a decimal offset could be that far from a whole line.
     EXPECT_EQ(
         std::string(80, ' '),
@@ -408,8 +427,9 @@ TEST(HexText, ReadsDumpsOfOtherPrograms)
     for (const char* const dump :
          {"00000000  1B 40\n00000003  0C\n", "00000000  1B 4\n", "0000000 401b 000c\n",
           "*\n00000010  0C\n", "00000000 0C\n*\nFFFFFFFFFFFFFFFF\n", "00000000  0C\n*\n",
-          "00000000: 4845 4c4c  LLEH\n", "0000000  12  72  69\n", "0000000 20\n*\n0000100\n"})
+          "00000000: 4845 4c4c  LLEH\n", "0000000  12  72  69\n", "0000000 20\n*\n0000100\n"}) {
         EXPECT_FALSE(isHexText(dump)) << dump;
+    }
 }
 
 }  // namespace

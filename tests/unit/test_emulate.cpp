@@ -54,8 +54,9 @@ TEST(Window, ArrangesWhatThereIsRoomFor)
     EXPECT_EQ((Lines{"title", "+--+", "|ab|", "+--+", "set 1", "set 2", "1", "2", "3", "44444444",
                      "", "counters"}),
               lines(80, 12));
-    for (const Lines& small : {lines(3, 9), lines(30, 3)})
+    for (const Lines& small : {lines(3, 9), lines(30, 3)}) {
         EXPECT_TRUE(small[0].starts_with("too")) << small[0];
+    }
     EXPECT_EQ(1U, lines(30, 1).size());
     EXPECT_EQ("a\u20AC", clipped("a\u20AC\u20ACb", 2));
 }

@@ -71,10 +71,12 @@ TEST_F(Engine, Documents)
                 lines += expandText(value) + "\n";
             } else {
                 std::string document = std::exchange(lines, "") + expandText(value.substr(0, end));
-                if (document.ends_with(' '))
+                if (document.ends_with(' ')) {
                     document.pop_back();
-                if (keyword == "elements")
+                }
+                if (keyword == "elements") {
                     document = "<any>" + document + "</any>";
+                }
                 steps.push_back({number, document, fromHex(value.substr(end + 1))});
             }
         }

@@ -77,8 +77,9 @@ TEST_F(EngineMemory, AParseThatFailsGivesWholeCommandsAndLeavesNoText)
     EXPECT_TRUE(results.contains(""));
     // The converter's own failures are rejected texts.
     const std::set<std::string> allowed = {"", text, text + shown, whole, text + marquee};
-    for (const std::string& result : results)
+    for (const std::string& result : results) {
         EXPECT_TRUE(allowed.contains(result)) << toHex(result);
+    }
 }
 
 // catches: the beginning of a text left on the handle where the converter stopped for memory

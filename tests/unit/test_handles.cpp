@@ -122,8 +122,9 @@ TEST_F(Handles, EveryFunctionRefusesWhatIsNoHandle)
         }};
     const auto expectRefused = [&](std::initializer_list<int> handles) {
         for (std::size_t i = 0; i < functions.size(); ++i) {
-            for (const int handle : handles)
+            for (const int handle : handles) {
                 EXPECT_EQ(-10, functions[i](static_cast<short>(handle))) << i << ": " << handle;
+            }
         }
     };
     expectRefused({SHRT_MIN, -1, 0, 1, 2, SHRT_MAX});  // before the first open
@@ -171,14 +172,17 @@ TEST_F(Handles, ArgumentsAreCheckedBeforeAnythingIsDone)
         EXPECT_EQ(i == 2 ? 0 : -40, get()) << "no room " << i;
     }
 
-    for (const int type : {4, -1, 255, 256, SHRT_MIN, SHRT_MAX, 0, 1, 2, 3})
+    for (const int type : {4, -1, 255, 256, SHRT_MIN, SHRT_MAX, 0, 1, 2, 3}) {
         EXPECT_EQ(type < 0 || type > 3 ? -20 : 0, RuvoSetEncodeType(1, static_cast<short>(type)));
+    }
     expectShown("1B 74 00 41", 1, "A");
-    for (const long page : {-1l, 437l, 850l, 866l})
+    for (const long page : {-1l, 437l, 850l, 866l}) {
         EXPECT_EQ(0, RuvoSetTargetCodePage(1, page)) << page;
+    }
     for (const long page :
-         {0l, 1l, -2l, 65535l, 65536l + 437, -65536l + 437, (1l << 32) + 437, LONG_MIN, LONG_MAX})
+         {0l, 1l, -2l, 65535l, 65536l + 437, -65536l + 437, (1l << 32) + 437, LONG_MIN, LONG_MAX}) {
         EXPECT_EQ(-20, RuvoSetTargetCodePage(1, page)) << page;
+    }
     expectShown("1B 74 11 3F", 1, "A");  // 866 is still the target
     EXPECT_EQ(2, open());
 }
@@ -186,8 +190,9 @@ TEST_F(Handles, ArgumentsAreCheckedBeforeAnythingIsDone)
 TEST_F(Handles, NamesKeepTheirPrintableBytes)
 {
     const std::string longest(127, 'n');
-    for (const std::string& name : {std::string("abc"), longest, std::string(" ~\x7F")})
+    for (const std::string& name : {std::string("abc"), longest, std::string(" ~\x7F")}) {
         fs::copy_file("DEVICE", name);
+    }
     struct Row {
         const char* about;
         std::string device, id;
@@ -218,8 +223,9 @@ TEST_F(Handles, AFailedOpenLeavesNothingButTheArray)
     fs::remove("table2.txt");
     EXPECT_EQ(-300, open());  // the array has 3 handles now
     setMaximum(9);
-    for (const int handle : {1, 2, 3})
+    for (const int handle : {1, 2, 3}) {
         EXPECT_EQ(handle, open());
+    }
     const long before = liveAllocations();
     EXPECT_EQ(-50, open());
     EXPECT_EQ(before, liveAllocations()) << "no free slot";
@@ -248,10 +254,11 @@ TEST_F(Handles, AnOpenWithoutMemoryFailsWhereverItRunsOut)
             failed = failure.happened();
         }
         ASSERT_EQ(failed ? -60 : 1, status);
-        if (failed)
+        if (failed) {
             EXPECT_EQ(before + FreshHandleTable::hasArray(), liveAllocations());
-        else
+        } else {
             EXPECT_EQ(0, RuvoCloseHandle(1));
+        }
         const short next = open();
         ASSERT_EQ(failed ? 1 : 2, next);
         expectShown("1B 74 00 41 1B 74 02 84", next, "A\xC3\xA4");
@@ -279,8 +286,9 @@ TEST_F(Handles, EachKeepsToItsProfile)
     }
     EXPECT_EQ(-50, open());
     std::vector<unsigned char> text(5 * (count + 1), 'a');
-    for (short handle = 1; handle <= count; ++handle)
+    for (short handle = 1; handle <= count; ++handle) {
         EXPECT_EQ(handle < count ? -510 : 0, RuvoSetData(handle, text.data(), text.size()));
+    }
     for (short handle = 1; handle <= count; ++handle) {
         std::vector<unsigned char> out(text.size() + 3);
         unsigned long length = out.size();

@@ -81,8 +81,9 @@ private:
 std::string numbered(const std::string& before, std::size_t count, const std::string& after)
 {
     std::string result;
-    for (std::size_t i = 0; i < count; ++i)
+    for (std::size_t i = 0; i < count; ++i) {
         result += before + std::to_string(i) + after;
+    }
     return result;
 }
 
@@ -118,13 +119,15 @@ TEST_F(HostileDocuments, EveryBeginningInEveryEncodingGivesWholeCommands)
         "\xFE\xFF" + encoded(declaration("UTF-16") + valid_, "UTF-16BE"),
         encoded(declaration("UTF-16") + valid_, "UTF-16LE"), encoded(valid_, "UTF-16")};
     for (const char* encoding :
-         {"UCS-4", "ISO-8859-15", "Shift_JIS", "ISO-2022-JP", "GB18030", "IBM037"})
+         {"UCS-4", "ISO-8859-15", "Shift_JIS", "ISO-2022-JP", "GB18030", "IBM037"}) {
         documents.push_back(declaredAs(encoding, valid_));
+    }
     for (const std::string& document : documents) {
         EXPECT_TRUE(sameBytes(results_.back(), parse(document)));
         std::set<std::string> results;
-        for (std::size_t length = 0; length < document.size(); ++length)
+        for (std::size_t length = 0; length < document.size(); ++length) {
             results.insert(parseDamaged(document.substr(0, length)));
+        }
         EXPECT_LT(2u, results.size()) << "hardly anything is shown of a cut document";
     }
 }
@@ -133,8 +136,9 @@ TEST_F(HostileDocuments, EveryBeginningInEveryEncodingGivesWholeCommands)
 TEST_F(HostileDocuments, DamageAndWrongDeclarationsGiveWholeCommands)
 {
     for (std::size_t at = 0; at <= valid_.size(); ++at) {
-        for (const char byte : {'\0', '\x01', '\xFF'})
+        for (const char byte : {'\0', '\x01', '\xFF'}) {
             parseDamaged(std::string(valid_).insert(at, 1, byte));
+        }
     }
     for (const char* encoding : {"UTF-16", "UTF-16LE", "UCS-4", "EBCDIC-US", "ISO-2022-JP", "UTF-7",
                                  "x-unknown", "", "\xE4", "UTF-8' version='1.0"}) {
@@ -147,9 +151,10 @@ TEST_F(HostileDocuments, DamageAndWrongDeclarationsGiveWholeCommands)
 std::string entities(const std::string& kind, const std::string& first, int levels)
 {
     std::string text = "<!ENTITY " + kind + "e0 \"" + first + "\">";
-    for (int i = 1; i < levels; ++i)
+    for (int i = 1; i < levels; ++i) {
         text += "<!ENTITY " + kind + "e" + std::to_string(i) + " '" +
                 repeated((kind.empty() ? "&e" : "&#37;e") + std::to_string(i - 1) + ";", 3) + "'>";
+    }
     return text;
 }
 
@@ -205,8 +210,9 @@ TEST_F(HostileDocuments, LongDocumentsGiveTheSameInEveryEncoding)
                              repeated("\u3047", 12000) + "'/>";
     const std::string expected = repeated(fromHex("1F 72 00 1B 74 00 3F 3F 3F"), 2000);
     for (const char* encoding :
-         {"UTF-16", "Shift_JIS", "EUC-JP", "GB18030", "ISO-2022-JP", "UTF-7"})
+         {"UTF-16", "Shift_JIS", "EUC-JP", "GB18030", "ISO-2022-JP", "UTF-7"}) {
         EXPECT_TRUE(sameBytes("\f" + expected + "\f", parse(declaredAs(encoding, between(text)))));
+    }
 }
 
 // Without the limits of engine/MarkupLimits.h and DocumentSource.h some of these take hours.

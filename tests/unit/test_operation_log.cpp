@@ -42,8 +42,9 @@ Lines lines(const fs::path& path)
 {
     std::ifstream file(path, std::ios::binary);
     Lines result;
-    for (std::string line; std::getline(file, line);)
+    for (std::string line; std::getline(file, line);) {
         result.push_back(line);
+    }
     return result;
 }
 
@@ -64,8 +65,9 @@ std::string pointer(const void* value)
 Lines dump(std::size_t size)
 {
     Lines result;
-    for (std::size_t i = 0; i < size; ++i)
+    for (std::size_t i = 0; i < size; ++i) {
         i % 16 == 0 ? result.push_back("41") : void(result.back() += " 41");
+    }
     return result;
 }
 

@@ -19,9 +19,11 @@ using ProfileCheck = ProfileFixture;
 std::string said()
 {
     std::string text;
-    for (const Finding& finding : checkProfile(".", "DEVICE").findings)
-        if (finding.kind != Finding::Kind::note || !finding.place.path.ends_with("HalvoSet.txt"))
+    for (const Finding& finding : checkProfile(".", "DEVICE").findings) {
+        if (finding.kind != Finding::Kind::note || !finding.place.path.ends_with("HalvoSet.txt")) {
             text += compilerLine(finding) + "\n";
+        }
+    }
     return text;
 }
 
@@ -40,8 +42,9 @@ TEST_F(ProfileCheck, Rows)
                                                          : profile.lines(line->value)));
                 const int number = line->number;
                 std::string expected;
-                for (; line + 1 != row.lines.end() && line[1].keyword == "says"; ++line)
+                for (; line + 1 != row.lines.end() && line[1].keyword == "says"; ++line) {
                     expected += expandText(line[1].value) + "\n";
+                }
                 EXPECT_EQ(expected, said()) << "profile_check.txt:" << number;
             } else {
                 profile.define(*line);
@@ -58,8 +61,9 @@ TEST_F(ProfileCheck, ForetellsTheOpenOfADamagedProfile)
     std::mt19937 random(1);  // the same numbers on every machine
     const auto below = [&](std::size_t limit) { return random() % limit; };
     std::vector<std::string> pieces;
-    for (const auto& [name, lines] : base.files())
+    for (const auto& [name, lines] : base.files()) {
         pieces.insert(pieces.end(), lines.begin(), lines.end());
+    }
     const auto bytes = [](const char* text) {
         return reinterpret_cast<const unsigned char*>(text);
     };
@@ -74,12 +78,13 @@ TEST_F(ProfileCheck, ForetellsTheOpenOfADamagedProfile)
             for (std::size_t changes = 1 + below(3); changes > 0; --changes) {
                 const auto at =
                     lines.begin() + static_cast<std::ptrdiff_t>(below(lines.size() + 1));
-                if (below(3) == 0 && at != lines.end())
+                if (below(3) == 0 && at != lines.end()) {
                     lines.erase(at);
-                else if (below(2) == 0 && at != lines.end())
+                } else if (below(2) == 0 && at != lines.end()) {
                     at->insert(below(at->size() + 1), 1, "0x[];=#~"[below(8)]);
-                else
+                } else {
                     lines.insert(at, pieces[below(pieces.size())]);
+                }
             }
             writeFile(name, ProfileText::bytes(lines));
             damage += name + ":\n" + ProfileText::bytes(lines);

@@ -93,11 +93,12 @@ TEST_F(ProfileFiles, Rows)
                         const auto [key, bounds] = halves(text, "=");
                         const long least = std::stol(bounds);
                         const long most = std::stol(halves(bounds, "..").second);
-                        for (const long value : {least - 1, least, most, most + 1})
+                        for (const long value : {least - 1, least, most, most + 1}) {
                             EXPECT_EQ(value < least || value > most ? expected : 0,
                                       openWith(name, profile.withKey(
                                                          name, key + "=" + std::to_string(value))))
                                 << value;
+                        }
                         continue;
                     }
                     EXPECT_EQ(expected,
@@ -269,8 +270,9 @@ TEST_F(ProfileFiles, TheIDFileNamesTheModulePath)
         const int status = ruvo::Lutm_ModuleFileFullPath("root/", "NAME", path);
         EXPECT_EQ(expected, status == 0 ? path : "none") << text;
     }
-    for (const char* id : {"MISSING", "DIRECTORY", "NAME.txt/x", ""})
+    for (const char* id : {"MISSING", "DIRECTORY", "NAME.txt/x", ""}) {
         EXPECT_EQ(-1, ruvo::Lutm_ModuleFileFullPath("root/", id, path)) << id;
+    }
 }
 
 // ---- the order of equal keys
@@ -284,18 +286,23 @@ void sortStepByStep(std::vector<Entry>& list, std::size_t first, std::size_t las
     std::size_t i = first;
     std::size_t j = last;
     for (;; ++i) {
-        while (list[i].first < pivot)
+        while (list[i].first < pivot) {
             ++i;
-        while (list[j].first > pivot)
+        }
+        while (list[j].first > pivot) {
             --j;
-        if (j <= i)
+        }
+        if (j <= i) {
             break;
+        }
         std::swap(list[i], list[j--]);
     }
-    if (i > first + 1)
+    if (i > first + 1) {
         sortStepByStep(list, first, i - 1);
-    if (j + 1 < last)
+    }
+    if (j + 1 < last) {
         sortStepByStep(list, j + 1, last);
+    }
 }
 
 // catches: any other choice among equal keys, such as that of a stable sort
@@ -305,8 +312,9 @@ TEST(SortOrder, EqualKeysComeOutAsTheProcedureGivesThem)
     for (std::size_t size = 1; size <= 200; ++size) {
         for (const unsigned long range : {1ul, 2ul, 3ul, 8ul, 0xFFFFFFul}) {
             std::vector<Entry> expected;
-            while (expected.size() < size)
+            while (expected.size() < size) {
                 expected.push_back({random() % range, static_cast<int>(expected.size())});
+            }
             std::vector<Entry> sorted = expected;
             sortStepByStep(expected, 0, size - 1);
             ruvo::Lutm_BrkClsQuickSort(std::span(sorted), 0, size - 1,

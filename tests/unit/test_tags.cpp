@@ -39,8 +39,9 @@ TEST(Tags, EveryEngineSetsStylesAndColorsAgain)
     const KestrixDispEngine second;
     std::string found;
     for (const auto& map : {TagParser::styleMap, TagParser::colorMap}) {
-        for (const auto& [name, code] : map)
+        for (const auto& [name, code] : map) {
             found += name + ("=" + std::to_string(code) + " ");
+        }
     }
     EXPECT_EQ("medium=2 medium_double=5 thick=3 thick_double=6 thin=1 thin_double=4 "
               "color_1=49 color_2=50 color_3=51 color_4=52 none=48 ",
@@ -145,11 +146,13 @@ TEST(Tags, LittleEndian)
 // catches: a switch within one side, a language stored that is none, longer than 31 bytes or uncut
 TEST(Tags, LanguageSwitchesAtTheBorderOnly)
 {
-    for (const char* lang : {"ja", "JA", "jA", "ja-jp", "Ja-Jp", "ja-JP"})
+    for (const char* lang : {"ja", "JA", "jA", "ja-jp", "Ja-Jp", "ja-JP"}) {
         EXPECT_TRUE(TagParser::isLangJP(lang)) << lang;
+    }
     for (const char* lang :
-         {"", "j", "jpn", "ja_jp", "ja-jp ", "ja-", "ja-j", " ja", "jap", "j{", "en"})
+         {"", "j", "jpn", "ja_jp", "ja-jp ", "ja-", "ja-j", " ja", "jap", "j{", "en"}) {
         EXPECT_FALSE(TagParser::isLangJP(lang)) << lang;
+    }
     EXPECT_FALSE(TagParser::isLangJP(nullptr));
 
     // Each step crosses the border if it stores another language.
@@ -206,10 +209,12 @@ TEST(Tags, Utf8ToShiftJis)
 std::string attributeValue(Parameter parameter, unsigned number)
 {
     const ParameterValue* const named = findValue(parameter, static_cast<std::uint8_t>(number));
-    if (parameter < Parameter::corner)
+    if (parameter < Parameter::corner) {
         return std::to_string(parameter == Parameter::blinkSteps ? number * kBlinkStep : number);
-    if (named == nullptr || parameter == Parameter::brightness || parameter == Parameter::reverse)
+    }
+    if (named == nullptr || parameter == Parameter::brightness || parameter == Parameter::reverse) {
         return named == nullptr ? "" : std::to_string(named->number);
+    }
     std::string words(named->words);
     std::ranges::replace(words, ' ', '_');
     return words;
@@ -245,8 +250,9 @@ TEST_F(TagsReadBack, TheTableOfCommandsReadsAttributes)
                 const unsigned limit = parameter == Parameter::wait ? 0xFFFF : 0xFF;
                 std::string value;
                 unsigned number = 0;
-                for (; value.empty(); value = attributeValue(parameter, number))
+                for (; value.empty(); value = attributeValue(parameter, number)) {
                     number = static_cast<unsigned>(random()) % limit + 1;
+                }
                 element.replace(at, 1, value);
                 numbers.push_back(number);
             }
@@ -256,8 +262,9 @@ TEST_F(TagsReadBack, TheTableOfCommandsReadsAttributes)
             StreamItem item;
             ASSERT_TRUE(reader.next(item) && item.kind == StreamItem::Kind::command) << element;
             EXPECT_EQ(action, item.command->action) << element;
-            for (std::size_t i = 0; i < numbers.size(); ++i)
+            for (std::size_t i = 0; i < numbers.size(); ++i) {
                 EXPECT_EQ(numbers[i], item.parameter(first + i)) << element;
+            }
             EXPECT_FALSE(reader.next(item)) << element;
         }
     }
