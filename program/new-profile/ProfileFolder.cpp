@@ -67,7 +67,12 @@ private:
 
 void requireAbsent(const fs::path& path)
 {
-    if (fs::exists(fs::symlink_status(path))) {
+    std::error_code error;
+    const fs::file_type type = fs::symlink_status(path, error).type();
+    if (type == fs::file_type::none) {
+        fail(path, error.value());
+    }
+    if (type != fs::file_type::not_found) {
         throw std::runtime_error("cannot write " + path.string() + ": it exists");
     }
 }

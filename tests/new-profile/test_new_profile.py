@@ -217,7 +217,7 @@ def test_refusals(arguments):
         assert file.read() == "kept"
 
 
-@pytest.mark.parametrize("there", ["folder", "folder/", "file", "link", "none/made"])
+@pytest.mark.parametrize("there", ["folder", "folder/", "file", "link", "none/made", "x" * 300])
 def test_places(there):
     """Catches: a profile that is written over something, or half a profile."""
     os.mkdir("folder")
@@ -225,7 +225,7 @@ def test_places(there):
     with open("file", "w", encoding="utf-8"):
         pass
     refused = new_profile(there, *PAGE)
-    assert refused.returncode == 1 and "cannot write" in refused.stderr
+    assert refused.returncode == 1 and "kestrix-disp: cannot write" in refused.stderr
     assert sorted(os.listdir()) == ["file", "folder", "link"] and not os.listdir("folder")
 
 
