@@ -1,5 +1,6 @@
 #include "program/new-profile/Fallback.h"
 
+#include "converter/profile/HandleSettings.h"
 #include "converter/profile/TableFiles.h"
 #include "program/text/CharacterText.h"
 
@@ -486,3 +487,7 @@ void addSubstitutes(ProfilePlan& plan)
         }
     }
 }
+    if (plan.tables.size() > ruvo::kMaxTables) {
+        throw UsageError("--fallback: the tables would take " + std::to_string(plan.tables.size()) +
+                         " files, but a profile has at most " + std::to_string(ruvo::kMaxTables));
+    }
