@@ -77,6 +77,19 @@ void requireAbsent(const fs::path& path)
     }
 }
 
+// A new name may reach the disk before what it stands for: a power failure would leave empty files.
+void store(const fs::path& path, const fs::path& place)
+{
+    const int descriptor = open(path.c_str(), O_RDONLY | O_CLOEXEC);
+    const int error = descriptor >= 0 && fsync(descriptor) == 0 ? 0 : errno;
+    if (descriptor >= 0) {
+        close(descriptor);
+    }
+    if (error != 0) {
+        fail(place, error);
+    }
+}
+
 void write(const fs::path& file, const std::string& text, const fs::path& place)
 {
     std::ofstream out(file, std::ios::binary);
@@ -85,6 +98,7 @@ void write(const fs::path& file, const std::string& text, const fs::path& place)
     if (!out) {
         fail(place, errno);
     }
+    store(file, place);
 }
 
 // A plain rename would replace an empty folder, or a file, that somebody else has made meanwhile.
@@ -118,6 +132,7 @@ void writeProfileFolder(const std::string& folder, const std::map<std::string, s
     for (const auto& [name, text] : files) {
         write(made / name, text, place);
     }
+    store(made, place);
     const fs::path madeOutside = temporary.path() / "outside";
     if (!outside.path.empty()) {
         write(madeOutside, outside.text, outside.path);
