@@ -1,5 +1,6 @@
 #include "program/new-profile/Fallback.h"
 
+#include "converter/profile/HandleSettings.h"
 #include "converter/profile/TableFiles.h"
 #include "program/text/CharacterText.h"
 
@@ -121,6 +122,8 @@ constexpr Row kRows[] = {
     {U'ς', U"σ"},
     {U'ə', U"e"},
     {U'Ə', U"E"},
+    {U'ɔ', U"o"},
+    {U'Ɔ', U"O"},
     {U'є', U"е"},
     {U'Є', U"Е"},
     {U'ә', U"əа"},
@@ -146,6 +149,9 @@ constexpr Row kRows[] = {
     {U'У', U"Y"},
     {U'Х', U"X"},
     {U'Һ', U"H"},
+    {U'Ӕ', U"Æ"},
+    {U'Ӏ', U"ІI"},  // the palochka, which has the same form in both cases
+    {U'ӏ', U"ІI"},
     {U'Ё', U"Ë"},
     {U'Ї', U"Ï"},
     {U'а', U"a"},
@@ -161,6 +167,7 @@ constexpr Row kRows[] = {
     {U'і', U"i"},
     {U'ј', U"j"},
     {U'һ', U"h"},
+    {U'ӕ', U"æ"},
     // Greek letters that look like Latin ones
     {U'Α', U"A"},
     {U'Β', U"B"},
@@ -363,7 +370,8 @@ private:
         }
     }
 
-    // Not so the letters of phonetic alphabets, and those from U+A720 on, of medieval manuscripts.
+    // Not so the letters of the phonetic extensions, and those from U+A720 on, of medieval
+    // manuscripts.
     static bool isInUse(char32_t letter)
     {
         return letter < 0x1D00 || (letter > 0x1DBF && letter < 0xA720);
@@ -484,5 +492,9 @@ void addSubstitutes(ProfilePlan& plan)
             std::ranges::sort(file.characters);
             plan.tables.push_back(std::move(file));
         }
+    }
+    if (plan.tables.size() > ruvo::kMaxTables) {
+        throw UsageError("--fallback: the tables would take " + std::to_string(plan.tables.size()) +
+                         " files, but a profile has at most " + std::to_string(ruvo::kMaxTables));
     }
 }

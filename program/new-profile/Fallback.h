@@ -19,5 +19,6 @@ std::vector<Substitute> substitutesFor(const std::set<char32_t>& tables,
 
 // Adds files for them to the tables: each goes to the table with the lowest parameter that has what
 // is shown. No table may have a character twice: then texts of the characters that the plan has
-// without them are sent as before.
+// without them are sent as before. Throws UsageError if these are more files than a profile can
+// have.
 void addSubstitutes(ProfilePlan& plan);

@@ -1,4 +1,5 @@
-// The usual international character sets, the "ESC R n" of displays and printers.
+// International character sets, the "ESC R n" of displays and printers, with the characters of
+// ISO 646 where it has the country.
 #pragma once
 
 #include <string_view>

@@ -67,8 +67,26 @@ private:
 
 void requireAbsent(const fs::path& path)
 {
-    if (fs::exists(fs::symlink_status(path))) {
+    std::error_code error;
+    const fs::file_type type = fs::symlink_status(path, error).type();
+    if (type == fs::file_type::none) {
+        fail(path, error.value());
+    }
+    if (type != fs::file_type::not_found) {
         throw std::runtime_error("cannot write " + path.string() + ": it exists");
+    }
+}
+
+// A new name may reach the disk before what it stands for: a power failure would leave empty files.
+void store(const fs::path& path, const fs::path& place)
+{
+    const int descriptor = open(path.c_str(), O_RDONLY | O_CLOEXEC);
+    const int error = descriptor >= 0 && fsync(descriptor) == 0 ? 0 : errno;
+    if (descriptor >= 0) {
+        close(descriptor);
+    }
+    if (error != 0) {
+        fail(place, error);
     }
 }
 
@@ -80,6 +98,7 @@ void write(const fs::path& file, const std::string& text, const fs::path& place)
     if (!out) {
         fail(place, errno);
     }
+    store(file, place);
 }
 
 // A plain rename would replace an empty folder, or a file, that somebody else has made meanwhile.
@@ -113,6 +132,7 @@ void writeProfileFolder(const std::string& folder, const std::map<std::string, s
     for (const auto& [name, text] : files) {
         write(made / name, text, place);
     }
+    store(made, place);
     const fs::path madeOutside = temporary.path() / "outside";
     if (!outside.path.empty()) {
         write(madeOutside, outside.text, outside.path);

@@ -198,12 +198,13 @@ REFUSED = {  # arguments: exit status, and what is said
     (*PAGE, "--id", "../x"): (2, "--id"),
     (*PAGE, "--id", "there"): (1, "there.txt: it exists"),
     (*PAGE, "--languages", "de,xx"): (2, "xx"),
+    ("--fallback", *(f"--table={number}=437" for number in range(256))): (2, "at most 256"),
     (*PAGE, "--unicode-data", "there.txt"): (1, "there.txt:1: is no line of UnicodeData.txt"),
     (*PAGE, "--unicode-data", "none"): (1, "none"),
 }
 
 
-@pytest.mark.parametrize("arguments", REFUSED, ids=" ".join)
+@pytest.mark.parametrize("arguments", REFUSED, ids=lambda arguments: " ".join(arguments)[:60])
 def test_refusals(arguments):
     """Catches: a wrong argument that is taken, and anything left behind or replaced."""
     with open("there.txt", "w", encoding="utf-8") as file:
@@ -217,7 +218,7 @@ def test_refusals(arguments):
         assert file.read() == "kept"
 
 
-@pytest.mark.parametrize("there", ["folder", "folder/", "file", "link", "none/made"])
+@pytest.mark.parametrize("there", ["folder", "folder/", "file", "link", "none/made", "x" * 300])
 def test_places(there):
     """Catches: a profile that is written over something, or half a profile."""
     os.mkdir("folder")
@@ -225,7 +226,7 @@ def test_places(there):
     with open("file", "w", encoding="utf-8"):
         pass
     refused = new_profile(there, *PAGE)
-    assert refused.returncode == 1 and "cannot write" in refused.stderr
+    assert refused.returncode == 1 and "kestrix-disp: cannot write" in refused.stderr
     assert sorted(os.listdir()) == ["file", "folder", "link"] and not os.listdir("folder")
 
 

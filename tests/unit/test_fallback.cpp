@@ -55,6 +55,8 @@ TEST(Fallback, Rows)
         {"us-ascii", U"", U"\u00A0\u2002\u2009\u202F\u205F\u3000", U"      "},
         {"us-ascii", U"", U"！Ａｚ０＄～﹐×⁄˜", U"!Az0$~,x/~"},
         {"us-ascii", U"", U"АВєіїЇјѕΑος\u212A", U"ABeiiIjsAo∅K"},
+        {"us-ascii", U"", U"ɔƆɛӏӀӕ", std::u32string(U"oOeII") + none},
+        {"windows-1251", U"Ææ", U"ӀӏӔӕ", U"ІІÆæ"},
         // Two letters, another meaning, a currency, another syllable, a mark by itself
         {"us-ascii", U"", U"ßæœþĳÆ", std::u32string(6, none)},
         {"us-ascii", U"", U"½²³₂¹…±÷≠≤→№™©§①㎏", std::u32string(17, none)},
