@@ -3,13 +3,17 @@
 import fcntl
 import os
 import re
+import shutil
 import signal
 import socket
 import struct
+import subprocess
+import tempfile
 import termios
+from pathlib import Path
 
 import pytest
-from conftest import EXAMPLES, Port, run, start, until
+from conftest import BUILD, EXAMPLES, LIMIT, PROGRAM, Port, run, start, until
 
 EVERY_BYTE = bytes(range(256)) * 4
 LONG = bytes(range(256)) * 1000  # more than a pseudo-terminal holds
@@ -253,17 +257,32 @@ def test_own_terminal(stream):
     assert port.rest() == b""
 
 
-def test_permission(port):
+@pytest.fixture
+def program_for_all():
+    """A copy that another user can start: the build may lie where only its owner can go."""
+    with tempfile.TemporaryDirectory(dir="/tmp") as folder:
+        os.chmod(folder, 0o755)
+        for file in (PROGRAM, *BUILD.glob("libkestrixdispengine.so.?")):
+            shutil.copy(file, folder)
+        yield Path(folder) / PROGRAM.name
+
+
+def test_permission(port, program_for_all):
     user = 65534 if os.getuid() == 0 else os.getuid()
+
+    def message():
+        result = subprocess.run(
+            [program_for_all, "send", "--stream", "-", "--port", port.name], input=b"a",
+            capture_output=True, timeout=LIMIT, check=False, user=user, cwd="/")
+        assert result.returncode == 1
+        return result.stderr
+
     os.chmod(port.name, 0)
-    result = run("send", "--stream", "-", "--port", port.name, input=b"a", user=user)
-    assert result.returncode == 1
-    assert b"no permission to write to " in result.stderr and b"belongs to user " in result.stderr
+    assert b"no permission to write to " in message() and b"belongs to user " in message()
     if os.getuid() == 0:
         os.chown(port.name, 0, 20)
         os.chmod(port.name, 0o660)
-        result = run("send", "--stream", "-", "--port", port.name, input=b"a", user=user)
-        assert b"belongs to group dialout; " in result.stderr
+        assert b"belongs to group dialout; " in message()
 
 
 def test_in_use(port, stream):
