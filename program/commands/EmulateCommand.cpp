@@ -20,6 +20,7 @@
 #include <chrono>
 #include <climits>
 #include <deque>
+#include <exception>
 #include <iostream>
 #include <iterator>
 #include <memory>
@@ -110,11 +111,14 @@ public:
         if (m_window) {
             m_window.reset();
             m_output.clear();
+            m_outputFailure = nullptr;  // the terminal is gone, as after SIGHUP
         }
     }
 
     // What has not been written of the explanation.
     const std::string& output() const { return m_output; }
+    // Why no more of it could be written; null if it could.
+    std::exception_ptr outputFailure() const { return m_outputFailure; }
     const VirtualDisplay& display() const { return m_display; }
 
     std::string counters() const
@@ -242,8 +246,11 @@ private:
         const std::size_t size = std::min<std::size_t>(m_output.size(), PIPE_BUF);
         const ssize_t count = ::write(STDOUT_FILENO, m_output.data(), size);
         if (count < 0 && errno != EINTR && errno != EAGAIN) {
-            throw std::system_error(errno, std::generic_category(),
-                                    "cannot write the standard output");
+            m_outputFailure = std::make_exception_ptr(std::system_error(
+                errno, std::generic_category(), "cannot write the standard output"));
+            m_output.clear();
+            m_ended = true;
+            return;
         }
         m_output.erase(0, static_cast<std::size_t>(std::max(count, ssize_t{0})));
     }
@@ -335,7 +342,7 @@ private:
     void explain(std::string_view lines)
     {
         if (!m_window) {
-            m_output += lines;
+            m_output += m_outputFailure ? "" : lines;
             return;
         }
         for (std::string& line : linesOf(lines)) {
@@ -396,6 +403,7 @@ private:
     std::deque<std::string> m_lines;  // of the explanation, for the window
 
     std::string m_output;  // what the standard output has not taken yet
+    std::exception_ptr m_outputFailure;
     bool m_ended = false;
     bool m_changed = true;  // since the last picture
     // Times in milliseconds since the start.
@@ -424,16 +432,22 @@ int emulate(const Options& options)
     std::string rest;
     std::string counters;
     VirtualDisplay::Ignored ignored;
+    std::exception_ptr failure;  // keeps nobody from the pictures
     {
         Emulator emulator(options, tables);
         emulator.run();
         screen = emulator.display().stillScreen(picture.clockAfter(0));
         ignored = emulator.display().ignored();
         rest = emulator.output();
+        failure = emulator.outputFailure();
         counters = emulator.counters();
     }
     if (!rest.empty()) {
-        writeFile("-", rest);
+        try {
+            writeFile("-", rest);
+        } catch (const std::system_error&) {
+            failure = std::current_exception();
+        }
     }
     tellIgnored(ignored);
     std::cerr << "kestrix-disp: " << counters << "\n";
@@ -446,6 +460,9 @@ int emulate(const Options& options)
     }
     if (!options.png.empty()) {
         writeFile(options.png, drawPng(screen));
+    }
+    if (failure) {
+        std::rethrow_exception(failure);
     }
     return kDone;
 }
