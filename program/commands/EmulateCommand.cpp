@@ -177,8 +177,7 @@ private:
             m_explanation.flush();
             m_explanationDue.reset();
         }
-        if (m_options.untilIdle && m_lastByte && !(m_pace && m_pace->busy()) && reads &&
-            elapsed() >= idleEnd()) {
+        if (reads && mayBeIdle() && elapsed() >= idleEnd()) {
             m_ended = true;
         }
         m_changed = m_changed || (m_window && animates());
@@ -197,7 +196,7 @@ private:
         if (m_explanationDue && !m_window) {
             until(*m_explanationDue);
         }
-        if (m_options.untilIdle && m_lastByte) {
+        if (mayBeIdle()) {
             until(idleEnd());
         }
         if (m_window && m_output.empty()) {
@@ -211,6 +210,13 @@ private:
         return end ? static_cast<int>(std::clamp(*end - elapsed(), Milliseconds{0}, kLongest)) : -1;
     }
 
+    // Whether --until-idle counts: there has been a byte, and no more waits for the line, or for
+    // the output to take what has come.
+    bool mayBeIdle() const
+    {
+        return m_options.untilIdle && m_lastByte && !(m_pace && m_pace->busy()) &&
+               m_output.size() < kMostWaiting;
+    }
     Milliseconds idleEnd() const
     {
         return *m_lastByte + static_cast<Milliseconds>(*m_options.untilIdle * 1000);
@@ -319,7 +325,8 @@ private:
     void tellTerminal()
     {
         if (m_terminal.takeFlush()) {
-            note("the till has thrown away what it had written and was not read yet");
+            note("the till has flushed its port: what it had written and was not read yet is "
+                 "thrown away");
         }
         const bool changes = m_terminal.changesBytes();
         if (changes && !m_changesBytes) {
