@@ -65,14 +65,13 @@ constexpr std::size_t kMostLines = 1000;         // of the explanation that the 
 
 class Emulator {
 public:
-    Emulator(const Options& options, const ProfileTables& tables)
+    // `record` gets what comes, if it is not null.
+    Emulator(const Options& options, const ProfileTables& tables, NewFile* record)
         : m_options(options),
+          m_record(record),
           m_display(tables, options.picture.size, options.picture.origin),
           m_explanation(tables, [this](std::string_view lines) { explain(lines); })
     {
-        if (!options.record.empty()) {
-            m_record.emplace(options.record);
-        }
         if (options.speed != 0) {
             const int bits = 1 + 8 + (options.parity == "none" ? 0 : 1) + options.stopBits;
             m_pace.emplace(options.speed, bits);
@@ -104,7 +103,7 @@ public:
         m_reader.finish();
         takeItems();
         m_explanation.flush();
-        if (m_record) {
+        if (m_record != nullptr) {
             m_record->close();
         }
         m_terminal.unlink();
@@ -301,7 +300,7 @@ private:
         if (bytes.empty()) {
             return;
         }
-        if (m_record) {
+        if (m_record != nullptr) {
             m_record->write(bytes);
         }
         m_lastByte = elapsed();
@@ -395,8 +394,8 @@ private:
 
     const Options& m_options;
     const Clock::time_point m_start = Clock::now();
+    NewFile* const m_record;
     Signals m_signals{SIGINT, SIGTERM, SIGHUP, SIGQUIT, SIGWINCH};
-    std::optional<NewFile> m_record;
     PseudoTerminal m_terminal;
     std::optional<LinePace> m_pace;
     std::optional<Window> m_window;
@@ -439,9 +438,13 @@ int emulate(const Options& options)
     std::string rest;
     std::string counters;
     VirtualDisplay::Ignored ignored;
-    std::exception_ptr failure;  // keeps nobody from the pictures
+    std::exception_ptr failure;     // keeps nobody from the pictures
+    std::optional<NewFile> record;  // opened while no signal is held: a pipe waits for its reader
+    if (!options.record.empty()) {
+        record.emplace(options.record);
+    }
     {
-        Emulator emulator(options, tables);
+        Emulator emulator(options, tables, record ? &*record : nullptr);
         emulator.run();
         screen = emulator.display().stillScreen(picture.clockAfter(0));
         ignored = emulator.display().ignored();
@@ -482,9 +485,10 @@ Command emulateCommand(CLI::App& program)
     CLI::App* const arguments = program.add_subcommand(
         "emulate", "Is a display at a pseudo-terminal, which a till opens like a serial port");
     arguments
-        ->add_option("--link", options->link,
-                     "Make a symbolic link to the pseudo-terminal as long as it is there; it never "
-                     "replaces anything")
+        ->add_option(
+            "--link", options->link,
+            "Make a symbolic link to the pseudo-terminal as long as it is there; it replaces "
+            "nothing but a link to one that is gone")
         ->check([](const std::string& path) { return path.empty() ? "a link has a path" : ""; })
         ->type_name("PATH");
     arguments
@@ -494,11 +498,11 @@ Command emulateCommand(CLI::App& program)
         ->type_name("N");
     arguments
         ->add_option("--parity", options->parity,
-                     "none, odd or even: with a parity bit a byte takes a bit longer")
+                     "none, odd or even: with a parity bit a byte takes longer at --speed")
         ->check(CLI::IsMember({"none", "odd", "even"}).description(""))
         ->type_name("PARITY")
         ->capture_default_str();
-    arguments->add_option("--stop-bits", options->stopBits, "1 or 2")
+    arguments->add_option("--stop-bits", options->stopBits, "1 or 2, at --speed")
         ->check(CLI::Range(1, 2).description(""))
         ->type_name("N")
         ->capture_default_str();

@@ -218,6 +218,22 @@ def test_pictures_without_a_reader(tmp_path):
     assert not os.path.lexists(port)
 
 
+# catches: an emulator that no signal ends while it waits for the reader of its record
+def test_a_record_without_a_reader(tmp_path):
+    os.mkfifo(tmp_path / "record")
+    process = subprocess.Popen(
+        [PROGRAM, "emulate", "--record", tmp_path / "record"],
+        cwd=BUILD / "profile", env=ENVIRONMENT, stdin=subprocess.DEVNULL,
+    )
+    status = pathlib.Path(f"/proc/{process.pid}/status")
+    try:
+        wait_for(lambda: "(sleeping)" in status.read_text(), "it does not wait")
+        assert end(process) == -signal.SIGTERM
+    finally:
+        process.kill()
+        process.wait()
+
+
 # catches: a line that is faster than it says; it may be slower on a busy machine
 @pytest.mark.parametrize("options, bits", [([], 10), (["--parity", "odd", "--stop-bits", 2], 12)])
 def test_a_line_takes_its_time(tmp_path, options, bits):
