@@ -58,7 +58,6 @@ struct Options {
 constexpr milliseconds kFrame{40};     // between two pictures in the window, at least
 constexpr milliseconds kPaceStep{10};  // between two reads of a line with a speed, at least
 constexpr int kFastest = 4'000'000;    // bits a second
-constexpr double kLongestIdle = 1e9;   // seconds
 constexpr std::size_t kPiece = 4096;   // to read at once; the system gives no more
 constexpr std::size_t kMostWaiting = 64 * 1024;  // of the output; till it is less, nothing is read
 constexpr std::size_t kMostLines = 1000;         // of the explanation that the window keeps
@@ -509,7 +508,7 @@ Command emulateCommand(CLI::App& program)
     arguments
         ->add_option("--until-idle", options->untilIdle,
                      "End when nothing has come for so long, after the first byte")
-        ->check(CLI::Range(0.0, kLongestIdle).description(""))
+        ->check(checkSeconds)
         ->type_name("SECONDS");
     arguments
         ->add_option("--record", options->record, "Write what comes to a file, which must be new")

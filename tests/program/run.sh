@@ -59,6 +59,10 @@ done
 for time in 24:00 12:60 1:00 12:3 12.30 ab:cd 12:300 1::00 :2:34 12:3: :::::; do
     status 2 preview "$work/stream" --clock "$time"
 done
+for seconds in nan inf -1 1000000001 1,5; do
+    status 2 preview "$work/stream" --at "$seconds"
+    status 2 emulate --until-idle "$seconds"
+done
 for time in 23:59 00:00; do
     printf '\037U' | "$program" preview --clock "$time" --columns 5 --rows 1 | grep -q "$time" || fail "no $time"
 done
