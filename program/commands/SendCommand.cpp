@@ -123,7 +123,7 @@ int sendOnce(const Options& options)
 int sendAtChanges(const Options& options)
 {
     for (const std::string& file : options.files) {
-        readFile(file);  // a wrong name would be waited for
+        requireWatchable(file);  // a wrong name would be waited for
     }
     const Signals signals(kEndSignals);
     SerialPort port(options.port, lineOf(options));
