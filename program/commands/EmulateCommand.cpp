@@ -10,6 +10,7 @@
 #include "program/emulate/Window.h"
 #include "program/port/Signals.h"
 #include "program/stream/Explanation.h"
+#include "program/text/CharacterText.h"
 #include "program/text/Counted.h"
 #include "program/text/Lines.h"
 
@@ -374,7 +375,7 @@ private:
         }
         EmulatorView view;
         view.title = m_terminal.name() +
-                     (m_options.link.empty() ? "" : ", linked from " + m_options.link) +
+                     (m_options.link.empty() ? "" : ", linked from " + printable(m_options.link)) +
                      " - q ends";
         view.display = linesOf(drawText(screen, Highlight::sgr, picture.frame(), picture.origin));
         const auto frameEnd = view.display.begin() + screen.size.lines + 2;
