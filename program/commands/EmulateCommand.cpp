@@ -10,6 +10,7 @@
 #include "program/emulate/Window.h"
 #include "program/port/Signals.h"
 #include "program/stream/Explanation.h"
+#include "program/text/CharacterText.h"
 #include "program/text/Counted.h"
 #include "program/text/Lines.h"
 
@@ -20,6 +21,7 @@
 #include <chrono>
 #include <climits>
 #include <deque>
+#include <exception>
 #include <iostream>
 #include <iterator>
 #include <memory>
@@ -57,21 +59,19 @@ struct Options {
 constexpr milliseconds kFrame{40};     // between two pictures in the window, at least
 constexpr milliseconds kPaceStep{10};  // between two reads of a line with a speed, at least
 constexpr int kFastest = 4'000'000;    // bits a second
-constexpr double kLongestIdle = 1e9;   // seconds
 constexpr std::size_t kPiece = 4096;   // to read at once; the system gives no more
 constexpr std::size_t kMostWaiting = 64 * 1024;  // of the output; till it is less, nothing is read
 constexpr std::size_t kMostLines = 1000;         // of the explanation that the window keeps
 
 class Emulator {
 public:
-    Emulator(const Options& options, const ProfileTables& tables)
+    // `record` gets what comes, if it is not null.
+    Emulator(const Options& options, const ProfileTables& tables, NewFile* record)
         : m_options(options),
+          m_record(record),
           m_display(tables, options.picture.size, options.picture.origin),
           m_explanation(tables, [this](std::string_view lines) { explain(lines); })
     {
-        if (!options.record.empty()) {
-            m_record.emplace(options.record);
-        }
         if (options.speed != 0) {
             const int bits = 1 + 8 + (options.parity == "none" ? 0 : 1) + options.stopBits;
             m_pace.emplace(options.speed, bits);
@@ -103,18 +103,21 @@ public:
         m_reader.finish();
         takeItems();
         m_explanation.flush();
-        if (m_record) {
+        if (m_record != nullptr) {
             m_record->close();
         }
         m_terminal.unlink();
         if (m_window) {
             m_window.reset();
             m_output.clear();
+            m_outputFailure = nullptr;  // the terminal is gone, as after SIGHUP
         }
     }
 
     // What has not been written of the explanation.
     const std::string& output() const { return m_output; }
+    // Why no more of it could be written; null if it could.
+    std::exception_ptr outputFailure() const { return m_outputFailure; }
     const VirtualDisplay& display() const { return m_display; }
 
     std::string counters() const
@@ -173,8 +176,7 @@ private:
             m_explanation.flush();
             m_explanationDue.reset();
         }
-        if (m_options.untilIdle && m_lastByte && !(m_pace && m_pace->busy()) && reads &&
-            elapsed() >= idleEnd()) {
+        if (reads && mayBeIdle() && elapsed() >= idleEnd()) {
             m_ended = true;
         }
         m_changed = m_changed || (m_window && animates());
@@ -193,7 +195,7 @@ private:
         if (m_explanationDue && !m_window) {
             until(*m_explanationDue);
         }
-        if (m_options.untilIdle && m_lastByte) {
+        if (mayBeIdle()) {
             until(idleEnd());
         }
         if (m_window && m_output.empty()) {
@@ -207,6 +209,13 @@ private:
         return end ? static_cast<int>(std::clamp(*end - elapsed(), Milliseconds{0}, kLongest)) : -1;
     }
 
+    // Whether --until-idle counts: there has been a byte, and no more waits for the line, or for
+    // the output to take what has come.
+    bool mayBeIdle() const
+    {
+        return m_options.untilIdle && m_lastByte && !(m_pace && m_pace->busy()) &&
+               m_output.size() < kMostWaiting;
+    }
     Milliseconds idleEnd() const
     {
         return *m_lastByte + static_cast<Milliseconds>(*m_options.untilIdle * 1000);
@@ -242,8 +251,11 @@ private:
         const std::size_t size = std::min<std::size_t>(m_output.size(), PIPE_BUF);
         const ssize_t count = ::write(STDOUT_FILENO, m_output.data(), size);
         if (count < 0 && errno != EINTR && errno != EAGAIN) {
-            throw std::system_error(errno, std::generic_category(),
-                                    "cannot write the standard output");
+            m_outputFailure = std::make_exception_ptr(std::system_error(
+                errno, std::generic_category(), "cannot write the standard output"));
+            m_output.clear();
+            m_ended = true;
+            return;
         }
         m_output.erase(0, static_cast<std::size_t>(std::max(count, ssize_t{0})));
     }
@@ -288,7 +300,7 @@ private:
         if (bytes.empty()) {
             return;
         }
-        if (m_record) {
+        if (m_record != nullptr) {
             m_record->write(bytes);
         }
         m_lastByte = elapsed();
@@ -312,7 +324,8 @@ private:
     void tellTerminal()
     {
         if (m_terminal.takeFlush()) {
-            note("the till has thrown away what it had written and was not read yet");
+            note("the till has flushed its port: what it had written and was not read yet is "
+                 "thrown away");
         }
         const bool changes = m_terminal.changesBytes();
         if (changes && !m_changesBytes) {
@@ -335,7 +348,7 @@ private:
     void explain(std::string_view lines)
     {
         if (!m_window) {
-            m_output += lines;
+            m_output += m_outputFailure ? "" : lines;
             return;
         }
         for (std::string& line : linesOf(lines)) {
@@ -362,7 +375,7 @@ private:
         }
         EmulatorView view;
         view.title = m_terminal.name() +
-                     (m_options.link.empty() ? "" : ", linked from " + m_options.link) +
+                     (m_options.link.empty() ? "" : ", linked from " + printable(m_options.link)) +
                      " - q ends";
         view.display = linesOf(drawText(screen, Highlight::sgr, picture.frame(), picture.origin));
         const auto frameEnd = view.display.begin() + screen.size.lines + 2;
@@ -381,8 +394,8 @@ private:
 
     const Options& m_options;
     const Clock::time_point m_start = Clock::now();
+    NewFile* const m_record;
     Signals m_signals{SIGINT, SIGTERM, SIGHUP, SIGQUIT, SIGWINCH};
-    std::optional<NewFile> m_record;
     PseudoTerminal m_terminal;
     std::optional<LinePace> m_pace;
     std::optional<Window> m_window;
@@ -396,6 +409,7 @@ private:
     std::deque<std::string> m_lines;  // of the explanation, for the window
 
     std::string m_output;  // what the standard output has not taken yet
+    std::exception_ptr m_outputFailure;
     bool m_ended = false;
     bool m_changed = true;  // since the last picture
     // Times in milliseconds since the start.
@@ -424,16 +438,26 @@ int emulate(const Options& options)
     std::string rest;
     std::string counters;
     VirtualDisplay::Ignored ignored;
+    std::exception_ptr failure;     // keeps nobody from the pictures
+    std::optional<NewFile> record;  // opened while no signal is held: a pipe waits for its reader
+    if (!options.record.empty()) {
+        record.emplace(options.record);
+    }
     {
-        Emulator emulator(options, tables);
+        Emulator emulator(options, tables, record ? &*record : nullptr);
         emulator.run();
         screen = emulator.display().stillScreen(picture.clockAfter(0));
         ignored = emulator.display().ignored();
         rest = emulator.output();
+        failure = emulator.outputFailure();
         counters = emulator.counters();
     }
     if (!rest.empty()) {
-        writeFile("-", rest);
+        try {
+            writeFile("-", rest);
+        } catch (const std::system_error&) {
+            failure = std::current_exception();
+        }
     }
     tellIgnored(ignored);
     std::cerr << "kestrix-disp: " << counters << "\n";
@@ -447,6 +471,9 @@ int emulate(const Options& options)
     if (!options.png.empty()) {
         writeFile(options.png, drawPng(screen));
     }
+    if (failure) {
+        std::rethrow_exception(failure);
+    }
     return kDone;
 }
 
@@ -458,9 +485,10 @@ Command emulateCommand(CLI::App& program)
     CLI::App* const arguments = program.add_subcommand(
         "emulate", "Is a display at a pseudo-terminal, which a till opens like a serial port");
     arguments
-        ->add_option("--link", options->link,
-                     "Make a symbolic link to the pseudo-terminal as long as it is there; it never "
-                     "replaces anything")
+        ->add_option(
+            "--link", options->link,
+            "Make a symbolic link to the pseudo-terminal as long as it is there; it replaces "
+            "nothing but a link to one that is gone")
         ->check([](const std::string& path) { return path.empty() ? "a link has a path" : ""; })
         ->type_name("PATH");
     arguments
@@ -470,18 +498,18 @@ Command emulateCommand(CLI::App& program)
         ->type_name("N");
     arguments
         ->add_option("--parity", options->parity,
-                     "none, odd or even: with a parity bit a byte takes a bit longer")
+                     "none, odd or even: with a parity bit a byte takes longer at --speed")
         ->check(CLI::IsMember({"none", "odd", "even"}).description(""))
         ->type_name("PARITY")
         ->capture_default_str();
-    arguments->add_option("--stop-bits", options->stopBits, "1 or 2")
+    arguments->add_option("--stop-bits", options->stopBits, "1 or 2, at --speed")
         ->check(CLI::Range(1, 2).description(""))
         ->type_name("N")
         ->capture_default_str();
     arguments
         ->add_option("--until-idle", options->untilIdle,
                      "End when nothing has come for so long, after the first byte")
-        ->check(CLI::Range(0.0, kLongestIdle).description(""))
+        ->check(checkSeconds)
         ->type_name("SECONDS");
     arguments
         ->add_option("--record", options->record, "Write what comes to a file, which must be new")

@@ -173,6 +173,15 @@ std::string readFile(const std::string& file)
     return bytes;
 }
 
+void requireWatchable(const std::string& file)
+{
+    struct stat status;
+    if (stat(file.c_str(), &status) == 0 && !S_ISREG(status.st_mode) && !S_ISDIR(status.st_mode)) {
+        throw std::runtime_error("cannot watch " + file + ": it is no regular file");
+    }
+    readFile(file);
+}
+
 void followFile(const std::string& file, const std::function<int(std::string_view)>& take)
 {
     const bool standard = file == kStandardStream;

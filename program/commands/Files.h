@@ -11,6 +11,10 @@
 // Throws for an empty file, too: no command has a use for it.
 std::string readFile(const std::string& file);
 
+// Throws for what cannot be watched, as it cannot be read again and again: a pipe or device, and
+// whatever readFile throws for.
+void requireWatchable(const std::string& file);
+
 // Reads a file as it comes, such as from a pipe: `take` gets each piece, and returns how many
 // milliseconds to wait for the next one before it gets an empty piece; -1: as long as it takes.
 // Fails as readFile does.

@@ -1,6 +1,7 @@
 #include "program/commands/PictureOptions.h"
 
 #include "program/commands/LintOptions.h"
+#include "program/text/CharacterText.h"
 
 #include <CLI/CLI.hpp>
 
@@ -81,6 +82,17 @@ std::string PictureOptions::clockAfter(Milliseconds time) const
 Frame PictureOptions::frame() const
 {
     return ascii || !localeHasUtf8() ? Frame::ascii : Frame::lines;
+}
+
+std::string checkSeconds(const std::string& text)
+{
+    constexpr double kLongest = 1e9;
+    double seconds = 0;
+    // "nan" is a number to the library, and within any range.
+    const bool valid =
+        CLI::detail::lexical_cast(text, seconds) && seconds >= 0 && seconds <= kLongest;
+    return valid ? ""
+                 : "a number of seconds from 0 to 1000000000 is needed, not " + printable(text);
 }
 
 void tellIgnored(const VirtualDisplay::Ignored& ignored)

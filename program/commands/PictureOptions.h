@@ -25,5 +25,9 @@ struct PictureOptions {
     Frame frame() const;
 };
 
+// For an option that is a time in seconds: "" for one that is not negative and at most 31 years,
+// else a message.
+std::string checkSeconds(const std::string& text);
+
 // Says on the standard error what had no effect, if anything had none.
 void tellIgnored(const VirtualDisplay::Ignored& ignored);

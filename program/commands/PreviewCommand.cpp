@@ -22,8 +22,6 @@
 
 namespace {
 
-constexpr double kLatest = 1e9;  // seconds: 31 years
-
 struct Options {
     StreamInput input;
     PictureOptions picture;
@@ -120,7 +118,7 @@ Command previewCommand(CLI::App& program)
         ->add_option("--at", options->at,
                      "Show the display so many seconds after the last byte, with marquee and blink "
                      "as they are then; without it the start of a marquee's text, and lit")
-        ->check(CLI::Range(0.0, kLatest).description(""))
+        ->check(checkSeconds)
         ->type_name("SECONDS");
     arguments->add_flag(
         "--sgr", options->sgr,

@@ -234,7 +234,7 @@ private:
 
 int watchPreview(const WatchedPreview& options)
 {
-    readFile(options.file);  // a wrong name would be waited for
+    requireWatchable(options.file);  // a wrong name would be waited for
     if (!ownsTerminal()) {
         printAtChanges(options);
     }

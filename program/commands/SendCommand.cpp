@@ -123,7 +123,7 @@ int sendOnce(const Options& options)
 int sendAtChanges(const Options& options)
 {
     for (const std::string& file : options.files) {
-        readFile(file);  // a wrong name would be waited for
+        requireWatchable(file);  // a wrong name would be waited for
     }
     const Signals signals(kEndSignals);
     SerialPort port(options.port, lineOf(options));
@@ -205,8 +205,8 @@ Command sendCommand(CLI::App& program)
     arguments->add_flag("--stream", options->stream,
                         "Each FILE is raw bytes, which are sent as they are");
     CLI::Option* const watch = arguments->add_flag(
-        "--watch", options->watch, "Send again at each change of a FILE, until Ctrl-C");
-    options->lint.addTo(*arguments, "Send nothing if lint finds anything");
+        "--watch", options->watch, "Send all again at each change of a FILE, until Ctrl-C");
+    options->lint.addTo(*arguments, "Send nothing if lint finds an error or warning");
     arguments->add_flag("--quiet", options->lint.quiet, "Do not say what lint finds");
     CLI::Option* const list = arguments->add_flag(
         "--list", options->list, "Lists the serial ports of this machine, and does nothing else");

@@ -2,6 +2,7 @@
 // else. Columns and lines count from 0 here.
 #pragma once
 
+#include <algorithm>
 #include <cstddef>
 #include <cstdint>
 #include <optional>
@@ -51,6 +52,13 @@ struct Area {
                at.line < other.at.line + other.size.lines && other.at.line < at.line + size.lines;
     }
 };
+
+// Where a display shows its clock, HH:MM.
+inline Area clockArea(Size display)
+{
+    const int columns = std::min(display.columns, 5);
+    return {{display.columns - columns, display.lines - 1}, {columns, 1}};
+}
 
 // A run is a row of steps, which count from 0, and the wait after the last of them. Times are since
 // the marquee began.

@@ -226,15 +226,15 @@ std::string placedText(const Marquee& marquee, Milliseconds begun, Patterns& pat
     return text;
 }
 
-// The marquee's line as a nested <svg>, which clips what moves out of it.
-std::string marqueeLine(Marquee marquee, Milliseconds begun, Patterns& patterns)
+// The marquee's line as a nested <svg>, which clips what moves out of its first `columns`.
+std::string marqueeLine(Marquee marquee, int columns, Milliseconds begun, Patterns& patterns)
 {
     marquee.text.resize(std::min(marquee.text.size(), kMaxMarquee));
-    const auto& [at, size] = marquee.area;
+    const Position at = marquee.area.at;
     // A cell's position is the centre of its first dot, so the line begins half a dot before it.
     return "<svg" + attribute("x", panel::left(at.column) - 0.5) +
            attribute("y", panel::top(at.line) - 0.5) +
-           attribute("width", size.columns * panel::kColumnPitch - panel::kColumnGap) +
+           attribute("width", columns * panel::kColumnPitch - panel::kColumnGap) +
            attribute("height", kGlyphRows) + "><g transform=\"translate(.5 .5)\">\n" +
            (marquee.places ? placedText(marquee, begun, patterns)
                            : walkingText(marquee, begun, patterns)) +
@@ -244,18 +244,20 @@ std::string marqueeLine(Marquee marquee, Milliseconds begun, Patterns& patterns)
 std::string litDots(const Screen& screen, Patterns& patterns)
 {
     std::string text;
+    int marqueeColumns = 0;  // that the clock does not lie over
     for (int line = 0; line < screen.size.lines; ++line) {
         for (int column = 0; column < screen.size.columns; ++column) {
-            if (screen.marquee && screen.marquee->area.contains({column, line})) {
-                continue;
-            }
-            const bool cursor = screen.cursor == Position{column, line};
-            text += patterns.use(panel::litDots(screen.cell(column, line), cursor),
-                                 panel::left(column), panel::top(line));
+            const Position place{column, line};
+            const bool moves = screen.marquee && screen.marquee->area.contains(place) &&
+                               !(screen.clock && clockArea(screen.size).contains(place));
+            marqueeColumns += moves ? 1 : 0;
+            text += patterns.use(
+                panel::litDots(moves ? Cell{} : screen.cell(column, line), screen.cursor == place),
+                panel::left(column), panel::top(line));
         }
     }
-    if (screen.marquee) {
-        text += marqueeLine(*screen.marquee, screen.marqueeTime, patterns);
+    if (marqueeColumns != 0) {
+        text += marqueeLine(*screen.marquee, marqueeColumns, screen.marqueeTime, patterns);
     }
     if (screen.blink != 0) {
         Animation blink(" attributeName=\"opacity\"", Milliseconds{2} * screen.blink, 0,

@@ -134,7 +134,7 @@ private:
     Screen screenAt(std::optional<std::size_t> marqueeStep, std::string_view clock) const;
 
     // The clock is at the end of the last line.
-    int clockColumns() const { return std::min(m_size.columns, 5); }  // HH:MM
+    int clockColumns() const { return clockArea(m_size).size.columns; }
     Window& selected() { return m_windows.at(m_selected); }
     // The cells from a position on, to change them within its line.
     std::vector<Cell>::iterator cells(Position from)

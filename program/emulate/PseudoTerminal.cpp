@@ -5,6 +5,7 @@
 #include <cstdlib>
 #include <filesystem>
 #include <stdexcept>
+#include <string_view>
 #include <system_error>
 #include <utility>
 
@@ -26,20 +27,32 @@ std::system_error failure(const std::string& words)
     return {errno, std::generic_category(), words};
 }
 
+bool isTerminalName(std::string_view path)
+{
+    return path.starts_with(kTerminals) &&
+           path.find_last_not_of("0123456789") + 1 == std::string_view(kTerminals).size();
+}
+
 // What stands at a path, for a message.
 std::string whatStandsAt(const std::string& path)
 {
     std::error_code error;
     const fs::file_status status = fs::symlink_status(path, error);
     switch (status.type()) {
-    case fs::file_type::symlink:
-        return "a link to " + fs::read_symlink(path, error).string();
+    case fs::file_type::symlink: {
+        const std::string target = fs::read_symlink(path, error).string();
+        // Its number is given again once a pseudo-terminal is gone.
+        return "a link to " + target + " is there" +
+               (isTerminalName(target) ? ", a terminal that is in use; if a killed emulator left "
+                                         "the link, remove it"
+                                       : "");
+    }
     case fs::file_type::directory:
-        return "a folder";
+        return "a folder is there";
     case fs::file_type::regular:
-        return "a file";
+        return "a file is there";
     default:
-        return "something else";
+        return "something else is there";
     }
 }
 
@@ -48,7 +61,7 @@ bool mayReplace(const std::string& path, const std::string& name)
 {
     std::error_code error;
     const fs::path target = fs::read_symlink(path, error);
-    return !error && (target == name || (target.string().starts_with(kTerminals) &&
+    return !error && (target == name || (isTerminalName(target.native()) &&
                                          !fs::exists(fs::symlink_status(target, error))));
 }
 
@@ -97,7 +110,7 @@ void PseudoTerminal::link(const std::string& path)
     int made = symlink(m_name.c_str(), path.c_str());
     if (made != 0 && errno == EEXIST) {
         if (!mayReplace(path, m_name)) {
-            throw std::runtime_error(words + ": " + whatStandsAt(path) + " is there");
+            throw std::runtime_error(words + ": " + whatStandsAt(path));
         }
         ::unlink(path.c_str());
         made = symlink(m_name.c_str(), path.c_str());

@@ -5,6 +5,7 @@ Nothing here depends on how fast anything is: a test waits for what must come, f
 
 import contextlib
 import fcntl
+import itertools
 import os
 import pathlib
 import pty
@@ -200,6 +201,39 @@ def test_pictures_are_those_of_preview(tmp_path):
     assert "│     │" in run(*arguments, "--at", "61.55", "--columns", 5).stdout.decode()
 
 
+# catches: pictures that are lost when nobody reads the explanation any more
+def test_pictures_without_a_reader(tmp_path):
+    port, screen = tmp_path / "port", tmp_path / "screen"
+    arguments = [PROGRAM, "emulate", "--link", port, "--screen", screen]
+    with subprocess.Popen(
+        arguments, cwd=BUILD / "profile", env=ENVIRONMENT, stdin=subprocess.DEVNULL,
+        stdout=subprocess.PIPE, stderr=subprocess.PIPE,
+    ) as process:
+        process.stdout.readline()
+        process.stdout.close()
+        port.write_bytes(b"shown\f" * 5 + b"shown")
+        assert b"cannot write the standard output: Broken pipe\n" in process.stderr.read()
+    assert process.returncode == 1
+    assert "shown" in screen.read_text()
+    assert not os.path.lexists(port)
+
+
+# catches: an emulator that no signal ends while it waits for the reader of its record
+def test_a_record_without_a_reader(tmp_path):
+    os.mkfifo(tmp_path / "record")
+    process = subprocess.Popen(
+        [PROGRAM, "emulate", "--record", tmp_path / "record"],
+        cwd=BUILD / "profile", env=ENVIRONMENT, stdin=subprocess.DEVNULL,
+    )
+    status = pathlib.Path(f"/proc/{process.pid}/status")
+    try:
+        wait_for(lambda: "(sleeping)" in status.read_text(), "it does not wait")
+        assert end(process) == -signal.SIGTERM
+    finally:
+        process.kill()
+        process.wait()
+
+
 # catches: a line that is faster than it says; it may be slower on a busy machine
 @pytest.mark.parametrize("options, bits", [([], 10), (["--parity", "odd", "--stop-bits", 2], 12)])
 def test_a_line_takes_its_time(tmp_path, options, bits):
@@ -222,7 +256,7 @@ def test_links(tmp_path):
             assert os.readlink(port).encode() == (tmp_path / "out").read_bytes().strip()
             refused = run("emulate", "--link", port)
             assert refused.returncode == 1
-            assert b"a link to /dev/pts/" in refused.stderr
+            assert re.search(rb"a link to /dev/pts/\d+ is there, a terminal", refused.stderr)
             assert end(process, number) == 0
         assert not os.path.lexists(port)
     # One that was killed leaves its link, which the next one replaces.
@@ -234,7 +268,13 @@ def test_links(tmp_path):
         assert end(process) == 0
     assert port.read_text() == "other"
     (tmp_path / "link").symlink_to("none")
-    for path, words in [(port, "a file"), (tmp_path, "a folder"), (tmp_path / "link", "a link to")]:
+    (tmp_path / "other").symlink_to("/dev/pts/../none")
+    for path, words in [
+        (port, "a file"),
+        (tmp_path, "a folder"),
+        (tmp_path / "link", "a link to none is there\n"),
+        (tmp_path / "other", "a link to /dev/pts/../none is there\n"),
+    ]:
         refused = run("emulate", "--link", path)
         assert refused.returncode == 1
         assert f"cannot make the link {path}: {words}" in refused.stderr.decode()
@@ -325,6 +365,30 @@ class Terminal:
             os.kill(self.pid, signal.SIGKILL)
             os.waitpid(self.pid, 0)
         os.close(self.descriptor)
+
+
+# catches: pictures that are lost with the terminal, when it had not shown everything
+def test_the_terminal_is_closed(tmp_path):
+    port, screen = tmp_path / "port", tmp_path / "screen"
+    size = ["--columns", 200, "--rows", 40]
+    with Terminal(["emulate", "--link", port, "--screen", screen, *size], 60, 240) as terminal:
+        terminal.shows(" - q ends")
+        till = os.open(port, os.O_RDWR | os.O_NOCTTY)
+        output = os.open(f"/proc/{terminal.pid}/fd/1", os.O_WRONLY | os.O_NOCTTY)
+        characters = itertools.cycle(range(33, 127))
+
+        def is_full():
+            os.write(till, bytes([next(characters)]) * 8000)
+            return not select.select([], [output], [], 0)[1]
+
+        wait_for(is_full, "the terminal takes everything, though nobody reads it")
+        os.close(terminal.descriptor)
+        terminal.descriptor = os.open(os.devnull, os.O_RDONLY)
+        terminal.status = os.waitstatus_to_exitcode(os.waitpid(terminal.pid, 0)[1])
+        os.close(output)
+        os.close(till)
+    assert terminal.status == 0
+    assert screen.exists()
 
 
 # catches: a window that is not redrawn, or for nothing; a terminal that is left without echo, cursor

@@ -140,6 +140,7 @@ def test_pictures_one_after_the_other(tmp_path):
         (("f", "--raw"), 2, "--raw excludes --watch"),
         (("f", "--png", "p"), 2, "--png excludes --watch"),
         (("none",), 1, "cannot read none: No such file"),
+        (("/dev/null",), 1, "cannot watch /dev/null: it is no regular file"),
         (("HalvoSet.txt", "--device", "none"), 1, "device \"none\""),
     ],
 )

@@ -411,6 +411,8 @@ def test_watch(port, tmp_path):
 
 
 def test_watch_needs_the_file_at_first(port, tmp_path):
-    result = run("send", "--watch", tmp_path / "none", "--port", port.name)
-    assert result.returncode == 1
-    assert b"none: No such file" in result.stderr
+    os.mkfifo(tmp_path / "pipe")
+    for name, words in [("none", b"none: No such file"), ("pipe", b"pipe: it is no regular file")]:
+        result = run("send", "--watch", tmp_path / name, "--port", port.name)
+        assert result.returncode == 1
+        assert words in result.stderr

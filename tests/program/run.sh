@@ -59,6 +59,10 @@ done
 for time in 24:00 12:60 1:00 12:3 12.30 ab:cd 12:300 1::00 :2:34 12:3: :::::; do
     status 2 preview "$work/stream" --clock "$time"
 done
+for seconds in nan inf -1 1000000001 1,5; do
+    status 2 preview "$work/stream" --at "$seconds"
+    status 2 emulate --until-idle "$seconds"
+done
 for time in 23:59 00:00; do
     printf '\037U' | "$program" preview --clock "$time" --columns 5 --rows 1 | grep -q "$time" || fail "no $time"
 done
@@ -180,6 +184,27 @@ Marquee: .-</desc>
 <use href="#d2" x="9" y="0"><animate attributeName="visibility" values="hidden;visible;hidden" keyTimes="0;0.07692;0.15385" calcMode="discrete" dur="0.26s" repeatCount="indefinite"/></use>
 <use href="#d0" x="0" y="0" visibility="hidden"><animate attributeName="visibility" values="hidden;visible" keyTimes="0;0.15385" calcMode="discrete" dur="0.26s" repeatCount="indefinite"/></use>
 <animate attributeName="opacity" values="0.55;0" keyTimes="0;0.5" calcMode="discrete" dur="0.2s" repeatCount="indefinite"/>
+END
+# The clock, and the cursor, lie over a marquee.
+for columns in 6 5; do
+    printf '\037C\001\032M\001d\0\310\0\002\002\0.-\037U' |
+        "$program" preview --raw --columns "$columns" --rows 1 --clock 00:00 --svg - | grep '^<use\|^<svg x='
+done >"$work/out"
+gives 'a clock over a marquee' <<'END'
+<use href="#d0" x="10" y="10"/>
+<use href="#d1" x="19" y="10"/>
+<use href="#d1" x="28" y="10"/>
+<use href="#d2" x="37" y="10"/>
+<use href="#d1" x="46" y="10"/>
+<use href="#d1" x="55" y="10"/>
+<svg x="9.5" y="9.5" width="8" height="13"><g transform="translate(.5 .5)">
+<use href="#d3" x="0" y="0"/>
+<use href="#d4" x="9" y="0"/>
+<use href="#d0" x="10" y="10"/>
+<use href="#d1" x="19" y="10"/>
+<use href="#d2" x="28" y="10"/>
+<use href="#d1" x="37" y="10"/>
+<use href="#d1" x="46" y="10"/>
 END
 # A frame goes with the locale; one that is not installed counts as C.
 for locale in C en_US.ISO-8859-1 C.UTF-8; do
