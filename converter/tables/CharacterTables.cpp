@@ -93,7 +93,7 @@ std::uint16_t& DirectTable::code(std::uint32_t codePoint)
     if (page == 0) {
         m_codes.reserve(kUsualDirectPages * kPageSize);
         page = static_cast<std::uint16_t>(m_codes.size() / kPageSize);
-        m_codes.resize(m_codes.size() + kPageSize);
+        m_codes.insert(m_codes.end(), kPageSize, 0);
     }
     return m_codes[page * kPageSize + codePoint % kPageSize];
 }

@@ -107,13 +107,14 @@ void FindingList::tellEncodings()
             continue;
         }
         const bool fails = error != m_findings.end();
-        const Finding told{fails ? Finding::Kind::error : Finding::Kind::warning,
-                           {path, 1},
-                           words,
-                           fails ? error->status : short{0}};
+        Finding told{};
+        told.kind = fails ? Finding::Kind::error : Finding::Kind::warning;
+        told.place = {path, 1};
+        told.words = words;
+        told.status = fails ? error->status : short{0};
         std::erase_if(m_findings, isLine);
         std::erase_if(m_counts, [&](const auto& count) { return count.first.first == path; });
-        m_findings.push_back(told);
+        m_findings.push_back(std::move(told));
     }
 }
 
