@@ -134,7 +134,6 @@ fs::path targetOf(fs::path path)
 void replaceFile(const fs::path& path, const struct stat* old, std::string_view bytes,
                  const std::string& words)
 {
-    constexpr mode_t kPermissions = 0777;
     if (old != nullptr && access(path.c_str(), W_OK) != 0) {
         throw failure(words);
     }
@@ -144,7 +143,7 @@ void replaceFile(const fs::path& path, const struct stat* old, std::string_view 
         const mode_t mask = umask(0);
         umask(mask);
         file.write(bytes);
-        file.finish(old, old != nullptr ? old->st_mode & kPermissions : 0666 & ~mask);
+        file.finish(old, old != nullptr ? old->st_mode & ACCESSPERMS : DEFFILEMODE & ~mask);
         if (std::rename(name.c_str(), path.c_str()) != 0) {
             throw failure(words);
         }
@@ -236,7 +235,7 @@ NewFile::NewFile(const std::string& file)
     }
     const int flags = exists ? O_APPEND : O_CREAT | O_EXCL;
     m_file = std::make_unique<OpenFile>(
-        open(file.c_str(), O_WRONLY | O_CLOEXEC | O_NOCTTY | flags, 0666), words);
+        open(file.c_str(), O_WRONLY | O_CLOEXEC | O_NOCTTY | flags, DEFFILEMODE), words);
 }
 
 NewFile::~NewFile() = default;

@@ -126,7 +126,7 @@ void writeProfileFolder(const std::string& folder, const std::map<std::string, s
     const SignalsWait signalsWait;
     const TemporaryFolder temporary(place);
     const fs::path made = temporary.path() / "profile";
-    if (mkdir(made.c_str(), 0777) != 0) {
+    if (mkdir(made.c_str(), ACCESSPERMS) != 0) {
         fail(place, errno);
     }
     for (const auto& [name, text] : files) {
