@@ -27,6 +27,13 @@ def until(condition):
         time.sleep(0.01)
 
 
+def line_of(stream):
+    """The next line of a process; it fails if the process has ended."""
+    line = stream.readline()
+    assert line != b"", "it has ended"
+    return line
+
+
 def start(*arguments, stdin=subprocess.DEVNULL, stdout=subprocess.PIPE, **options):
     return subprocess.Popen(
         [PROGRAM, *map(str, arguments)], cwd=BUILD / "profile", stdin=stdin,

@@ -9,7 +9,7 @@ import struct
 import termios
 
 import pytest
-from conftest import BUILD, LIMIT, PROGRAM, run, start, until
+from conftest import BUILD, LIMIT, PROGRAM, line_of, run, start, until
 
 PAGE = "<ovix-display>\n<text x='1' y='1'>{}</text>\n</ovix-display>"
 
@@ -121,9 +121,9 @@ def test_pictures_one_after_the_other(tmp_path):
     process = start("preview", "--watch", document, "--columns", 5, "--ascii")
     for text in ["one", "two"]:
         document.write_text(PAGE.format(text))
-        frame = [process.stdout.readline() for line in range(4)]
+        frame = [line_of(process.stdout) for line in range(4)]
         while b"|" + text.encode() not in frame[1]:  # it may have seen the first text already
-            frame = [process.stdout.readline() for line in range(4)]
+            frame = [line_of(process.stdout) for line in range(4)]
         assert frame == [b"+-----+\n", b"|%s  |\n" % text.encode(), b"|     |\n", b"+-----+\n"]
     document.write_text(PAGE.format("</three>"))
     assert b"no whole document" in process.stderr.readline()

@@ -13,7 +13,7 @@ import termios
 from pathlib import Path
 
 import pytest
-from conftest import BUILD, EXAMPLES, LIMIT, PROGRAM, Port, run, start, until
+from conftest import BUILD, EXAMPLES, LIMIT, PROGRAM, Port, line_of, run, start, until
 
 EVERY_BYTE = bytes(range(256)) * 4
 LONG = bytes(range(256)) * 1000  # more than a pseudo-terminal holds
@@ -397,7 +397,7 @@ def test_watch(port, tmp_path):
     for letter, save in zip("bcdefg", [document.write_text, rename, again, document.write_text,
                                        elsewhere, (tmp_path / "folder/other").write_text]):
         save(BROKEN)
-        while b"nothing is sent" not in process.stderr.readline():
+        while b"nothing is sent" not in line_of(process.stderr):
             pass
         if save is elsewhere:
             save = (tmp_path / "folder" / "other").write_text

@@ -7,7 +7,8 @@ program=$build/kestrix-disp
 export LC_ALL=C.UTF-8
 work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT
-cd "$build/profile"
+cp -R "$build/profile" "$work/default"
+cd "$work/default"
 failed=0
 
 fail() { echo "$*" >&2; failed=1; }
@@ -326,14 +327,15 @@ ln "$work/out.d/a" "$work/out.d/hard"
 ln -s a "$work/out.d/soft"
 ln -s soft "$work/out.d/softer"
 ln -s /dev/kestrix-none "$work/out.d/port"
-# refused MESSAGE OUTPUT...: none of the outputs is written.
+# refused MESSAGE OUTPUT...: none of the outputs is written. The setting has no ID file, so that the
+# profile is that of the current folder even where one is installed.
 refused() {
     message=$1
     shift
     for output in "$@"; do
-        status 1 render "$work/out.d/a" -o "$output"
+        status 1 render "$work/out.d/a" --setting none -o "$output"
         says "cannot write $output: $message"
-        status 1 preview "$work/out.d/a" --png "$output"
+        status 1 preview "$work/out.d/a" --setting none --png "$output"
     done
 }
 refused 'it is an input' "$work/out.d/a" "$work/out.d/hard" "$work/out.d/softer" HalvoSet.txt ibm437.txt
@@ -391,11 +393,11 @@ mkdir "$work/profile"
 cp ./* "$work/profile"
 cd "$work/profile"
 sed -i 's/^0x81\t/0x80\t/' ibm437.txt
-"$program" which ü | grep -q 'ü .*: like Ç, 80 in table 0 ' || fail "two at one byte"
+"$program" which ü --setting none 2>/dev/null | grep -q 'ü .*: like Ç, 80 in table 0 ' || fail "two at one byte"
 sed -i 's/^ICSCommandParam=8\r/ICSCommandParam=0\r/' default
 "$program" check . >"$work/out" || fail "status 1 for a warning"
 "$program" check . --strict >"$work/out" && fail "status 0 for a warning in spite of --strict"
-"$program" which ‾ | grep -q '7E in set 0 (japan.txt)$' || fail "the default set is not read"
+"$program" which ‾ --setting none 2>/dev/null | grep -q '7E in set 0 (japan.txt)$' || fail "the default set is not read"
 printf 'x\r\n' >>"$work/profile/ibm850.txt"
 sed -i 's/EncodeTypeDefault=3/EncodeTypeDefault=4/' "$work/profile/HalvoSet.txt"
 seq -f 'x%g' 303 >>UnicodeData.txt
