@@ -159,7 +159,7 @@ private:
             takeSignals();
         }
         if (keys.revents != kNothing) {
-            takeKeys();
+            m_ended = m_ended || Window::asksToEnd();
         }
         if (output.revents != kNothing) {
             writeOutput();
@@ -234,15 +234,6 @@ private:
                 m_changed = true;
             }
         }
-    }
-
-    void takeKeys()
-    {
-        char keys[256];
-        const ssize_t count = ::read(STDIN_FILENO, keys, sizeof keys);
-        const std::string_view pressed(keys, static_cast<std::size_t>(std::max(count, ssize_t{0})));
-        m_ended = m_ended || count == 0 || (count < 0 && errno != EINTR && errno != EAGAIN) ||
-                  pressed.find_first_of("qQ\x03") != std::string_view::npos;
     }
 
     // Writes a part that does not have to wait.
@@ -368,11 +359,6 @@ private:
         if (const auto next = m_display.nextChange()) {
             m_nextChange = elapsed() + *next;
         }
-        if (screen.clock) {
-            constexpr Milliseconds kSecond = 1000;
-            m_nextChange =
-                std::min(m_nextChange.value_or(elapsed() + kSecond), elapsed() + kSecond);
-        }
         EmulatorView view;
         view.title = m_terminal.name() +
                      (m_options.link.empty() ? "" : ", linked from " + printable(m_options.link)) +
@@ -430,9 +416,7 @@ std::vector<std::string> outputsOf(const Options& options)
 int emulate(const Options& options)
 {
     requireSeparate(profileFiles(options.profile), outputsOf(options));
-    StreamInput input;
-    input.profile = options.profile;
-    const ProfileTables tables = input.readTables();
+    const ProfileTables tables = readTables(options.profile);
     const PictureOptions& picture = options.picture;
     Screen screen;
     std::string rest;

@@ -15,7 +15,7 @@ namespace {
 // Explains raw bytes as they come.
 int explainAsItComes(const StreamInput& input)
 {
-    const ProfileTables tables = input.readTables();
+    const ProfileTables tables = readTables(input.profile);
     std::string text;
     Explanation explanation(tables, [&](std::string_view lines) { text += lines; });
     PieceReader reader;
@@ -59,7 +59,7 @@ Command explainCommand(CLI::App& program)
                     return explainAsItComes(*input);
                 }
                 const CommandBytes stream = input->readStream();
-                explainStream(byteSpan(stream.bytes), input->readTables(),
+                explainStream(byteSpan(stream.bytes), readTables(input->profile),
                               [](std::string_view text) { writeFile("-", text); });
                 return stream.whole ? kDone : kWrongInput;
             }};

@@ -79,7 +79,7 @@ int preview(const Options& options)
     const bool toPerson = options.svg.empty() && options.png.empty() && writesToPerson();
     // What is raw is followed while it comes.
     const CommandBytes stream = options.input.raw ? CommandBytes() : options.input.readStream();
-    const ProfileTables tables = options.input.readTables();
+    const ProfileTables tables = readTables(options.input.profile);
     VirtualDisplay display(tables, options.picture.size, options.picture.origin);
     if (options.input.raw) {
         showAsItComes(options, display, toPerson);

@@ -133,7 +133,7 @@ public:
                 read();
                 break;
             case FileWatch::Event::input:
-                if (asksToEnd()) {
+                if (Window::asksToEnd()) {
                     return;
                 }
                 break;
@@ -161,7 +161,6 @@ private:
     // Also sets when it changes by itself.
     std::vector<std::string> picture()
     {
-        constexpr Milliseconds kClockTick = 1000;
         const PictureOptions& options = m_options.picture;
         std::vector<std::string> frame;
         std::string text;
@@ -173,11 +172,7 @@ private:
             display->advance(now - m_time);
             m_time = now;
             const Screen screen = display->screen(options.clockAfter(now));
-            std::optional<Milliseconds> change = display->nextChange();
-            if (screen.clock) {
-                change = std::min(change.value_or(kClockTick), kClockTick);
-            }
-            if (change) {
+            if (const auto change = display->nextChange()) {
                 m_next = std::max(kFrame, milliseconds(*change));
             }
             frame = linesOf(drawText(screen, Highlight::sgr, options.frame(), options.origin));
@@ -189,15 +184,6 @@ private:
         }
         text += m_document.messages() + printable(m_options.file) + " is watched; q ends\n";
         return arranged(std::move(frame), columns, std::move(text), windowSize());
-    }
-
-    static bool asksToEnd()
-    {
-        char keys[256];
-        const ssize_t count = ::read(STDIN_FILENO, keys, sizeof keys);
-        return count <= 0 ||
-               std::string_view(keys, static_cast<std::size_t>(count)).find_first_of("qQ\x03") !=
-                   std::string_view::npos;
     }
 
     const WatchedPreview& m_options;

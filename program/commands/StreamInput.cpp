@@ -103,7 +103,7 @@ CommandBytes StreamInput::readStream() const
     return {std::move(bytes)};
 }
 
-ProfileTables StreamInput::readTables() const
+ProfileTables readTables(const ProfileOptions& profile)
 {
     try {
         return ProfileTables(profile);

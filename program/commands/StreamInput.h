@@ -31,11 +31,11 @@ struct StreamInput {
 
     // Reads the file, and renders it if it is a document. Throws std::runtime_error.
     CommandBytes readStream() const;
-
-    // The profile's tables. If the profile cannot be read, says so on the standard error and
-    // returns those of no profile, which know ASCII only.
-    ProfileTables readTables() const;
 };
+
+// The profile's tables. If the profile cannot be read, says so on the standard error and returns
+// those of no profile, which know ASCII only.
+ProfileTables readTables(const ProfileOptions& profile);
 
 inline ByteSpan byteSpan(std::string_view bytes)
 {

@@ -429,6 +429,10 @@ std::optional<Milliseconds> VirtualDisplay::nextChange() const
         const Milliseconds toggle = m_blink - (m_now - m_blinkStart) % m_blink;
         next = std::min(next.value_or(toggle), toggle);
     }
+    if (m_clock) {
+        constexpr Milliseconds second = 1000;
+        next = std::min(next.value_or(second), second);
+    }
     return next;
 }
 

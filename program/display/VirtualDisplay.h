@@ -86,7 +86,8 @@ public:
     // does not depend on the time.
     Screen stillScreen(std::string_view clock) const;
 
-    // The time until a marquee or a blink changes what is shown; nothing if none will.
+    // The longest time for which what is shown stays: until a marquee or a blink changes it, and a
+    // second if there is a clock. Nothing if time changes nothing.
     std::optional<Milliseconds> nextChange() const;
 
     // What had no effect: runs of unknown bytes, a cut command, and commands that name a value, a

@@ -1,6 +1,7 @@
 #include "program/emulate/Window.h"
 
 #include <algorithm>
+#include <cerrno>
 #include <cstddef>
 
 #include <sys/ioctl.h>
@@ -84,6 +85,17 @@ std::string Window::redraw(const std::vector<std::string>& lines)
     }
     m_known = true;
     return bytes;
+}
+
+bool Window::asksToEnd()
+{
+    char keys[256];
+    const ssize_t count = read(STDIN_FILENO, keys, sizeof keys);
+    if (count <= 0) {
+        return count == 0 || (errno != EINTR && errno != EAGAIN);
+    }
+    return std::string_view(keys, static_cast<std::size_t>(count)).find_first_of("qQ\x03") !=
+           std::string_view::npos;
 }
 
 void Window::forget()

@@ -33,6 +33,9 @@ public:
     // The bytes that make the terminal show these lines, from its top on; "" if it shows them.
     // Lines that are too long are cut by the terminal.
     std::string redraw(const std::vector<std::string>& lines);
+    // Reads the keys that have been pressed: whether one is q or Ctrl-C, or the terminal is gone.
+    static bool asksToEnd();
+
     // What is shown is not known any more, as the window has another size.
     void forget();
 

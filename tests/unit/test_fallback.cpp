@@ -27,6 +27,16 @@
 
 namespace {
 
+// 1 to 40 of the characters, in UTF-8.
+std::string randomText(const std::u32string& characters, std::mt19937& random)
+{
+    std::u32string text;
+    for (std::size_t length = 1 + random() % 40; length > 0; --length) {
+        text += characters[random() % characters.size()];
+    }
+    return utf8(text);
+}
+
 std::set<char32_t> charactersOf(const std::string& codePage)
 {
     std::set<char32_t> result;
@@ -152,14 +162,10 @@ TEST_F(FallbackProfile, TextsOfOtherCharactersKeepTheirBytes)
 
         std::mt19937 random(static_cast<unsigned>(tables.size()));
         for (int i = 0; i < 3000; ++i) {
-            std::u32string text;
-            for (std::size_t length = 1 + random() % 30; length > 0; --length) {
-                text += shown[random() % shown.size()];
-            }
-            std::string bytes = utf8(text);
+            std::string bytes = randomText(shown, random);
             exact.setData(bytes);
             readable.setData(bytes);
-            ASSERT_EQ(exact.output(), readable.output()) << utf8(text);
+            ASSERT_EQ(exact.output(), readable.output()) << bytes;
         }
         for (const char32_t character : plan.substituted()) {
             std::string bytes = utf8({character == U'？' || character == U'﹖' ? U'a' : character});
@@ -267,14 +273,10 @@ TEST_F(DefaultProfileCopy, MoreTablesChangeNoTextOfTheFirstNine)
     EXPECT_EQ(543U, characters.size());
     std::mt19937 random(9);
     for (int i = 0; i < 20000; ++i) {
-        std::u32string text;
-        for (std::size_t length = 1 + random() % 40; length > 0; --length) {
-            text += characters[random() % characters.size()];
-        }
-        std::string bytes = utf8(text);
+        std::string bytes = randomText(characters, random);
         nine.setData(bytes);
         all.setData(bytes);
-        ASSERT_EQ(nine.output(), all.output()) << utf8(text);
+        ASSERT_EQ(nine.output(), all.output()) << bytes;
     }
 }
 
