@@ -8,6 +8,7 @@
 #include "program/emulate/LinePace.h"
 #include "program/emulate/PseudoTerminal.h"
 #include "program/emulate/Window.h"
+#include "program/port/Descriptor.h"
 #include "program/port/Signals.h"
 #include "program/stream/Explanation.h"
 #include "program/text/CharacterText.h"
@@ -32,6 +33,7 @@
 #include <utility>
 #include <vector>
 
+#include <fcntl.h>
 #include <poll.h>
 #include <unistd.h>
 
@@ -147,7 +149,7 @@ private:
         pollfd sources[] = {
             {m_signals.descriptor(), POLLIN, 0},
             {m_window ? STDIN_FILENO : -1, POLLIN, 0},
-            {m_output.empty() ? -1 : STDOUT_FILENO, POLLOUT, 0},
+            {m_output.empty() ? -1 : outputDescriptor(), POLLOUT, 0},
             {m_terminal.watchDescriptor(), POLLIN, 0},
             {reads && !paced ? m_terminal.descriptor() : -1, POLLIN, 0},
         };
@@ -236,11 +238,16 @@ private:
         }
     }
 
-    // Writes a part that does not have to wait.
+    int outputDescriptor() const
+    {
+        return m_outputTerminal.number() >= 0 ? m_outputTerminal.number() : STDOUT_FILENO;
+    }
+
+    // Writes a part that does not have to wait: a pipe that is ready takes as much as PIPE_BUF.
     void writeOutput()
     {
         const std::size_t size = std::min<std::size_t>(m_output.size(), PIPE_BUF);
-        const ssize_t count = ::write(STDOUT_FILENO, m_output.data(), size);
+        const ssize_t count = ::write(outputDescriptor(), m_output.data(), size);
         if (count < 0 && errno != EINTR && errno != EAGAIN) {
             m_outputFailure = std::make_exception_ptr(std::system_error(
                 errno, std::generic_category(), "cannot write the standard output"));
@@ -394,6 +401,12 @@ private:
     bool m_changesBytes = false;
     std::deque<std::string> m_lines;  // of the explanation, for the window
 
+    // The standard output, if it is a terminal. One that is ready may have room for a single byte,
+    // and nobody reads the till while a write waits. O_NONBLOCK is for this opening of it alone.
+    const Descriptor m_outputTerminal{
+        isatty(STDOUT_FILENO) != 0
+            ? open("/proc/self/fd/1", O_WRONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC)
+            : -1};
     std::string m_output;  // what the standard output has not taken yet
     std::exception_ptr m_outputFailure;
     bool m_ended = false;

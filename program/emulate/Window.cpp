@@ -58,6 +58,7 @@ Window::Window()
     tcgetattr(STDIN_FILENO, &m_before);
     termios settings = m_before;
     settings.c_lflag &= ~static_cast<tcflag_t>(ICANON | ECHO);
+    settings.c_iflag &= ~static_cast<tcflag_t>(IXON);  // Ctrl-S would hold up the end, too
     settings.c_cc[VMIN] = 1;
     settings.c_cc[VTIME] = 0;
     settings.c_cc[VSUSP] = _POSIX_VDISABLE;  // a stop would leave the terminal as it is here

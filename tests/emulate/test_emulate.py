@@ -367,21 +367,26 @@ class Terminal:
         os.close(self.descriptor)
 
 
-# catches: pictures that are lost with the terminal, when it had not shown everything
+# catches: a till that waits for a terminal that nobody reads; pictures that are lost with it
 def test_the_terminal_is_closed(tmp_path):
-    port, screen = tmp_path / "port", tmp_path / "screen"
-    size = ["--columns", 200, "--rows", 40]
-    with Terminal(["emulate", "--link", port, "--screen", screen, *size], 60, 240) as terminal:
+    port, screen, record = tmp_path / "port", tmp_path / "screen", tmp_path / "record"
+    arguments = ["emulate", "--link", port, "--screen", screen, "--record", record]
+    with Terminal([*arguments, "--columns", 200, "--rows", 40], 60, 240) as terminal:
         terminal.shows(" - q ends")
-        till = os.open(port, os.O_RDWR | os.O_NOCTTY)
+        till = os.open(port, os.O_RDWR | os.O_NOCTTY | os.O_NONBLOCK)
         output = os.open(f"/proc/{terminal.pid}/fd/1", os.O_WRONLY | os.O_NOCTTY)
-        characters = itertools.cycle(range(33, 127))
+        stream = b"".join(bytes([33 + i % 94]) * 1000 for i in range(1000))
+        written = 0
 
-        def is_full():
-            os.write(till, bytes([next(characters)]) * 8000)
-            return not select.select([], [output], [], 0)[1]
+        def all_is_written():
+            nonlocal written
+            with contextlib.suppress(BlockingIOError):
+                written += os.write(till, stream[written : written + 8000])
+            return written == len(stream)
 
-        wait_for(is_full, "the terminal takes everything, though nobody reads it")
+        wait_for(all_is_written, "the till waits")
+        wait_for(lambda: record.stat().st_size == len(stream), "not all is read")
+        assert not select.select([], [output], [], 0)[1], "the terminal has taken everything"
         os.close(terminal.descriptor)
         terminal.descriptor = os.open(os.devnull, os.O_RDONLY)
         terminal.status = os.waitstatus_to_exitcode(os.waitpid(terminal.pid, 0)[1])
