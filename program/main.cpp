@@ -1,6 +1,7 @@
 // kestrix-disp: the command line program of the library.
 #include "program/commands/Commands.h"
 #include "program/commands/Files.h"
+#include "program/text/CharacterText.h"
 
 #include <CLI/CLI.hpp>
 
@@ -37,7 +38,7 @@ int run(int argc, char** argv)
         program.parse(argc, argv);
     } catch (const CLI::ParseError& error) {
         if (const auto unknown = program.remaining(); !unknown.empty() && noneParsed(commands)) {
-            std::cerr << "kestrix-disp: there is no command \"" << unknown.front()
+            std::cerr << "kestrix-disp: there is no command \"" << printable(unknown.front())
                       << "\"; --help lists the commands\n";
             return kUsage;
         }
@@ -64,7 +65,7 @@ int main(int argc, char** argv)
         std::cerr << "kestrix-disp: memory is exhausted\n";
         return kWrongInput;
     } catch (const std::exception& error) {
-        std::cerr << "kestrix-disp: " << error.what() << "\n";
+        std::cerr << "kestrix-disp: " << printable(error.what()) << "\n";
         return kWrongInput;
     }
 }

@@ -2,6 +2,7 @@
 #include "program/commands/Commands.h"
 #include "program/commands/Files.h"
 #include "program/commands/LintOptions.h"
+#include "program/text/CharacterText.h"
 #include "program/text/Counted.h"
 
 #include <CLI/CLI.hpp>
@@ -71,7 +72,7 @@ std::vector<LintFinding> findingsOf(const std::string& file, const LintOptions& 
     try {
         document = readFile(file);
     } catch (const std::runtime_error& error) {
-        return {{0, Rule::file, error.what()}};
+        return {{0, Rule::file, printable(error.what())}};
     }
     return lintDocument(document, options.profile, options.display).findings;
 }

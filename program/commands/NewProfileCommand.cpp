@@ -115,7 +115,7 @@ int newProfile(const Options& options)
     try {
         return makeProfile(options);
     } catch (const UsageError& error) {
-        std::cerr << "kestrix-disp: " << error.what() << '\n';
+        std::cerr << "kestrix-disp: " << printable(error.what()) << '\n';
         return kUsage;
     }
 }

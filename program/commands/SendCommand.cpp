@@ -72,7 +72,7 @@ std::optional<std::string> bytesOf(const std::string& file, const Options& optio
                   << (document.allowed ? " is no whole document; --stream sends bytes as they are\n"
                                        : " has an error or warning, and --strict allows none\n");
     } catch (const std::runtime_error& error) {
-        std::cerr << "kestrix-disp: " << error.what() << "\n";
+        std::cerr << "kestrix-disp: " << printable(error.what()) << "\n";
     }
     return std::nullopt;
 }

@@ -1,6 +1,7 @@
 #include "program/commands/StreamInput.h"
 
 #include "program/commands/Files.h"
+#include "program/text/CharacterText.h"
 #include "program/text/HexText.h"
 
 #include <CLI/CLI.hpp>
@@ -14,7 +15,7 @@
 namespace {
 
 // True for a character byte, TAB, CR or LF.
-bool isPrintable(char c)
+bool isTextByte(char c)
 {
     return isText(static_cast<std::uint8_t>(c)) || c == '\n' || c == '\r' || c == '\t';
 }
@@ -43,12 +44,12 @@ bool isDocument(std::string_view bytes)
     };
     const bool isMarkup = bytes.size() > 1 && bytes[0] == '<' &&
                           (bytes[1] == '?' || bytes[1] == '!' || beginsName(bytes[1]));
-    return isMarkup && std::ranges::all_of(bytes, isPrintable);
+    return isMarkup && std::ranges::all_of(bytes, isTextByte);
 }
 
 void tellIfNoDocument(const std::string& bytes)
 {
-    if (!isDocument(bytes) && !std::ranges::all_of(bytes, isPrintable)) {
+    if (!isDocument(bytes) && !std::ranges::all_of(bytes, isTextByte)) {
         std::cerr << "kestrix-disp: the input holds control codes and is no document; explain and "
                      "preview read command streams\n";
     }
@@ -96,7 +97,7 @@ CommandBytes StreamInput::readStream() const
     if (hex || (detect && isHexText(bytes))) {
         return {bytesOfHexText(bytes)};
     }
-    if (detect && !bytes.empty() && std::ranges::all_of(bytes, isPrintable)) {
+    if (detect && !bytes.empty() && std::ranges::all_of(bytes, isTextByte)) {
         std::cerr << "kestrix-disp: the input holds no command and is taken for text; --hex and "
                      "--document read it otherwise\n";
     }
@@ -108,7 +109,7 @@ ProfileTables readTables(const ProfileOptions& profile)
     try {
         return ProfileTables(profile);
     } catch (const std::exception& error) {
-        std::cerr << "kestrix-disp: " << error.what() << "; only ASCII is decoded\n";
+        std::cerr << "kestrix-disp: " << printable(error.what()) << "; only ASCII is decoded\n";
         return {};
     }
 }
