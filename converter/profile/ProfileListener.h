@@ -17,6 +17,8 @@ struct ProfilePlace {
     std::size_t line;  // counted from 1; 0 is the file as a whole
 };
 
+// Hears of a profile's files as they are read. What it is told can come again with the same words:
+// of a file that serves several tables, and of each piece of a long line.
 class ProfileListener {
 public:
     virtual ~ProfileListener() = default;

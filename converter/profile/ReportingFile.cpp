@@ -37,7 +37,6 @@ short ReportingFile::open(const std::string& path, short missingStatus, short in
         const int error = errno;
         m_path = path;
         m_invalidStatus = invalidStatus;
-        m_longLine = 0;
         if (status != RUVO_OK) {
             const std::string reason = std::generic_category().message(error);
             m_listener->noLines(path, "cannot be opened: " + reason, status);
@@ -48,12 +47,8 @@ short ReportingFile::open(const std::string& path, short missingStatus, short in
     return status;
 }
 
-void ReportingFile::remarkLongLine()
+void ReportingFile::remarkLongLine() const
 {
-    if (m_longLine == lineNumber()) {
-        return;
-    }
-    m_longLine = lineNumber();
     remark([] {
         return "is longer than " + std::to_string(kMaxLineLength) +
                " characters: what follows them is read as a line of its own";

@@ -76,13 +76,12 @@ public:
     }
 
 private:
-    void remarkLongLine();
+    void remarkLongLine() const;
 
     ProfileListener* m_listener;
     LineReader m_reader;
     std::string m_path;
     short m_invalidStatus = 0;
-    std::size_t m_longLine = 0;  // the number of the last line that was remarked on
 };
 
 }  // namespace ruvo
