@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <climits>
 #include <cstdio>
 #include <cstdlib>
 #include <filesystem>
@@ -19,6 +20,7 @@ namespace {
 namespace fs = std::filesystem;
 
 constexpr std::string_view kStandardStream = "-";
+constexpr std::size_t kLongestFile = INT_MAX;
 
 // With the reason that errno gives.
 std::system_error failure(const std::string& words)
@@ -153,6 +155,11 @@ void replaceFile(const fs::path& path, const struct stat* old, std::string_view 
     }
 }
 
+std::string inputName(const std::string& file)
+{
+    return file == kStandardStream ? "the standard input" : file;
+}
+
 // The status of a file or standard stream; false if it has none.
 bool statusOf(const std::string& file, int standardStream, struct stat& status)
 {
@@ -166,6 +173,10 @@ std::string readFile(const std::string& file)
 {
     std::string bytes;
     followFile(file, [&](std::string_view piece) {
+        if (piece.size() > kLongestFile - bytes.size()) {
+            throw std::runtime_error("cannot read " + inputName(file) + ": it has more than " +
+                                     std::to_string(kLongestFile) + " bytes");
+        }
         bytes += piece;
         return -1;
     });
@@ -183,13 +194,12 @@ void requireWatchable(const std::string& file)
 
 void followFile(const std::string& file, const std::function<int(std::string_view)>& take)
 {
-    const bool standard = file == kStandardStream;
-    const std::string name = standard ? "the standard input" : file;
-    const OpenFile opened(standard ? dup(STDIN_FILENO)
-                                   : open(file.c_str(), O_RDONLY | O_CLOEXEC | O_NOCTTY),
-                          "cannot read " + name);
+    const OpenFile opened(file == kStandardStream
+                              ? dup(STDIN_FILENO)
+                              : open(file.c_str(), O_RDONLY | O_CLOEXEC | O_NOCTTY),
+                          "cannot read " + inputName(file));
     if (!opened.follow(take)) {
-        throw std::runtime_error(name + " is empty");
+        throw std::runtime_error(inputName(file) + " is empty");
     }
 }
 

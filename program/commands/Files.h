@@ -8,7 +8,8 @@
 #include <string_view>
 #include <vector>
 
-// Throws for an empty file, too: no command has a use for it.
+// Throws for an empty file, too: no command has a use for it. So does one of more than 2147483647
+// bytes, the most that a document may have, as a device such as /dev/zero would take all memory.
 std::string readFile(const std::string& file);
 
 // Throws for what cannot be watched, as it cannot be read again and again: a pipe or device, and
