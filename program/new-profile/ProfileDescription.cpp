@@ -133,34 +133,56 @@ bool looksLikeFile(const std::string& name)
            fs::exists(name, ignored);
 }
 
+// The characters of a file, with notes on what was left out; `prefix` names the table or set.
+CharacterOfByte readTableFile(const std::string& file, const std::string& prefix, FileReader read,
+                              Notes& notes)
+{
+    const TableText text = readTableText(read(file), printable(file));
+    if (text.atCommandBytes > 0) {
+        notes.push_back(
+            prefix + counted(text.atCommandBytes, "character") +
+            " at bytes below 20 left out, as the display takes these bytes for commands");
+    }
+    if (text.sequences > 0) {
+        notes.push_back(prefix + counted(text.sequences, "byte") +
+                        " left out, as a table has one character for a byte, not several");
+    }
+    return text.characters;
+}
+
+std::string repeatedNote(int parameter, char32_t character, std::size_t byte, std::size_t other)
+{
+    return "table " + std::to_string(parameter) + ": " + describedCharacter(character) +
+           " is left out at the byte " + hexByte(byte) + ", as it is also at " + hexByte(other);
+}
+
 CharacterOfByte readTable(const Assignment& table, FileReader read, Notes& notes)
 {
     if (isCodePage(table.value)) {
-        return readCodePage(table.value);
+        const CodePage page = readCodePage(table.value);
+        for (const auto& [byte, other] : page.repeated) {
+            notes.push_back(repeatedNote(table.parameter, *page.characters[other], byte, other));
+        }
+        return page.characters;
     }
     if (!looksLikeFile(table.value)) {
         throw UsageError("--table: " + quoted(table.value) +
                          " is neither a code page of ICU nor a file; most like it are " +
                          nearestCodePages(table.value));
     }
-    TableText text = readTableText(read(table.value), printable(table.value));
     const std::string prefix = "table " + std::to_string(table.parameter) + ": ";
-    if (text.atCommandBytes > 0) {
-        notes.push_back(
-            prefix + counted(static_cast<std::size_t>(text.atCommandBytes), "character") +
-            " at bytes below 20 left out, as the display takes these bytes for commands");
-    }
+    CharacterOfByte characters = readTableFile(table.value, prefix, read, notes);
     constexpr char32_t kFirst = 0x20;
     constexpr char32_t kEnd = 0x7F;
-    const auto begin = text.characters.begin();
+    const auto begin = characters.begin();
     if (std::all_of(begin + kFirst, begin + kEnd, [](const auto& held) { return !held; })) {
         for (char32_t c = kFirst; c < kEnd; ++c) {
-            text.characters[c] = c;
+            characters[c] = c;
         }
         notes.push_back(prefix + quoted(table.value) +
                         " has no byte from 20 to 7E; ASCII is added there");
     }
-    return text.characters;
+    return characters;
 }
 
 struct PlaceInTable {
@@ -206,10 +228,8 @@ void dropRepeated(Tables& tables, const std::set<std::pair<int, std::uint8_t>>& 
         }
         for (std::size_t byte = 0; byte < table.size(); ++byte) {
             if (table[byte] && byteOf.emplace(*table[byte], byte).first->second != byte) {
-                notes.push_back("table " + std::to_string(parameter) + ": " +
-                                describedCharacter(*table[byte]) + " is left out at the byte " +
-                                hexByte(byte) + ", as it is also at " +
-                                hexByte(byteOf.at(*table[byte])));
+                notes.push_back(
+                    repeatedNote(parameter, *table[byte], byte, byteOf.at(*table[byte])));
                 table[byte].reset();
             }
         }
@@ -322,14 +342,8 @@ CodeFile readSet(const Assignment& set, FileReader read, Notes& notes)
                          " is neither a national set nor a file; the sets are " + names);
     }
     result.title = printable(result.title);
-    const TableText text = readTableText(read(set.value), printable(set.value));
-    if (text.atCommandBytes > 0) {
-        notes.push_back(
-            "set " + std::to_string(set.parameter) + ": " +
-            counted(static_cast<std::size_t>(text.atCommandBytes), "character") +
-            " at bytes below 20 left out, as the display takes these bytes for commands");
-    }
-    result.characters = listOf(text.characters);
+    result.characters = listOf(
+        readTableFile(set.value, "set " + std::to_string(set.parameter) + ": ", read, notes));
     return result;
 }
 

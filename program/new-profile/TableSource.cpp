@@ -199,6 +199,20 @@ std::optional<std::uint32_t> readHex(std::string_view text,
     return good ? std::optional(value) : std::nullopt;
 }
 
+// Whether a text is several code points, such as "0x05F2+0x05B7".
+bool isSequence(std::string_view text)
+{
+    bool several = false;
+    for (std::size_t plus = 0; (plus = text.find("+0x")) != std::string_view::npos;) {
+        if (!readCodePoint(text.substr(0, plus))) {
+            return false;
+        }
+        text.remove_prefix(plus + 1);
+        several = true;
+    }
+    return several && readCodePoint(text);
+}
+
 }  // namespace
 
 bool isCodePage(const std::string& name)
@@ -206,7 +220,7 @@ bool isCodePage(const std::string& name)
     return !nameInICU(name).empty();
 }
 
-CharacterOfByte readCodePage(const std::string& name)
+CodePage readCodePage(const std::string& name)
 {
     const icu::LocalUConverterPointer converter = open(nameInICU(name).c_str());
     if (ucnv_getMaxCharSize(converter.getAlias()) != 1) {
@@ -214,7 +228,8 @@ CharacterOfByte readCodePage(const std::string& name)
                          " has characters of several bytes; a table of a display has one byte for "
                          "each");
     }
-    CharacterOfByte table;
+    CodePage page;
+    CharacterOfByte& table = page.characters;
     for (unsigned byte = kFirstText; byte < table.size(); ++byte) {
         const char in = static_cast<char>(byte);
         UChar out[2];  // longer results are ignored: a byte has one character, of one unit
@@ -229,10 +244,13 @@ CharacterOfByte readCodePage(const std::string& name)
         const std::optional<unsigned> used =
             table[byte] ? byteOf(*table[byte], converter) : std::nullopt;
         if (used && *used != byte && table[*used] == table[byte]) {
-            table[byte].reset();
+            page.repeated.emplace_back(byte, *used);
         }
     }
-    return table;
+    for (const auto& [byte, used] : page.repeated) {
+        table[byte].reset();
+    }
+    return page;
 }
 
 std::string nearestCodePages(const std::string& name)
@@ -330,7 +348,15 @@ TableText readTableText(std::string_view text, const std::string& file)
         if (fields.size() == 1) {
             continue;
         }
-        const std::optional<char32_t> character = readCodePoint(fields[1]);
+        std::string_view shown = fields[1];
+        for (const std::string_view direction : {"<LR>+", "<RL>+"}) {
+            shown.remove_prefix(shown.starts_with(direction) ? direction.size() : 0);
+        }
+        if (isSequence(shown)) {
+            ++result.sequences;
+            continue;
+        }
+        const std::optional<char32_t> character = readCodePoint(shown);
         if (!character) {
             fail("must have one code point from 0x0000 to 0x10FFFF after the byte, but has " +
                  ruvo::quoted(fields[1]));

@@ -136,7 +136,9 @@ FILES = {  # the text of a table file, and what is said of it
     "no byte": ("\n20AC\t80\n", "t.txt:2: must begin with a byte .*20AC"),
     "surrogate": ("0x80\t0xD800\n", "t.txt:1: U.D800 is a surrogate"),
     "too large": ("0x80\t0x110000\n", "t.txt:1: must have one code point"),
-    "two characters": ("0x80\t0x0041+0x0300\t# A grave\n", "t.txt:1: must have one code point"),
+    "no sequence": ("0x80\t0x0041+0x\n", "t.txt:1: must have one code point"),
+    "half a sequence": ("0x80\t<RL>+\n", "t.txt:1: must have one code point"),
+    "sequences only": ("0x80\t0x05F2+0x05B7\t# yod yod patah\n", "t.txt has no character"),
     "no hash": ("0x80\t0x20AC\teuro\n", 't.txt:1: must have .*"euro"'),
     "lines after the end": ("0x80\t0x20AC\n\x1a\n0x81\t0x20AD\n", "t.txt:2: a byte 1A ends the text"),
     "NUL": ("0x80\0\t0x20AC\n", "t.txt:1: must begin with a byte"),
@@ -145,6 +147,34 @@ FILES = {  # the text of a table file, and what is said of it
     "comments": ("# 0x80\t0x20AC\n0x81\n", "t.txt has no character"),
     "line breaks of CR": ("# a\r0x80\t0x20AC\r\r0x80\t0x00A3\r", "t.txt:4: the byte 0x80 is in line 2"),
 }
+
+
+# As a vendor of computers publishes a table of a script that runs from right to left.
+BIDIRECTIONAL = ("0x20\t<LR>+0x0020\t# SPACE, left-right\n0x3F\t0x003F\n0x81\t0x05F2+0x05B7\t# two\n"
+                 "0xA0\t<RL>+0x0020\t# SPACE, right-left\n0x00\t0x0040\n0xE0\t0x05D0\n")
+NOTES = {  # a source; what is said of bytes that are left out, and a character that is there
+    "sequences": ("t.txt", ["1 byte left out, as a table has one"], "א"),
+    "a character at two bytes": ("t.txt", ["U.0020 SPACE is left out at the byte A0, .* at 20"], " "),
+    "bytes of commands": ("t.txt", ["1 character at bytes below 20 left out"], "?"),
+    "twice in a code page": ("ibm-1051", ["U.00A3 POUND SIGN is left out at the byte AF, .* at BB"], "£"),
+    "nothing": ("ibm-437", [], "é"),
+}
+
+
+@pytest.mark.parametrize("source, notes, character", NOTES.values(), ids=NOTES)
+def test_bytes_left_out(source, notes, character):
+    """Catches: a byte of a source that is left out without a word, or refused with the others."""
+    with open("t.txt", "w", encoding="utf-8") as file:
+        file.write(BIDIRECTIONAL)
+    made = new_profile("made", "--table", f"0={source}")
+    assert made.returncode == 0, made.stderr
+    assert ("left out" in made.stderr) == bool(notes), made.stderr
+    for words in notes:
+        assert re.search("table 0: " + words, made.stderr), made.stderr
+    os.chdir("made")
+    with kestrixdisp.Converter("default", "NO-SUCH-ID") as converter:
+        assert converter.convert(character)[:3] == b"\x1bt\0" and (
+            character == "?" or converter.convert(character)[3:] != b"?")
 
 
 @pytest.mark.parametrize("text, words", FILES.values(), ids=FILES)

@@ -40,7 +40,7 @@ std::string randomText(const std::u32string& characters, std::mt19937& random)
 std::set<char32_t> charactersOf(const std::string& codePage)
 {
     std::set<char32_t> result;
-    for (const auto& character : readCodePage(codePage)) {
+    for (const auto& character : readCodePage(codePage).characters) {
         if (character) {
             result.insert(*character);
         }
@@ -134,10 +134,13 @@ class FallbackProfile : public ProfileFixture {};
 TEST_F(FallbackProfile, TextsOfOtherCharactersKeepTheirBytes)
 {
     const std::vector<std::vector<CodeFile>> displays = {
-        {tableOf(0, readCodePage("ibm-437"))},
-        {tableOf(0, readCodePage("ibm-850")), tableOf(7, readCodePage("windows-1252"))},
-        {tableOf(1, readCodePage("windows-1258")), tableOf(2, readCodePage("ibm-737")),
-         tableOf(3, readCodePage("windows-1253")), tableOf(200, readCodePage("ibm-852"))},
+        {tableOf(0, readCodePage("ibm-437").characters)},
+        {tableOf(0, readCodePage("ibm-850").characters),
+         tableOf(7, readCodePage("windows-1252").characters)},
+        {tableOf(1, readCodePage("windows-1258").characters),
+         tableOf(2, readCodePage("ibm-737").characters),
+         tableOf(3, readCodePage("windows-1253").characters),
+         tableOf(200, readCodePage("ibm-852").characters)},
     };
     for (const std::vector<CodeFile>& tables : displays) {
         ProfilePlan plan;
