@@ -30,6 +30,10 @@ int run(int argc, char** argv)
     CLI::App program("Display documents and command streams of Kestrix displays.", "kestrix-disp");
     program.require_subcommand(1);
     program.set_version_flag("--version", "kestrix-disp " KESTRIX_VERSION);
+    program.failure_message([](const CLI::App*, const CLI::Error& error) {
+        return "kestrix-disp: " + printable(error.what()) +
+               "\nRun with --help for more information.\n";
+    });
     std::vector<Command> commands;
     for (const auto makeCommand : kCommands) {
         commands.push_back(makeCommand(program));

@@ -46,7 +46,7 @@ for arguments in '' render which check 'render - -' 'render - --hex --raw' 'rend
     status 2 $arguments
 done
 says 'no command "unknown"'
-for command in '' render explain preview lint 'send --port /dev/null'; do
+for command in '' render explain preview lint 'send --port /dev/null' 'preview --columns'; do
     # shellcheck disable=SC2086
     "$program" $command "$(printf 'no\033[31mfile')" 2>&1 | tr '\033' '!' >"$work/out"
     grep -q 'no?\[31mfile' "$work/out" || fail "does not name the file: $command"
