@@ -9,6 +9,7 @@
 #include "program/display/SvgDrawing.h"
 #include "program/display/TerminalDrawing.h"
 #include "program/display/VirtualDisplay.h"
+#include "program/emulate/Window.h"
 
 #include <CLI/CLI.hpp>
 
@@ -76,7 +77,8 @@ int preview(const Options& options)
     std::vector<std::string> inputs = profileFiles(options.input.profile);
     inputs.push_back(options.input.file);
     requireSeparate(inputs, outputsOf(options));
-    const bool toPerson = options.svg.empty() && options.png.empty() && writesToPerson();
+    const bool toPerson =
+        options.svg.empty() && options.png.empty() && writesToPerson() && !isDumbTerminal();
     // What is raw is followed while it comes.
     const CommandBytes stream = options.input.raw ? CommandBytes() : options.input.readStream();
     const ProfileTables tables = readTables(options.input.profile);

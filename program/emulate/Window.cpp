@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstddef>
+#include <cstdlib>
 
 #include <sys/ioctl.h>
 #include <unistd.h>
@@ -35,9 +36,15 @@ WindowSize windowSize()
     return {size.ws_col, size.ws_row};
 }
 
+bool isDumbTerminal()
+{
+    const char* const kind = std::getenv("TERM");
+    return kind != nullptr && std::string_view(kind) == "dumb";
+}
+
 bool ownsTerminal()
 {
-    return isatty(STDIN_FILENO) != 0 && tcgetpgrp(STDOUT_FILENO) == getpgrp();
+    return isatty(STDIN_FILENO) != 0 && tcgetpgrp(STDOUT_FILENO) == getpgrp() && !isDumbTerminal();
 }
 
 std::string clipped(std::string_view line, int columns)

@@ -15,7 +15,11 @@ struct WindowSize {
 // The size of the terminal at the standard output; the one above if it does not tell.
 WindowSize windowSize();
 
-// Whether the program has a terminal for itself: it reads and writes one, in the foreground.
+// Whether the terminal shows control sequences as they are, as TERM says.
+bool isDumbTerminal();
+
+// Whether the program has a terminal for itself that it can draw in: it reads and writes one, in
+// the foreground.
 bool ownsTerminal();
 
 // The first characters of a line of UTF-8 without control sequences.

@@ -313,14 +313,14 @@ def test_a_till_changes_its_own_bytes(tmp_path):
 class Terminal:
     """A terminal for one program, of which all is kept that the program has written."""
 
-    def __init__(self, arguments, rows=24, columns=80):
+    def __init__(self, arguments, rows=24, columns=80, kind="linux"):
         self.text = b""
         pid, self.descriptor = pty.fork()
         if pid == 0:
             os.chdir(BUILD / "profile")
             while os.get_terminal_size(1).lines != rows:
                 time.sleep(0.001)
-            os.execve(PROGRAM, [PROGRAM, *map(str, arguments)], ENVIRONMENT)
+            os.execve(PROGRAM, [PROGRAM, *map(str, arguments)], {**ENVIRONMENT, "TERM": kind})
         self.pid = pid
         self.resize(rows, columns)
         self.settings = termios.tcgetattr(self.descriptor)
@@ -429,6 +429,22 @@ def test_a_person_watches(tmp_path, key):
         assert termios.tcgetattr(terminal.descriptor) == terminal.settings
     assert (tmp_path / "screen").read_text().startswith("┌──────┐\n│xy    │\n")
     assert not port.is_symlink()
+
+
+# catches: control sequences in a terminal that shows them as they are
+def test_a_dumb_terminal(tmp_path):
+    stream = tmp_path / "stream"
+    stream.write_bytes(b"a\x1fr\1b")
+    with Terminal(["preview", "--raw", stream, "--columns", 2], kind="dumb") as terminal:
+        assert terminal.end() == 0
+        assert terminal.text.decode() == "┌──┐\r\n│ab│  reverse 2\r\n│  │\r\n└──┘\r\n"
+    with Terminal(["emulate", "--link", tmp_path / "port"], kind="dumb") as terminal:
+        terminal.shows("/dev/pts/", "\r\n")
+        (tmp_path / "port").write_bytes(b"\x0c")
+        terminal.shows("00000000  0C ")
+        os.kill(terminal.pid, signal.SIGTERM)
+        assert terminal.end() == 0
+        assert "\x1b" not in terminal.text.decode()
 
 
 # catches: a line that waits for more than its command, a cut command at the end that is not told
