@@ -19,11 +19,15 @@ void LivePicture::draw(const Screen& screen)
         text += (rows < screen.size.lines + 2 ? line : clipped(line, window.columns)) + "\n";
         at = end + 1;
     }
-    if (rows < window.rows && screen.size.columns + 2 <= window.columns) {
-        erase();
-        writeFile("-", text);
-        m_rows = rows;
+    if (rows >= window.rows || screen.size.columns + 2 > window.columns) {
+        text = clipped("this window is too small; the display follows at the end",
+                       window.columns - 1) +
+               "\n";
+        rows = 1;
     }
+    erase();
+    writeFile("-", text);
+    m_rows = rows;
 }
 
 void LivePicture::erase()

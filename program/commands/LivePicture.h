@@ -8,8 +8,8 @@ public:
     // The options must outlive the picture.
     explicit LivePicture(const PictureOptions& options) : m_options(options) {}
 
-    // Draws on the standard output, in place of the picture before. Does nothing if the terminal is
-    // too small for it.
+    // Draws on the standard output, in place of the picture before; or says there that the terminal
+    // is too small for it.
     void draw(const Screen& screen);
     void erase();
 

@@ -483,6 +483,10 @@ def test_preview_follows_a_pipe(tmp_path):
         terminal.shows("\x1b[3F\x1b[J┌────┐\r\n│ab\x1b[7mc\x1b[0m │\r\n└────┘\r\n")
         assert terminal.end() == 0
         assert terminal.text == b""
+    with Terminal(["preview", "--raw", pipe, "--columns", 4, "--rows", 1], rows=3) as terminal:
+        pipe.write_bytes(b"ab")
+        terminal.shows("this window is too small; ", "\x1b[1F\x1b[J┌────┐\r\n│ab  │\r\n└────┘\r\n")
+        assert terminal.end() == 0
     result = run("preview", "--raw", "--columns", 4, "--rows", 1, input=b"ab\x1f")
     assert result.stdout.decode() == "┌────┐\n│ab  │\n└────┘\n"
     assert b"1 command, the first at offset 2 (hex)" in result.stderr
