@@ -6,7 +6,8 @@ build=$(cd "$1" && pwd)
 program=$build/kestrix-disp
 export LC_ALL=C.UTF-8
 work=$(mktemp -d)
-trap 'rm -rf "$work"' EXIT
+reader=
+trap 'test -z "$reader" || kill "$reader" || :; rm -rf "$work"' EXIT
 cp -R "$build/profile" "$work/default"
 cd "$work/default"
 failed=0
@@ -374,8 +375,10 @@ done
 [ "$(find "$work/out.d" | wc -l)" -eq 8 ] || fail "a file is left over: $(ls -A "$work/out.d")"
 mkfifo "$work/fifo"
 cat "$work/fifo" >"$work/piped" &
+reader=$!
 "$program" render "$work/document" -o "$work/fifo"
-wait $!
+wait "$reader"
+reader=
 cmp "$work/stream" "$work/piped" || fail "a pipe is not written as it is"
 { printf before && "$program" render "$work/document" -o /dev/stdout; } >"$work/piped"
 { printf before && cat "$work/stream"; } | cmp - "$work/piped" || fail "/dev/stdout is not appended to"
