@@ -193,6 +193,7 @@ TEST(Tags, Utf8ToShiftJis)
                                      {"{FF}=>{FF}", 0U},
                                      {"{FF}=>{FF}", 2U},
                                      {"{FF}=>{FC FC}", 3U},
+                                     {"{E2 80 8B}=>", 0U},  // has no form in Shift_JIS
                                      {"=>", 0U}}) {
         const auto [before, after] = beforeAndAfter(row);
         std::string room = before + std::string("\0\x7F\x7F\x7F", 4);
