@@ -54,11 +54,8 @@ short Lutm_OpenHandleCommon(const std::string& deviceInfoName, const std::string
     const auto settings = std::make_unique<HandleSettings>();
     const auto deviceInfo = std::make_unique<DeviceInfo>();
 
-    // Without a module path HalvoSet.txt is read from the current directory.
-    std::string modulePath;
-    if (Lutm_ModuleFileFullPath(kModuleRoot, id, modulePath) != 0) {
-        modulePath.clear();
-    }
+    std::string modulePath;  // stays empty, which is the current directory, if the ID names none
+    Lutm_ModuleFileFullPath(kModuleRoot, id, modulePath);
     if (const short status = readSettings(modulePath, *settings)) {
         return status;
     }

@@ -39,7 +39,6 @@ short LineReader::open(const std::string& path, short missingStatus)
         m_buffer = std::make_unique_for_overwrite<char[]>(kBufferSize);
     }
     m_begin = m_end = 0;
-    m_holdsNul = false;
     m_lineNumber = 0;
     m_continues = m_goesOn = false;
     return RUVO_OK;

@@ -49,9 +49,8 @@ void ProfileOptions::addTo(CLI::App& arguments)
 std::string profileFolder(const ProfileOptions& profile)
 {
     std::string folder;
-    const bool named =
-        ruvo::Lutm_ModuleFileFullPath(ruvo::kModuleRoot, profile.setting, folder) == 0;
-    return named ? folder : "";
+    ruvo::Lutm_ModuleFileFullPath(ruvo::kModuleRoot, profile.setting, folder);
+    return folder;
 }
 
 std::vector<std::string> profileFiles(const ProfileOptions& profile)

@@ -264,13 +264,15 @@ TEST_F(ProfileFiles, TheIDFileNamesTheModulePath)
         {"ModulePath=ab", "none"},
         {"ModulePath=a", "none"},
     };
-    std::string path;
     for (const auto& [text, expected] : rows) {
         writeFile("root/NAME.txt", text);
+        std::string path = "none";
         const int status = ruvo::Lutm_ModuleFileFullPath("root/", "NAME", path);
-        EXPECT_EQ(expected, status == 0 ? path : "none") << text;
+        EXPECT_EQ(expected == "none" ? -1 : 0, status) << text;
+        EXPECT_EQ(expected, path) << text;
     }
     for (const char* id : {"MISSING", "DIRECTORY", "NAME.txt/x", ""}) {
+        std::string path;
         EXPECT_EQ(-1, ruvo::Lutm_ModuleFileFullPath("root/", id, path)) << id;
     }
 }
