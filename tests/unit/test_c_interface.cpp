@@ -82,7 +82,7 @@ TEST_F(CInterface, SaysWhyADocumentEndsEarly)
         {"<?xml version='1.0' encoding='EUC-JP'?>\n<any>\xFF\xFF</any>", 2,
          "bytes that are not in the encoding that the document declares"},
         {"\n<?xml version='1.0'?><any/>", 2, "an <?xml that is not at the very start"},
-        {"<any><!-- a -- b --></any>", 1, "a -- in a comment"},
+        {"<any>\n<!-- a -- b\n\n-->\n</any>", 2, "a -- in a comment"},
         {"<any><!-- a", 1, "a comment without its end, -->"},
         {"<any>\n<!- a -->\n</any>", 2, "a <! that begins no comment"},
         {"<any>]]></any>", 1, "Sequence ']]>' not allowed in content"},
