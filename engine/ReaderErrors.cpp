@@ -155,12 +155,25 @@ void ReaderErrors::hear(void* self, xmlErrorPtr error)
 
 void ReaderErrors::keep(const xmlError& error)
 {
-    if (m_ended || (!m_reason.empty() && !endsDocument(error))) {
+    if (m_ended) {
+        // The text of an entity has a parser of its own, with its own lines. When that one has
+        // ended, the parser of the text around it has an error, too, where the entity is used.
+        if (error.ctxt != m_parser) {
+            if (error.code == XML_ERR_UNDECLARED_ENTITY) {
+                m_reason = "in the entity &" + std::string(text(error.str1)) + ";: " + m_reason;
+            }
+            m_line = error.line;
+            m_parser = error.ctxt;
+        }
+        return;
+    }
+    if (!m_reason.empty() && !endsDocument(error)) {
         return;
     }
     m_ended = endsDocument(error);
     m_reason = sentenceOf(error);
     m_line = error.line;
+    m_parser = error.ctxt;
     m_outOfMemory =
         error.code == XML_ERR_NO_MEMORY && m_reason != kTooLong && !isFullDictionary(error);
     const auto* const parser = static_cast<const xmlParserCtxt*>(error.ctxt);

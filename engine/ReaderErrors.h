@@ -37,7 +37,8 @@ private:
     void* const m_hostGenericContext = xmlGenericErrorContext;
     std::string m_reason;
     int m_line = 0;
-    bool m_ended = false;  // by the error that is kept
+    const void* m_parser = nullptr;  // that counts the line
+    bool m_ended = false;            // by the error that is kept
     bool m_atEnd = false;
     bool m_outOfMemory = false;
 };
