@@ -16,17 +16,17 @@ expect() { [ "$2" = "$3" ] || fail "$1: expected \"$2\", got \"$3\""; }
 inside() { chroot "$root" env -i PATH=/usr/sbin:/usr/bin:/sbin:/bin LC_ALL=C.UTF-8 "$@"; }
 
 install_all() { # FOLDER
-    rm -f "$root"/var/tmp/*.deb
-    cp "$1"/*.deb "$root/var/tmp/"
-    inside sh -c 'DEBIAN_FRONTEND=noninteractive apt-get install -y --no-install-recommends --reinstall \
+    rm -f "$root"/var/tmp/*.deb &&
+        cp "$1"/*.deb "$root/var/tmp/" &&
+        inside sh -c 'DEBIAN_FRONTEND=noninteractive apt-get install -y --no-install-recommends --reinstall \
         --allow-downgrades libxml2-utils /var/tmp/*.deb'
 }
 
 suite=$(. /etc/os-release && echo "$VERSION_CODENAME")
 {
-    debootstrap --variant=minbase "$suite" "$root" "${DEBIAN_MIRROR:-http://deb.debian.org/debian}"
-    [ $# = 1 ] || install_all "$2"
-    install_all "$packages"
+    debootstrap --variant=minbase "$suite" "$root" "${DEBIAN_MIRROR:-http://deb.debian.org/debian}" &&
+        { [ $# = 1 ] || install_all "$2"; } &&
+        install_all "$packages"
 } >"$work/log" 2>&1 || { tail -20 "$work/log"; fail "the packages do not install"; }
 
 expect "the program" "0c1f72001b740041821b741080" "$(echo '<ovix-display><clear/><text>Aé€</text></ovix-display>' |
